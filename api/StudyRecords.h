@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace zorbel {
+
+/// One row of the organisation's study list.
+struct ViewerStudySummary {
+    QString id;
+    QString orthancId;
+    QString studyInstanceUID;
+    QString patientName;
+    QString modality;
+    QString studyDescription;
+    QString bodyPart;
+    QString studyDate; ///< as the service sent it: ISO 8601 or yyyyMMdd
+    QString source;
+};
+
+/// One series of a study as the image archive lists it. instanceIds keep the archive's order, which is not the order
+/// of the slices.
+struct OrthancSeriesSummary {
+    QString orthancId;
+    QString seriesInstanceUID;
+    QString modality;
+    QString seriesDescription;
+    QString protocolName;
+    QString seriesNumber;
+    QStringList instanceIds;
+};
+
+/// Where image data comes from: the cloud's viewer proxy or a Local Node's.
+struct ImageDataRoute {
+    QString baseUrl;
+    QString prefix; ///< begins and ends with "/"
+    QString token;
+    bool isLocalNode = false;
+};
+
+} // namespace zorbel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+
+namespace zorbel {
+
+/// Who is signed in, as the service reports it.
+struct UserProfile {
+    QString id;
+    QString email;
+    QString name;
+    QString role;
+    QString organizationId;
+    QString organizationName;
+};
+
+/// What a sign-in came to; errorMessage is for the user and empty on success.
+struct LoginOutcome {
+    bool success = false;
+    QString errorMessage;
+    UserProfile profile;
+};
+
+} // namespace zorbel

@@ -1,0 +1,49 @@
+# The one place where compiler flags are set, and the three functions by which every folder declares its targets.
+include(GNUInstallDirs)
+
+option(ZORBEL_SANITIZE_ADDRESS "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(ZORBEL_SANITIZE_THREAD "Build with ThreadSanitizer" OFF)
+
+add_library(zorbel_flags INTERFACE)
+target_include_directories(zorbel_flags INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(zorbel_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wcast-align -Wunused -Werror)
+target_compile_definitions(zorbel_flags INTERFACE QT_NO_KEYWORDS)
+if(ZORBEL_SANITIZE_ADDRESS)
+    target_compile_options(zorbel_flags INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer
+        -fno-sanitize-recover=undefined)
+    target_link_options(zorbel_flags INTERFACE -fsanitize=address,undefined)
+endif()
+if(ZORBEL_SANITIZE_THREAD)
+    target_compile_options(zorbel_flags INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+    target_link_options(zorbel_flags INTERFACE -fsanitize=thread)
+endif()
+
+# zorbel_library(name SOURCES … LINKS …): one folder's static library. LINKS are public, so that who may know whom
+# is read off the target graph.
+function(zorbel_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC zorbel_flags ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS})
+endfunction()
+
+# zorbel_program(name SOURCES … LINKS …): an executable in the build's bin folder.
+function(zorbel_program name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE zorbel_flags ${ARG_LINKS})
+endfunction()
+
+# zorbel_test(name LABEL unit|service|ui|render SOURCES … LINKS … [TIMEOUT s] [ENVIRONMENT …]): one GoogleTest
+# executable; ctest lists it as one test under its label. Tests of one display or one archive each start their own.
+function(zorbel_test name)
+    cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT;LAUNCHER" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 300)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE zorbel_flags ${ARG_LINKS})
+    add_test(NAME ${name} COMMAND ${ARG_LAUNCHER} $<TARGET_FILE:${name}> --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT}
+        ENVIRONMENT "${ARG_ENVIRONMENT}")
+endfunction()
