@@ -15,8 +15,8 @@
 
 namespace zorbel::imaging {
 
-/// A file that cannot be read as a DICOM image, or a block that cannot be decoded. what() names the file (its name,
-/// not its folder) and the reason; it holds nothing of the patient.
+/// A file that cannot be read as a DICOM image, or a block that cannot be decoded. what() names the file (its
+/// name, not its folder) and the reason; it holds nothing of the patient.
 class DicomReadError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -28,8 +28,8 @@ public:
     DicomReadCancelled() : std::runtime_error("DICOM reading cancelled") {}
 };
 
-/// Frames that form one regular grid: same series, size, orientation, pixel format and distance, in ascending order
-/// along the normal row × column.
+/// Frames that form one regular grid: same series, size, orientation, pixel format and distance, in ascending
+/// order along the normal row × column.
 struct ImageBlock {
     std::vector<DicomFrame> frames;
     /// Why this block is not the whole of its series, or not a plain stack; each reason at most once.
@@ -55,19 +55,20 @@ struct DicomAnalysis {
 /// Groups DICOM files into blocks and decodes a block, on all cores. Stateless; any thread, both calls block.
 class DicomSeriesReader {
 public:
-    /// done of total steps (files while analysing, frames while decoding); from any worker thread, one at a time.
+    /// done of total steps (files while analysing, frames while decoding); from any worker thread, one at a
+    /// time.
     using Progress = std::function<void(std::size_t done, std::size_t total)>;
 
-    /// Reads the headers of all files. A file that is no DICOM image (truncated header, no pixel data, not DICOM, a
-    /// DICOMDIR) is listed in `rejected`. Throws DicomReadCancelled.
+    /// Reads the headers of all files. A file that is no DICOM image (truncated header, no pixel data, not
+    /// DICOM, a DICOMDIR) is listed in `rejected`. Throws DicomReadCancelled.
     static DicomAnalysis analyze(
         const std::vector<std::filesystem::path>& files, const std::atomic<bool>* cancel = nullptr,
         const Progress& progress = {});
 
-    /// Decodes one block into a new Image. Throws DicomReadError naming the first file that failed (nothing half
-    /// filled is ever returned), DicomReadCancelled, or std::bad_alloc.
-    static std::shared_ptr<const Image> load(
-        const ImageBlock& block, const std::atomic<bool>* cancel = nullptr, const Progress& progress = {});
+    /// Decodes one block into a new Image. Throws DicomReadError naming the first file that failed (nothing
+    /// half filled is ever returned), DicomReadCancelled, or std::bad_alloc.
+    static std::shared_ptr<const Image>
+    load(const ImageBlock& block, const std::atomic<bool>* cancel = nullptr, const Progress& progress = {});
 };
 
 } // namespace zorbel::imaging

@@ -12,13 +12,13 @@ class vtkImageData;
 
 namespace zorbel::imaging {
 
-/// A decoded image: voxels after the modality rescale, their geometry and what the files say about them. The voxels
-/// exist once: copies of an Image, and the vtkImageData it hands out, share the same buffer, which nobody writes to
-/// after construction. Any thread.
+/// A decoded image: voxels after the modality rescale, their geometry and what the files say about them. The
+/// voxels exist once: copies of an Image, and the vtkImageData it hands out, share the same buffer, which
+/// nobody writes to after construction. Any thread.
 class Image {
 public:
-    /// voxels: column fastest, then row, then slice; `components` interleaved values a voxel (1 grey, 3 RGB); native
-    /// byte order; exactly columns × rows × slices × components × bytesPerComponent(type) bytes, else
+    /// voxels: column fastest, then row, then slice; `components` interleaved values a voxel (1 grey, 3 RGB);
+    /// native byte order; exactly columns × rows × slices × components × bytesPerComponent(type) bytes, else
     /// std::invalid_argument.
     Image(
         ImageGeometry geometry, VoxelType type, int components, std::shared_ptr<const std::byte[]> voxels,
@@ -38,11 +38,12 @@ public:
     /// True for data worth a 3D view: at least 3 slices, more than one voxel across, one component.
     bool isVolumetric() const;
 
-    /// The voxels as VTK data, in grid coordinates: origin 0, the spacing of geometry(), identity direction. Place it
-    /// in the patient with gridToWorldMatrix(). No voxel is copied; the data keeps the buffer alive. A fresh object
-    /// each call; VTK must treat it as read-only.
+    /// The voxels as VTK data, in grid coordinates: origin 0, the spacing of geometry(), identity direction.
+    /// Place it in the patient with gridToWorldMatrix(). No voxel is copied; the data keeps the buffer alive.
+    /// A fresh object each call; VTK must treat it as read-only.
     vtkImageData* newVtkImage() const;
-    /// 4 × 4, row-major, from the grid coordinates of newVtkImage() (millimetres along column, row, slice) to LPS.
+    /// 4 × 4, row-major, from the grid coordinates of newVtkImage() (millimetres along column, row, slice) to
+    /// LPS.
     std::array<double, 16> gridToWorldMatrix() const;
 
 private:

@@ -6,25 +6,26 @@
 
 namespace zorbel::imaging {
 
-/// Where an image's voxels lie in the patient: LPS millimetres. A voxel index is (column, row, slice) and names the
-/// voxel's centre.
+/// Where an image's voxels lie in the patient: LPS millimetres. A voxel index is (column, row, slice) and
+/// names the voxel's centre.
 ///
 /// The step from one slice to the next is kept as a vector of its own, because with a tilted gantry it is not
-/// parallel to the slices' normal: the voxels then form a sheared grid, which is shown as it is and never resampled.
-/// Immutable; any thread.
+/// parallel to the slices' normal: the voxels then form a sheared grid, which is shown as it is and never
+/// resampled. Immutable; any thread.
 class ImageGeometry {
 public:
     ImageGeometry() = default;
 
-    /// row and column: unit direction of increasing column index and of increasing row index. spacing: distance of
-    /// neighbouring columns, of neighbouring rows, and of neighbouring slices along the normal. sliceStep: from a
-    /// voxel to the same voxel of the next slice.
+    /// row and column: unit direction of increasing column index and of increasing row index. spacing:
+    /// distance of neighbouring columns, of neighbouring rows, and of neighbouring slices along the normal.
+    /// sliceStep: from a voxel to the same voxel of the next slice.
     ImageGeometry(
         std::array<int, 3> dimensions, Vector3 origin, Vector3 row, Vector3 column, Vector3 spacing,
         Vector3 sliceStep);
 
     /// The usual case: slices stacked along their normal row × column.
-    ImageGeometry(std::array<int, 3> dimensions, Vector3 origin, Vector3 row, Vector3 column, Vector3 spacing);
+    ImageGeometry(
+        std::array<int, 3> dimensions, Vector3 origin, Vector3 row, Vector3 column, Vector3 spacing);
 
     const std::array<int, 3>& dimensions() const { return dimensions_; }
     /// Columns, rows, and slices along the normal; millimetres.

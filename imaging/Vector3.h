@@ -5,7 +5,8 @@
 
 namespace zorbel::imaging {
 
-/// A point or direction in LPS patient coordinates (millimetres for points), or a voxel index (column, row, slice).
+/// A point or direction in LPS patient coordinates (millimetres for points), or a voxel index (column, row,
+/// slice).
 using Vector3 = std::array<double, 3>;
 
 constexpr Vector3 operator+(const Vector3& a, const Vector3& b) {
