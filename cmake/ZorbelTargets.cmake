@@ -35,7 +35,9 @@ function(zorbel_program name)
 endfunction()
 
 # zorbel_test(name LABEL unit|service|ui|render SOURCES … LINKS … [TIMEOUT s] [ENVIRONMENT …]): one GoogleTest
-# executable; ctest lists it as one test under its label. Tests of one display or one archive each start their own.
+# executable; ctest lists it as one test under its label. Tests labelled ui and render run on a virtual screen of their
+# own, tests labelled service start their own archive. The target sanitizer_tests builds those labelled unit and service.
+add_custom_target(sanitizer_tests)
 function(zorbel_test name)
     cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT;LAUNCHER" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -43,7 +45,12 @@ function(zorbel_test name)
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE zorbel_flags ${ARG_LINKS})
-    add_test(NAME ${name} COMMAND ${ARG_LAUNCHER} $<TARGET_FILE:${name}> --gtest_brief=1)
+    if(ARG_LABEL MATCHES "^(ui|render)$")
+        list(PREPEND ARG_LAUNCHER ${CMAKE_SOURCE_DIR}/scripts/with-display.sh)
+    else()
+        add_dependencies(sanitizer_tests ${name})
+    endif()
+    add_test(NAME ${name} COMMAND ${ARG_LAUNCHER} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}> --gtest_brief=1)
     set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT}
         ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()
