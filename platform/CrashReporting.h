@@ -1,0 +1,16 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+namespace zorbel {
+
+/// Has a fatal signal, an unhandled system exception or a C++ exception that nobody catches leave a dump
+/// named baseName-YYYYMMDDTHHMMSSZ-pid (.dmp on Windows, .txt on Linux) in `folder`, which is created
+/// private. The Linux dump holds the version, the signal and the crashed thread's call chain, and no memory
+/// contents. False when the folder cannot be used or the handlers cannot be set. To be called once, early, on
+/// the main thread.
+bool installCrashReporting(
+    const std::filesystem::path& folder, std::string_view baseName, std::string_view version);
+
+} // namespace zorbel

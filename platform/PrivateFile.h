@@ -1,0 +1,22 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+namespace zorbel {
+
+// Files and folders that only the current user may open. Every failure is a std::system_error whose text
+// names the path (UTF-8) and the system's reason.
+
+/// Creates the folder with its missing parents, all private; an existing folder is made private, its parents
+/// are left as they are.
+void createPrivateFolder(const std::filesystem::path& folder);
+
+/// Creates an empty private file; an existing file is an error.
+void createPrivateFile(const std::filesystem::path& file);
+
+/// Puts `bytes` in the place of the file's earlier contents, or creates it: after a failure or a power cut it
+/// holds either all of the old or all of the new. The folder must exist.
+void writePrivateFile(const std::filesystem::path& file, std::string_view bytes);
+
+} // namespace zorbel
