@@ -1,18 +1,21 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace zorbel {
 
-/// What kind of imaging a study or series is, from its modality and its texts. The same rule labels the study list
-/// and decides between the three planes and the 2D view.
+/// What kind of imaging a study or series is, from its modality and its texts. The same rule labels the study
+/// list and decides between the three planes and the 2D view.
 class StudyClassification {
 public:
     /// Texts of any case; empty where unknown.
-    static StudyClassification classify(
-        const QString& modality, const QString& description, const QString& bodyPart = {});
+    static StudyClassification
+    classify(const QString& modality, const QString& description, const QString& bodyPart = {});
 
-    /// The text says CBCT or cone beam (tested first), or names no 2D kind and its modality is a volume's (CT, MR, PT, NM).
+    /// The text says CBCT or cone beam (tested first), or says nothing of a panoramic or cephalometric image
+    /// and the modality is not one of single images (PX, IO, DX, CR, US, …). An unknown modality counts as
+    /// volumetric: the decoded image then shows whether it has more than one slice.
     bool isVolumetric() const { return volumetric_; }
     bool isPanoramic() const { return panoramic_; }
     /// "CBCT", "CT", "MRI", "X-ray", "Panoramic", "Cephalometric", "Intraoral", "Ultrasound", "Mammography",

@@ -18,8 +18,8 @@ struct ViewerStudySummary {
     QString source;
 };
 
-/// One series of a study as the image archive lists it. instanceIds keep the archive's order, which is not the order
-/// of the slices.
+/// One series of a study as the image archive lists it. instanceIds keep the archive's order, which is not
+/// the order of the slices.
 struct OrthancSeriesSummary {
     QString orthancId;
     QString seriesInstanceUID;

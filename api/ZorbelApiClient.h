@@ -1,6 +1,7 @@
 #pragma once
 
 #include "api/ApiClientConfig.h"
+#include "api/CancelFlag.h"
 #include "api/StudyRecords.h"
 #include "api/UserProfile.h"
 #include "api/ZorbelApiError.h"
@@ -11,7 +12,6 @@
 #include <QStringList>
 #include <QUrl>
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -21,13 +21,10 @@
 
 namespace zorbel {
 
-/// Set by any thread to end a call early; polled every 75 ms. A null pointer means the call cannot be cancelled.
-using CancelFlag = std::shared_ptr<std::atomic<bool>>;
-
-/// The one client of the service's REST API and of Local Nodes. Calls are synchronous and may come from any thread;
-/// each runs its own network manager and event loop on the calling thread. One mutex guards the session and is never
-/// held across network traffic. Failures are thrown as ZorbelApiError unless a call says otherwise; a failed call
-/// leaves the session as it was.
+/// The one client of the service's REST API and of Local Nodes. Calls are synchronous and may come from any
+/// thread; each runs its own network manager and event loop on the calling thread. One mutex guards the
+/// session and is never held across network traffic. Failures are thrown as ZorbelApiError unless a call says
+/// otherwise; a failed call leaves the session as it was.
 class ZorbelApiClient {
 public:
     /// Throws std::invalid_argument when the base URL is neither HTTPS nor HTTP to a loopback host.
@@ -36,7 +33,8 @@ public:
 
     const ApiClientConfig& config() const { return config_; }
 
-    // ---- Session -------------------------------------------------------------------------------------------------
+    // ---- Session
+    // -------------------------------------------------------------------------------------------------
     /// Never throws; on failure the client is signed out. The cancel flag ends a running sign-in.
     LoginOutcome signIn(const QString& email, const QString& password, const CancelFlag& cancel = {});
     /// The server's view of the session's profile.
@@ -47,46 +45,60 @@ public:
     /// "Zorbel Cloud" or "Local Node".
     QString sourceLabel() const;
     /// True on success, false on any failure; never throws.
-    bool sendViewerAudit(const QString& event, const QString& targetId = {}, const QJsonObject& details = {}) const;
+    bool sendViewerAudit(
+        const QString& event, const QString& targetId = {}, const QJsonObject& details = {},
+        const CancelFlag& cancel = {}) const;
 
-    // ---- Study list and archive metadata -------------------------------------------------------------------------
-    std::vector<ViewerStudySummary> listStudies(
-        const QString& search, int pageSize, const CancelFlag& cancel = {}) const;
+    // ---- Study list and archive metadata
+    // -------------------------------------------------------------------------
+    std::vector<ViewerStudySummary>
+    listStudies(const QString& search, int pageSize, const CancelFlag& cancel = {}) const;
     /// Ids of a study's series.
     QStringList studySeriesIds(const QString& orthancStudyId, const CancelFlag& cancel = {}) const;
     OrthancSeriesSummary seriesSummary(const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
+    /// The series' instance ids as they are now, in the archive's order.
+    QStringList seriesInstanceIds(const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
 
-    // ---- DICOM retrieval -----------------------------------------------------------------------------------------
+    // ---- DICOM retrieval
+    // -----------------------------------------------------------------------------------------
     /// (instance id, bytes, completed so far, total), on the calling thread in completion order.
-    using InstanceSink =
-        std::function<void(const QString& instanceId, std::vector<std::byte> bytes, std::size_t completed, std::size_t total)>;
-    /// (expected instance id, part body valid during the call, 1-based ordinal, expected total). The id is that of
-    /// the same position in expectedInstanceIds: whether the part holds that instance is the caller's to check.
+    using InstanceSink = std::function<void(
+        const QString& instanceId, std::vector<std::byte> bytes, std::size_t completed, std::size_t total)>;
+    /// (expected instance id, part body valid during the call, 1-based ordinal, expected total). The id is
+    /// that of the same position in expectedInstanceIds: whether the part holds that instance is the caller's
+    /// to check.
     using PartSink = std::function<void(
-        const QString& instanceId, const std::byte* data, std::size_t length, std::size_t ordinal, std::size_t total)>;
+        const QString& instanceId, const std::byte* data, std::size_t length, std::size_t ordinal,
+        std::size_t total)>;
     /// (bytes received, bytes total or -1).
     using TransferProgress = std::function<void(std::int64_t received, std::int64_t total)>;
 
     /// Fetches instances one file each, `parallelism` (clamped to 1..16) at a time.
     void DownloadInstances(
-        const QStringList& instanceIds, const InstanceSink& sink, const CancelFlag& cancel, unsigned parallelism) const;
-    /// Fetches a whole series in one multipart response and hands on each part as soon as it is complete; holds about
-    /// one instance in memory.
+        const QStringList& instanceIds, const InstanceSink& sink, const CancelFlag& cancel,
+        unsigned parallelism) const;
+    /// Fetches a whole series in one multipart response and hands on each part as soon as it is complete;
+    /// holds about one instance in memory.
     void StreamSeries(
-        const QString& studyInstanceUid, const QString& seriesInstanceUid, const QStringList& expectedInstanceIds,
-        const TransferProgress& progress, const CancelFlag& cancel, const PartSink& sink) const;
+        const QString& studyInstanceUid, const QString& seriesInstanceUid,
+        const QStringList& expectedInstanceIds, const TransferProgress& progress, const CancelFlag& cancel,
+        const PartSink& sink) const;
 
-    // ---- Building blocks of the endpoints ------------------------------------------------------------------------
+    // ---- Building blocks of the endpoints
+    // ------------------------------------------------------------------------
     /// One HTTP request; returns the body.
     QByteArray request(
         const QByteArray& method, const QUrl& url, const QByteArray& body, const QByteArray& contentType,
-        const QString& bearerToken, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel = {}) const;
+        const QString& bearerToken, std::int32_t timeoutMs, std::uint64_t maxBytes,
+        const CancelFlag& cancel = {}) const;
     QByteArray authenticatedRequest(
         const QByteArray& method, const QString& path, const QByteArray& body, const QByteArray& contentType,
-        bool requireSession, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel = {}) const;
+        bool requireSession, std::int32_t timeoutMs, std::uint64_t maxBytes,
+        const CancelFlag& cancel = {}) const;
     /// GET through the image-data route.
     QByteArray proxyGet(
-        const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel = {}) const;
+        const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes,
+        const CancelFlag& cancel = {}) const;
     ImageDataRoute imageDataRoute() const;
     /// context: a short label such as "Zorbel login", part of the message on failure.
     static QJsonObject parseObject(const QByteArray& body, const QString& context);

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace zorbel {
+
+/// Throws ZorbelApiError with the status, the server's message or "Zorbel API returned HTTP …", and the
+/// server's error code, unless the status is a success.
+void throwUnlessSuccessful(int httpStatus, const QByteArray& body);
+
+} // namespace zorbel

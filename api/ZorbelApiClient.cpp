@@ -1,0 +1,202 @@
+#include "api/ZorbelApiClient.h"
+
+#include "api/HttpRequest.h"
+#include "api/ViewerSession.h"
+
+#include <QJsonDocument>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace zorbel {
+
+namespace {
+
+constexpr int auditTimeoutMs = 5000;
+
+bool isAllowedServiceUrl(const QUrl& url) {
+    const QString host = url.host();
+    if (!url.isValid() || host.isEmpty())
+        return false;
+    if (url.scheme() == QLatin1String("https"))
+        return true;
+    return url.scheme() == QLatin1String("http") &&
+           (host == QLatin1String("localhost") || host == QLatin1String("127.0.0.1") ||
+            host == QLatin1String("::1"));
+}
+
+UserProfile readProfile(const QJsonObject& user) {
+    const auto text = [&user](QLatin1String member) { return user.value(member).toString(); };
+    UserProfile profile;
+    profile.id = text(QLatin1String("id"));
+    profile.email = text(QLatin1String("email"));
+    profile.name = text(QLatin1String("name"));
+    profile.role = text(QLatin1String("role"));
+    profile.organizationId = text(QLatin1String("effectiveOrganizationId"));
+    if (profile.organizationId.isEmpty())
+        profile.organizationId = text(QLatin1String("organizationId"));
+    profile.organizationName = text(QLatin1String("organizationName"));
+    return profile;
+}
+
+ZorbelApiError notAuthenticated() {
+    return ZorbelApiError("Zorbel viewer session is not authenticated", 401);
+}
+
+QByteArray compactJson(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+ZorbelApiClient::ZorbelApiClient(ApiClientConfig config)
+    : config_(std::move(config)), session_(std::make_unique<ViewerSession>()) {
+    while (config_.baseUrl.endsWith(QLatin1Char('/')))
+        config_.baseUrl.chop(1);
+    if (!isAllowedServiceUrl(QUrl(config_.baseUrl)))
+        throw std::invalid_argument(
+            "Zorbel API URL must use HTTPS (HTTP is allowed only for loopback development)");
+}
+
+ZorbelApiClient::~ZorbelApiClient() = default;
+
+// ---- Requests
+// ------------------------------------------------------------------------------------------------------
+
+QByteArray ZorbelApiClient::request(
+    const QByteArray& method, const QUrl& url, const QByteArray& body, const QByteArray& contentType,
+    const QString& bearerToken, std::int32_t timeoutMs, std::uint64_t maxBytes,
+    const CancelFlag& cancel) const {
+    return performHttpRequest({method, url, body, contentType, bearerToken, timeoutMs, maxBytes, cancel});
+}
+
+QByteArray ZorbelApiClient::authenticatedRequest(
+    const QByteArray& method, const QString& path, const QByteArray& body, const QByteArray& contentType,
+    bool requireSession, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel) const {
+    QString token;
+    if (requireSession) {
+        const std::lock_guard lock(mutex_);
+        token = session_->accessToken;
+        if (token.isEmpty())
+            throw notAuthenticated();
+    }
+    return request(
+        method, QUrl(config_.baseUrl + path), body, contentType, token, timeoutMs, maxBytes, cancel);
+}
+
+ImageDataRoute ZorbelApiClient::imageDataRoute() const {
+    const std::lock_guard lock(mutex_);
+    const LocalNodeSelection& node = session_->localNode;
+    if (node.sessionActive && !node.baseUrl.isEmpty() && !node.token.isEmpty())
+        return {node.baseUrl, QStringLiteral("/api/local-node/desktop/viewer-proxy/"), node.token, true};
+    return {config_.baseUrl, QStringLiteral("/apps/pacs/api/viewer-proxy/"), session_->accessToken, false};
+}
+
+QByteArray ZorbelApiClient::proxyGet(
+    const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel) const {
+    const ImageDataRoute route = imageDataRoute();
+    if (route.token.isEmpty())
+        throw notAuthenticated();
+    return request(
+        "GET", QUrl(route.baseUrl + route.prefix + path), {}, {}, route.token, timeoutMs, maxBytes, cancel);
+}
+
+// ---- Session
+// -------------------------------------------------------------------------------------------------------
+
+LoginOutcome
+ZorbelApiClient::signIn(const QString& email, const QString& password, const CancelFlag& cancel) {
+    LoginOutcome outcome;
+    try {
+        const QByteArray credentials =
+            compactJson({{QStringLiteral("email"), email.trimmed()}, {QStringLiteral("password"), password}});
+        const QByteArray body = request(
+            "POST", QUrl(config_.baseUrl + QStringLiteral("/api/auth/login")), credentials,
+            "application/json", {}, config_.requestTimeoutMs, config_.maximumResponseBytes, cancel);
+        const QJsonObject reply = parseObject(body, QStringLiteral("Zorbel login"));
+        const QString token = reply.value(QLatin1String("token")).toString();
+        const UserProfile profile = readProfile(reply.value(QLatin1String("user")).toObject());
+        if (token.isEmpty() || profile.id.isEmpty())
+            throw ZorbelApiError("Zorbel login response did not contain a valid session");
+        if (profile.organizationId.isEmpty())
+            throw ZorbelApiError("A clinical organization is required to use Zorbel Viewer");
+        {
+            const std::lock_guard lock(mutex_);
+            session_->accessToken = token;
+            session_->profile = profile;
+            session_->localNode.closeSession();
+        }
+        outcome.profile = validateSession(cancel);
+        {
+            const std::lock_guard lock(mutex_);
+            session_->profile = outcome.profile;
+        }
+        const QByteArray firstPage = authenticatedRequest(
+            "GET", QStringLiteral("/apps/pacs/api/studies?page=1"), {}, {}, true, config_.requestTimeoutMs,
+            config_.maximumResponseBytes, cancel);
+        parseObject(firstPage, QStringLiteral("Zorbel study list"));
+        sendViewerAudit(QStringLiteral("SESSION_START"), {}, {}, cancel);
+        if (isCancelled(cancel))
+            throw ZorbelApiError("Zorbel API request cancelled");
+        outcome.success = true;
+    } catch (const std::exception& error) {
+        signOut();
+        outcome = {};
+        outcome.errorMessage = QString::fromUtf8(error.what());
+    }
+    return outcome;
+}
+
+UserProfile ZorbelApiClient::validateSession(const CancelFlag& cancel) const {
+    const QByteArray body = authenticatedRequest(
+        "GET", QStringLiteral("/api/auth/me"), {}, {}, true, config_.requestTimeoutMs,
+        config_.maximumResponseBytes, cancel);
+    const QJsonObject reply = parseObject(body, QStringLiteral("Zorbel session validation"));
+    UserProfile profile = readProfile(reply.value(QLatin1String("user")).toObject());
+    if (profile.id.isEmpty() || profile.organizationId.isEmpty())
+        throw ZorbelApiError("Zorbel session has no clinical organization scope", 403);
+    return profile;
+}
+
+void ZorbelApiClient::signOut() {
+    const std::lock_guard lock(mutex_);
+    session_->accessToken.clear();
+    session_->profile = {};
+    session_->localNode.nodeId.clear();
+    session_->localNode.closeSession();
+}
+
+bool ZorbelApiClient::isSignedIn() const {
+    const std::lock_guard lock(mutex_);
+    return !session_->accessToken.isEmpty();
+}
+
+UserProfile ZorbelApiClient::profile() const {
+    const std::lock_guard lock(mutex_);
+    return session_->profile;
+}
+
+QString ZorbelApiClient::sourceLabel() const {
+    const std::lock_guard lock(mutex_);
+    return session_->localNode.sessionActive ? QStringLiteral("Local Node") : QStringLiteral("Zorbel Cloud");
+}
+
+bool ZorbelApiClient::sendViewerAudit(
+    const QString& event, const QString& targetId, const QJsonObject& details,
+    const CancelFlag& cancel) const {
+    try {
+        QJsonObject record{{QStringLiteral("event"), event}};
+        if (const QString target = targetId.trimmed(); !target.isEmpty())
+            record.insert(QStringLiteral("targetId"), target);
+        if (!details.isEmpty())
+            record.insert(QStringLiteral("details"), details);
+        authenticatedRequest(
+            "POST", QStringLiteral("/apps/pacs/api/viewer-audit"), compactJson(record), "application/json",
+            true, std::min(config_.requestTimeoutMs, auditTimeoutMs), config_.maximumResponseBytes, cancel);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace zorbel
