@@ -1,0 +1,275 @@
+#include "cache/OrthancStudyLoader.h"
+
+#include "api/LogReason.h"
+#include "api/StudyClassification.h"
+#include "app/log/Logger.h"
+#include "cache/IncompleteDicomSeries.h"
+#include "cache/ReceivedSeries.h"
+#include "cache/SeriesSuggestion.h"
+#include "cache/SessionWorkspace.h"
+#include "imaging/DicomSeriesReader.h"
+
+#include <algorithm>
+#include <chrono>
+#include <new>
+#include <span>
+#include <string>
+
+namespace zorbel {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr unsigned parallelDownloads = 6;
+constexpr char component[] = "StudyLoader";
+
+class LoadCancelled {};
+
+std::string milliseconds(Clock::time_point start) {
+    return std::to_string(
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+}
+
+/// Passes on the first report of a stage and then at most ten a second; the last one of a stage always.
+class ThrottledProgress {
+public:
+    explicit ThrottledProgress(const LoadProgressCallback& callback) : callback_(callback) {}
+
+    void report(const LoadProgress& progress) {
+        const auto now = Clock::now();
+        const bool newStage = !started_ || progress.stage != stage_;
+        const bool last = progress.total > 0 && progress.done == progress.total && !reportedLast_;
+        if (!callback_ || (!newStage && !last && now - lastReport_ < std::chrono::milliseconds(100)))
+            return;
+        started_ = true;
+        stage_ = progress.stage;
+        reportedLast_ = last;
+        lastReport_ = now;
+        callback_(progress);
+    }
+
+private:
+    const LoadProgressCallback& callback_;
+    bool started_ = false;
+    bool reportedLast_ = false;
+    LoadStage stage_ = LoadStage::Downloading;
+    Clock::time_point lastReport_;
+};
+
+bool isSet(const CancelFlag& cancel) {
+    return cancel && cancel->load();
+}
+
+/// One series' way from the archive to a decoded image.
+class SeriesLoad {
+public:
+    SeriesLoad(
+        const std::shared_ptr<ZorbelApiClient>& client, const StudyRequest& study,
+        const OrthancSeriesSummary& series, SessionWorkspace& workspace, const CancelFlag& cancel,
+        const LoadProgressCallback& progress)
+        : client_(client), study_(study), series_(series), workspace_(workspace), cancel_(cancel),
+          progress_(progress) {}
+
+    std::shared_ptr<const imaging::Image> run() {
+        const auto folder = workspace_.newLoadFolder();
+        if (series_.instanceIds.isEmpty())
+            throw std::runtime_error("Orthanc study contains no downloadable instances.");
+        ReceivedSeries received(folder->path(), series_.instanceIds, series_.seriesInstanceUID);
+        download(received);
+        return build(received.files());
+    }
+
+private:
+    void download(ReceivedSeries& received) {
+        Logger::instance().info(
+            component, "Starting Orthanc DICOM download",
+            {{"seriesInstanceUID", series_.seriesInstanceUID.toStdString()},
+             {"instances", std::to_string(series_.instanceIds.size())}});
+        progress_.report({LoadStage::Downloading, 0, 0, total()});
+        if (!stream(received))
+            downloadMissing(received);
+        stopIfCancelled();
+    }
+
+    /// False when the series has to be fetched instance by instance.
+    bool stream(ReceivedSeries& received) {
+        const auto start = Clock::now();
+        std::int64_t bytes = 0;
+        try {
+            client_->StreamSeries(
+                study_.studyInstanceUID, series_.seriesInstanceUID, series_.instanceIds,
+                [&](std::int64_t receivedBytes, std::int64_t) {
+                    bytes = receivedBytes;
+                    progress_.report({LoadStage::Streaming, bytes, received.instances().size(), total()});
+                },
+                cancel_,
+                [&](const QString& id, const std::byte* data, std::size_t length, std::size_t, std::size_t) {
+                    received.addStreamed(id, std::span(data, length));
+                });
+        } catch (const ZorbelApiError& error) {
+            stopIfCancelled();
+            if (error.status == 401)
+                throw;
+            return streamingUnavailable(received, logReason(error));
+        } catch (const UnexpectedInstanceError& error) {
+            return streamingUnavailable(received, error.what());
+        }
+        Logger::instance().info(
+            component, "Streaming DICOMweb transfer completed",
+            {{"instances", std::to_string(received.instances().size())},
+             {"megabytes", std::to_string(bytes >> 20)},
+             {"duration", milliseconds(start)}});
+        return true;
+    }
+
+    bool streamingUnavailable(ReceivedSeries& received, const std::string& reason) {
+        Logger::instance().warn(component, "Streaming DICOMweb unavailable", {{"reason", reason}});
+        received.dropUnverified();
+        return false;
+    }
+
+    void downloadMissing(ReceivedSeries& received) {
+        const QStringList missing = received.missingIds();
+        if (missing.isEmpty())
+            return;
+        const std::size_t alreadyThere = received.instances().size();
+        const auto start = Clock::now();
+        progress_.report({LoadStage::Downloading, 0, alreadyThere, total()});
+        client_->DownloadInstances(
+            missing,
+            [&](const QString& id, std::vector<std::byte> bytes, std::size_t completed, std::size_t) {
+                received.addDownloaded(id, bytes);
+                progress_.report({LoadStage::Downloading, 0, alreadyThere + completed, total()});
+            },
+            cancel_, parallelDownloads);
+        Logger::instance().info(
+            component, "Per-instance DICOM download completed",
+            {{"instances", std::to_string(missing.size())}, {"duration", milliseconds(start)}});
+    }
+
+    std::shared_ptr<const imaging::Image> build(const std::vector<std::filesystem::path>& files) {
+        progress_.report({LoadStage::Decoding, 0, 0, files.size()});
+        const auto start = Clock::now();
+        const auto analysis = imaging::DicomSeriesReader::analyze(files, cancel_.get());
+        Logger::instance().info(
+            component, "MITK DICOM analyze completed",
+            {{"outputs", std::to_string(analysis.blocks.size())}, {"duration", milliseconds(start)}});
+        if (analysis.blocks.empty())
+            throw std::runtime_error("MITK could not group the downloaded DICOM instances.");
+        if (const auto incomplete = findIncompleteSeries(analysis.blocks, files.size())) {
+            Logger::instance().warn(
+                component, "Rejected incomplete DICOM image block",
+                {{"seriesOrthancId", series_.orthancId.toStdString()},
+                 {"availableFrames", std::to_string(incomplete->availableFrames)},
+                 {"estimatedMissingFrames", std::to_string(incomplete->estimatedMissingFrames)}});
+            throw IncompleteDicomSeriesError(*incomplete);
+        }
+        return decode(*largestBlock(analysis.blocks));
+    }
+
+    std::shared_ptr<const imaging::Image> decode(const imaging::ImageBlock& block) {
+        const auto start = Clock::now();
+        std::shared_ptr<const imaging::Image> image;
+        try {
+            image = imaging::DicomSeriesReader::load(
+                block, cancel_.get(), [&](std::size_t done, std::size_t frames) {
+                    progress_.report({LoadStage::Decoding, 0, done, frames});
+                });
+        } catch (const imaging::DicomReadError& error) {
+            Logger::instance().warn(component, "DICOM decoding failed", {{"reason", error.what()}});
+            throw std::runtime_error("MITK failed to load the downloaded DICOM series.");
+        }
+        if (!image)
+            throw std::runtime_error("Downloaded study did not produce a MITK image.");
+        Logger::instance().info(
+            component, "Orthanc fallback volume ready",
+            {{"frames", std::to_string(block.frameCount())}, {"duration", milliseconds(start)}});
+        return image;
+    }
+
+    void stopIfCancelled() const {
+        if (isSet(cancel_))
+            throw LoadCancelled();
+    }
+
+    std::size_t total() const { return static_cast<std::size_t>(series_.instanceIds.size()); }
+
+    const std::shared_ptr<ZorbelApiClient>& client_;
+    const StudyRequest& study_;
+    const OrthancSeriesSummary& series_;
+    SessionWorkspace& workspace_;
+    const CancelFlag& cancel_;
+    ThrottledProgress progress_;
+};
+
+/// Finds a study of which only the UID is known in the organisation's list.
+StudyRequest lookUp(const ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel) {
+    constexpr int largestPage = 200;
+    for (const QString& search : {study.studyInstanceUID, QString()}) {
+        for (const auto& row : client.listStudies(search, largestPage, cancel))
+            if (row.studyInstanceUID == study.studyInstanceUID)
+                return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+    }
+    throw ZorbelApiError("The requested study is not in your organization's study list.", 404);
+}
+
+} // namespace
+
+SeriesListing listLoadableSeries(
+    const std::shared_ptr<ZorbelApiClient>& client, StudyRequest study, const CancelFlag& cancel) {
+    SeriesListing listing{std::move(study), {}};
+    if (listing.study.orthancId.isEmpty())
+        listing.study = lookUp(*client, listing.study, cancel);
+    for (const QString& id : client->studySeriesIds(listing.study.orthancId, cancel)) {
+        auto series = client->seriesSummary(id, cancel);
+        if (isLoadableSeries(series))
+            listing.series.push_back(std::move(series));
+    }
+    std::stable_sort(listing.series.begin(), listing.series.end(), [](const auto& left, const auto& right) {
+        return left.seriesNumber.toInt() < right.seriesNumber.toInt();
+    });
+    return listing;
+}
+
+OrthancImageLoadResult LoadStudyFromOrthanc(
+    const std::shared_ptr<ZorbelApiClient>& client, const StudyRequest& study,
+    const OrthancSeriesSummary& series, SessionWorkspace& workspace, const CancelFlag& cancel,
+    const LoadProgressCallback& progress) {
+    using Outcome = OrthancImageLoadResult::Outcome;
+    OrthancImageLoadResult result;
+    result.study = study;
+    result.series = series;
+    result.modality = series.modality.isEmpty() ? study.modality : series.modality;
+    result.sourceLabel = client->sourceLabel();
+    const auto fail = [&result](Outcome outcome, const QString& text) {
+        result.outcome = outcome;
+        result.failureText = text;
+    };
+    try {
+        result.image = SeriesLoad(client, study, series, workspace, cancel, progress).run();
+        const auto kind = StudyClassification::classify(result.modality, series.seriesDescription);
+        result.volumetric = kind.isVolumetric() && result.image->isVolumetric();
+        result.outcome = Outcome::Loaded;
+    } catch (const LoadCancelled&) {
+        fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"));
+    } catch (const imaging::DicomReadCancelled&) {
+        fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"));
+    } catch (const IncompleteDicomSeriesError& error) {
+        fail(Outcome::Incomplete, QString::fromUtf8(error.what()));
+    } catch (const std::bad_alloc&) {
+        fail(Outcome::Failed, QStringLiteral("Not enough memory to load this series."));
+    } catch (const std::exception& error) {
+        if (isSet(cancel))
+            fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"));
+        else {
+            Logger::instance().error(component, "Study load failed", {{"reason", logReason(error)}});
+            fail(Outcome::Failed, QString::fromUtf8(error.what()));
+        }
+    } catch (...) {
+        fail(Outcome::Failed, QStringLiteral("Unknown exception while loading from Orthanc"));
+    }
+    return result;
+}
+
+} // namespace zorbel

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "cache/OrthancStudyLoader.h"
+#include "cache/SessionWorkspace.h"
+#include "cache/StudyLoadGuard.h"
+
+#include <QObject>
+#include <QString>
+#include <QThreadPool>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zorbel {
+
+/// What the loading overlay shows: a title, a detail line, and how much of the stage is done where that is
+/// known.
+struct StudyLoadStage {
+    QString title;
+    QString detail;
+    int done = 0;
+    int total = 0; ///< 0: unknown
+};
+
+/// A failed load, ready for the message box and the status line.
+struct StudyLoadFailure {
+    QString title;
+    QString text;
+    QString status;
+};
+
+/// Brings a study from the cheapest source to an image, in background tasks, and tells the window by signals
+/// alone; which sources there are is nobody else's business. One request is current at a time: results of
+/// older ones are discarded. Lives on the user-interface thread; its signals come there.
+class StudyLoadController : public QObject {
+    Q_OBJECT
+
+public:
+    explicit StudyLoadController(std::shared_ptr<ZorbelApiClient> client, QObject* parent = nullptr);
+    /// Cancels what runs, waits for it, and removes the session's workspace.
+    ~StudyLoadController() override;
+
+    void openStudy(const StudyRequest& study);
+    /// Loads the current study anew from the image service; does nothing before the first openStudy().
+    void retry();
+    /// Ends the current load at once for the user; the background work stops soon after. Nothing without a
+    /// load.
+    void cancel();
+    bool isLoading() const { return loading_; }
+    const std::optional<StudyRequest>& currentStudy() const { return study_; }
+
+    /// The answer to seriesChoiceNeeded(): a row of the offered list, or nothing to give up the load. Answers
+    /// to a question that is no longer open are ignored.
+    void chooseSeries(StudyLoadGuard::Ticket question, std::optional<int> row);
+
+Q_SIGNALS:
+    /// A load began, or ended in whatever way.
+    void loadingChanged(bool loading);
+    void stageChanged(const zorbel::StudyLoadStage& stage);
+    void statusChanged(const QString& status);
+    /// Several series: one must be confirmed with chooseSeries().
+    void seriesChoiceNeeded(
+        zorbel::StudyLoadGuard::Ticket question, const std::vector<zorbel::OrthancSeriesSummary>& series,
+        int suggestedRow);
+    /// The image is here: show it, then its status texts.
+    void imageReady(const zorbel::OrthancImageLoadResult& result);
+    void loadFailed(const zorbel::StudyLoadFailure& failure);
+    /// The user cancelled, or gave up the series choice; `status` says so.
+    void loadCancelled(const QString& status);
+
+private:
+    struct ListingResult;
+
+    StudyLoadGuard::Ticket begin(const StudyRequest& study);
+    void startOrthancFallbackLoad(StudyLoadGuard::Ticket ticket);
+    void onSeriesListed(StudyLoadGuard::Ticket ticket, const ListingResult& result);
+    void startSeriesLoad(StudyLoadGuard::Ticket ticket, const OrthancSeriesSummary& series);
+    void onProgress(StudyLoadGuard::Ticket ticket, const LoadProgress& progress);
+    void onStudyLoaded(StudyLoadGuard::Ticket ticket, const OrthancImageLoadResult& result);
+    void fail(const QString& message);
+    void end();
+
+    std::shared_ptr<ZorbelApiClient> client_;
+    SessionWorkspace workspace_;
+    QThreadPool pool_;
+    StudyLoadGuard guard_;
+    CancelFlag cancelFlag_;
+    std::string correlationId_;
+    std::optional<StudyRequest> study_;
+    std::vector<OrthancSeriesSummary> offeredSeries_; ///< while a series choice is open
+    bool loading_ = false;
+};
+
+} // namespace zorbel
