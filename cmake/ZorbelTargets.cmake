@@ -8,6 +8,10 @@ add_library(zorbel_flags INTERFACE)
 target_include_directories(zorbel_flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(zorbel_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
     -Woverloaded-virtual -Wcast-align -Wunused -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # GCC bug 105651: wrong warnings about std::string's own code.
+    target_compile_options(zorbel_flags INTERFACE -Wno-restrict)
+endif()
 target_compile_definitions(zorbel_flags INTERFACE QT_NO_KEYWORDS)
 if(ZORBEL_SANITIZE_ADDRESS)
     target_compile_options(zorbel_flags INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer
