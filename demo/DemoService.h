@@ -15,9 +15,9 @@ namespace zorbel::demo {
 
 class OrthancProcess;
 
-/// The imaging service for development, tests and a first look: a gateway that speaks the service's REST API on a free
-/// loopback port in front of an Orthanc of its own. Everything it holds lies in a temporary folder and is gone with it.
-/// All calls are safe from any thread once start() has returned.
+/// The imaging service for development, tests and a first look: a gateway that speaks the service's REST API
+/// on a free loopback port in front of an Orthanc of its own. Everything it holds lies in a temporary folder
+/// and is gone with it. All calls are safe from any thread once start() has returned.
 class DemoService {
 public:
     struct Options {
@@ -47,8 +47,8 @@ public:
     DemoService(const DemoService&) = delete;
     DemoService& operator=(const DemoService&) = delete;
 
-    /// Returns when the service answers and the studies asked for are listed. Throws std::runtime_error, with a text
-    /// for the user, when Orthanc is missing or does not start, or the port is taken.
+    /// Returns when the service answers and the studies asked for are listed. Throws std::runtime_error, with
+    /// a text for the user, when Orthanc is missing or does not start, or the port is taken.
     void start();
     void stop();
 
@@ -56,10 +56,10 @@ public:
     std::string baseUrl() const;
     int port() const;
 
-    /// Every DICOM file below the folder (or the one file), unchanged, into an organization's archive. Goes on past
-    /// bad files.
-    ImportResult uploadFolder(
-        const std::filesystem::path& folder, const std::string& organizationId = demoOrganizationId);
+    /// Every DICOM file below the folder (or the one file), unchanged, into an organization's archive. Goes
+    /// on past bad files.
+    ImportResult
+    uploadFolder(const std::filesystem::path& folder, const std::string& organizationId = demoOrganizationId);
 
     /// A valid bearer token, as if the account had signed in.
     std::string tokenFor(const DemoAccount& account);

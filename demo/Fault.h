@@ -7,23 +7,24 @@
 namespace zorbel::demo {
 
 /// One way in which the demo service misbehaves on request. Made by the functions below and handed to
-/// DemoService::setFault. `path` is a shell pattern on the request's path without its query; "*" also crosses "/".
-/// Several faults may match one request: delays add up, the first whole reply wins, changes of the body combine.
+/// DemoService::setFault. `path` is a shell pattern on the request's path without its query; "*" also crosses
+/// "/". Several faults may match one request: delays add up, the first whole reply wins, changes of the body
+/// combine.
 struct Fault {
     enum class Kind {
-        Delay,             ///< answers as usual, but `delay` later
-        Reply,             ///< answers `status` with `body` instead of the real reply
-        Redirect,          ///< answers 302 with `location`
-        Oversize,          ///< pads the body with blanks after its end until it is `bytes` long
-        DropBody,          ///< closes the connection after `bytes` of the body, whatever was announced
-        Hang,              ///< sends `bytes` of the body, then nothing, until the client or the service gives up
-        Throttle,          ///< at most `bytes` a second
-        MissingParts,      ///< leaves out the last `parts` parts of a series stream
-        ExtraParts,        ///< sends the last part `parts` times more
-        ShuffledParts,     ///< reverses the order of the parts
-        ReplacedPart,      ///< sends the first part's content again in the second part's place
-        EmptyPart,         ///< the first part has no body
-        WrongBoundary,     ///< announces another boundary than the body uses
+        Delay,         ///< answers as usual, but `delay` later
+        Reply,         ///< answers `status` with `body` instead of the real reply
+        Redirect,      ///< answers 302 with `location`
+        Oversize,      ///< pads the body with blanks after its end until it is `bytes` long
+        DropBody,      ///< closes the connection after `bytes` of the body, whatever was announced
+        Hang,          ///< sends `bytes` of the body, then nothing, until the client or the service gives up
+        Throttle,      ///< at most `bytes` a second
+        MissingParts,  ///< leaves out the last `parts` parts of a series stream
+        ExtraParts,    ///< sends the last part `parts` times more
+        ShuffledParts, ///< reverses the order of the parts
+        ReplacedPart,  ///< sends the first part's content again in the second part's place
+        EmptyPart,     ///< the first part has no body
+        WrongBoundary, ///< announces another boundary than the body uses
         MissingBoundary,   ///< announces multipart without a boundary
         QuotedBoundary,    ///< a boundary that holds a semicolon and is therefore quoted
         LineFeedOnly,      ///< bare LF line ends around the parts
@@ -47,8 +48,8 @@ struct Fault {
     static constexpr const char* instanceFiles = "*/viewer-proxy/instances/*";
 
     static Fault delayed(std::string path, std::chrono::milliseconds delay);
-    static Fault reply(
-        std::string path, int status, std::string body = {}, std::string contentType = "application/json");
+    static Fault
+    reply(std::string path, int status, std::string body = {}, std::string contentType = "application/json");
     /// {"error": message, "code": code}
     static Fault error(std::string path, int status, const std::string& message, const std::string& code);
     /// 200 with JSON that ends too early.

@@ -6,13 +6,13 @@
 
 namespace zorbel::demo {
 
-/// An Orthanc with the DICOMweb plugin on a free loopback port, with a temporary storage folder and a random password.
-/// The process and its folder live as long as this object; when this program dies, the system ends Orthanc, and the
-/// next OrthancProcess of any program removes the folder left behind.
+/// An Orthanc with the DICOMweb plugin on a free loopback port, with a temporary storage folder and a random
+/// password. The process and its folder live as long as this object; when this program dies, the system ends
+/// Orthanc, and the next OrthancProcess of any program removes the folder left behind.
 class OrthancProcess {
 public:
-    /// Returns when Orthanc answers. Throws std::runtime_error with a text for the user when it is not installed or
-    /// does not start.
+    /// Returns when Orthanc answers. Throws std::runtime_error with a text for the user when it is not
+    /// installed or does not start.
     OrthancProcess();
     ~OrthancProcess();
     OrthancProcess(const OrthancProcess&) = delete;

@@ -8,7 +8,7 @@ namespace zorbel::demo {
 /// What the demo service remembers of one request. Tokens and passwords are not kept.
 struct RequestRecord {
     std::string method;
-    std::string path;                           ///< without the query
+    std::string path;                              ///< without the query
     std::multimap<std::string, std::string> query; ///< decoded
     std::string accept;
     std::string userAgent;

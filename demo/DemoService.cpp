@@ -1,0 +1,130 @@
+#include "demo/DemoService.h"
+
+#include "demo/DemoArchive.h"
+#include "demo/DicomImport.h"
+#include "demo/Gateway.h"
+#include "demo/OrthancProcess.h"
+#include "demo/PhantomStudies.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace zorbel::demo {
+
+namespace fs = std::filesystem;
+
+struct DemoService::Parts {
+    OrthancProcess orthanc;
+    DemoArchive archive{orthanc};
+    Gateway gateway{archive};
+};
+
+DemoService::DemoService() = default;
+
+DemoService::DemoService(Options options) : options_(std::move(options)) {}
+
+DemoService::~DemoService() {
+    stop();
+}
+
+void DemoService::start() {
+    if (parts_) {
+        return;
+    }
+    parts_ = std::make_unique<Parts>();
+    try {
+        parts_->gateway.start(options_.port);
+        importAll();
+    } catch (...) {
+        stop();
+        throw;
+    }
+}
+
+void DemoService::importAll() {
+    if (options_.phantoms) {
+        uploadFolder(phantomFolder(options_.cacheFolder, options_.notice));
+    }
+    for (const fs::path& folder : options_.imports) {
+        const ImportResult result = uploadFolder(folder);
+        if (!options_.notice) {
+            continue;
+        }
+        options_.notice(
+            folder.string() + ": " + std::to_string(result.stored + result.alreadyStored) +
+            " DICOM files imported, " + std::to_string(result.skipped) + " other files skipped");
+        for (const std::string& failure : result.failures) {
+            options_.notice("not imported: " + failure);
+        }
+    }
+}
+
+void DemoService::stop() {
+    if (parts_) {
+        parts_->gateway.stop();
+    }
+    parts_.reset();
+}
+
+std::string DemoService::baseUrl() const {
+    return "http://127.0.0.1:" + std::to_string(port());
+}
+
+int DemoService::port() const {
+    return parts_ ? parts_->gateway.port() : 0;
+}
+
+DemoService::ImportResult
+DemoService::uploadFolder(const fs::path& folder, const std::string& organizationId) {
+    return importDicom(folder, [this, &organizationId](std::string_view file) {
+        return parts_->archive.store(file, organizationId);
+    });
+}
+
+std::string DemoService::tokenFor(const DemoAccount& account) {
+    return parts_->gateway.issueToken(account);
+}
+
+void DemoService::revokeTokens() {
+    parts_->gateway.revokeTokens();
+}
+
+int DemoService::setFault(const Fault& fault) {
+    return parts_->gateway.faults().add(fault);
+}
+
+void DemoService::removeFault(int id) {
+    parts_->gateway.faults().remove(id);
+}
+
+void DemoService::clearFaults() {
+    parts_->gateway.faults().clear();
+}
+
+std::vector<RequestRecord> DemoService::requests(const std::string& pathPattern) const {
+    return parts_->gateway.requests(pathPattern);
+}
+
+std::size_t DemoService::requestCount(const std::string& pathPattern, const std::string& method) const {
+    std::size_t count = 0;
+    for (const RequestRecord& one : requests(pathPattern)) {
+        count += method.empty() || one.method == method ? 1 : 0;
+    }
+    return count;
+}
+
+void DemoService::resetRequests() {
+    parts_->gateway.resetRequests();
+}
+
+std::vector<AuditRecord> DemoService::auditRecords() const {
+    return parts_->gateway.auditRecords();
+}
+
+OrthancProcess& DemoService::orthanc() {
+    return parts_->orthanc;
+}
+
+} // namespace zorbel::demo

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace zorbel::demo {
+
+/// Called with one line for the user.
+using Notice = std::function<void(const std::string&)>;
+
+/// Writes the phantom studies as DICOM files, one sub-folder for each study and series: the jaw volume "jaw",
+/// the panoramic image "panoramic", its inverted twin "panoramic-monochrome1", the lateral cephalogram
+/// "cephalometric", a small volume without one of its slices "incomplete", and a study of several series
+/// "several-series". The same files, UIDs included, at every call. Throws std::runtime_error naming the file
+/// that cannot be written.
+void writePhantomStudies(const std::filesystem::path& folder);
+
+/// A folder that holds the phantom studies: made below cacheFolder if it is not there yet. An empty
+/// cacheFolder means "zorbel-demo" under the user's cache folder.
+std::filesystem::path phantomFolder(const std::filesystem::path& cacheFolder, const Notice& notice = {});
+
+/// A CT series of `slices` images of size × size pixels, 16 bit, quick to write; for measuring transfer and
+/// decoding. The pixels are noise upon a gradient, other in every slice.
+void writeBenchSeries(const std::filesystem::path& folder, int slices = 400, int size = 512);
+
+} // namespace zorbel::demo
