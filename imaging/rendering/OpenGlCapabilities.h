@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace zorbel::imaging {
+
+/// What this computer's OpenGL can do for the views.
+struct OpenGlCapabilities {
+    bool available = false; ///< a 3.2 core context could be made current
+    bool software = false;  ///< drawn by the processor (llvmpipe, softpipe, SwiftShader, GDI)
+    int max3DTextureSize = 0;
+    std::string renderer; ///< GL_RENDERER
+
+    /// Measured once, at the first call; user-interface thread, with a running QGuiApplication.
+    static const OpenGlCapabilities& instance();
+};
+
+} // namespace zorbel::imaging

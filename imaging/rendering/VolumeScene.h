@@ -1,0 +1,37 @@
+#pragma once
+
+#include "imaging/Image.h"
+#include "imaging/VolumeAppearance.h"
+
+#include <vtkNew.h>
+
+class vtkGPUVolumeRayCastMapper;
+class vtkVolume;
+class vtkVolumeProperty;
+
+namespace zorbel::imaging {
+
+/// The VTK side of one volume in the 3D view: mapper, transfer functions and placement in the patient.
+class VolumeScene {
+public:
+    VolumeScene(const Image& image, const VolumeAppearance& appearance);
+    ~VolumeScene();
+    VolumeScene(const VolumeScene&) = delete;
+    VolumeScene& operator=(const VolumeScene&) = delete;
+
+    vtkVolume* volume() const { return volume_; }
+    /// imageStep: screen pixels for one ray, in each direction. rayStep: voxels between two samples of a ray.
+    void setQuality(double imageStep, double rayStep);
+    void setAppearance(const VolumeAppearance& appearance);
+    /// VTK reported that it could not draw the volume.
+    bool hasFailed() const { return failed_; }
+
+private:
+    vtkNew<vtkGPUVolumeRayCastMapper> mapper_;
+    vtkNew<vtkVolumeProperty> property_;
+    vtkNew<vtkVolume> volume_;
+    double voxel_ = 1.0;
+    bool failed_ = false;
+};
+
+} // namespace zorbel::imaging
