@@ -1,0 +1,14 @@
+#pragma once
+
+#include <functional>
+
+class QApplication;
+
+namespace zorbel {
+
+/// Runs the program from its first line to its last; returns the exit code: the event loop's result, 0 when
+/// the sign-in was cancelled, 2 when the API endpoint was refused. applicationReady, if given, is called once
+/// the application object has its identity and looks, before any window: the guided tour hooks in there.
+int runApplication(int& argc, char** argv, const std::function<void(QApplication&)>& applicationReady = {});
+
+} // namespace zorbel

@@ -1,0 +1,43 @@
+#include "app/LinkRequest.h"
+
+#include "app/ApiBaseRule.h"
+
+#include <QRegularExpression>
+#include <QUrl>
+#include <QUrlQuery>
+
+namespace zorbel {
+
+namespace {
+
+std::optional<LinkRequest> parseLink(const QString& argument) {
+    const QUrl url(argument);
+    if (!url.isValid() || url.scheme().compare(QLatin1String("zorbel-viewer"), Qt::CaseInsensitive) != 0 ||
+        url.host().compare(QLatin1String("report"), Qt::CaseInsensitive) != 0)
+        return std::nullopt;
+
+    constexpr int longestUid = 64;
+    // \z, not $: that one also matches before a line end.
+    static const QRegularExpression uidForm(QStringLiteral("^[0-9]+(?:\\.[0-9]+)*\\z"));
+    const QUrlQuery query(url);
+    const QString uid =
+        query.queryItemValue(QStringLiteral("studyInstanceUID"), QUrl::FullyDecoded).trimmed();
+    if (uid.size() > longestUid || !uidForm.match(uid).hasMatch())
+        return std::nullopt;
+    const auto apiBase =
+        normalizeApiBase(query.queryItemValue(QStringLiteral("apiBase"), QUrl::FullyDecoded));
+    if (!apiBase)
+        return std::nullopt;
+    return LinkRequest{uid, *apiBase};
+}
+
+} // namespace
+
+std::optional<LinkRequest> LinkRequest::parse(const QStringList& arguments) {
+    for (const QString& argument : arguments)
+        if (auto link = parseLink(argument))
+            return link;
+    return std::nullopt;
+}
+
+} // namespace zorbel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <filesystem>
+
+namespace zorbel {
+
+/// The file that exists exactly while a session runs: one found at start means that the previous session
+/// crashed or was killed.
+class SessionLock {
+public:
+    /// folder: where "session.lock" lies; it is created when needed.
+    explicit SessionLock(const std::filesystem::path& folder);
+
+    /// Creates the file; true when one was there already. Throws std::system_error when it cannot be created.
+    bool acquire();
+    /// Removes the file; may be called more than once.
+    void remove() const;
+
+private:
+    std::filesystem::path folder_;
+    std::filesystem::path file_;
+};
+
+} // namespace zorbel

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "imaging/Image.h"
+
+#include <QObject>
+
+#include <memory>
+
+class QLabel;
+
+namespace zorbel {
+
+namespace imaging {
+class ImageView2D;
+} // namespace imaging
+
+class ViewportFrame;
+class ViewportOverlay;
+
+/// Shows a panoramic, cephalometric or other 2D image upright in the 2D view. The widgets belong to the
+/// workspace's layout.
+class ImageController : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ImageController(QObject* parent = nullptr);
+
+    ViewportFrame* frame() const { return frame_; }
+
+    void setImage(const std::shared_ptr<const imaging::Image>& image, bool panoramic);
+    void clear();
+    void fitToView();
+    void resetView();
+
+Q_SIGNALS:
+    /// The image given to setImage() was painted.
+    void imageDrawn();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void updateTexts();
+
+    imaging::ImageView2D* view_ = nullptr;
+    ViewportFrame* frame_ = nullptr;
+    ViewportOverlay* overlay_ = nullptr;
+    QLabel* orientationChip_ = nullptr;
+    QLabel* toneChip_ = nullptr;
+    std::shared_ptr<const imaging::Image> image_;
+    bool panoramic_ = false;
+    bool awaitsFrame_ = false;
+};
+
+} // namespace zorbel

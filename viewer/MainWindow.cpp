@@ -1,0 +1,239 @@
+#include "viewer/MainWindow.h"
+
+#include "api/StudyClassification.h"
+#include "app/log/Logger.h"
+#include "viewer/LoadingOverlay.h"
+#include "viewer/MainToolBar.h"
+#include "viewer/MprController.h"
+#include "viewer/SeriesSelectionDialog.h"
+#include "viewer/StudyBrowserWidget.h"
+#include "viewer/ViewerWorkspace.h"
+
+#include <QCloseEvent>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QShortcut>
+#include <QSplitter>
+#include <QStatusBar>
+
+#include <functional>
+#include <utility>
+
+namespace zorbel {
+
+namespace {
+
+constexpr char component[] = "MainWindow";
+
+} // namespace
+
+MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, QWidget* parent)
+    : QMainWindow(parent), client_(std::move(client)) {
+    setObjectName(QStringLiteral("mainWindow"));
+    setWindowTitle(QStringLiteral("Zorbel Diagnostic Viewer — %1").arg(QStringLiteral("Clinical Workspace")));
+    setMinimumSize(1100, 700);
+    resize(1440, 900);
+    loader_ = new StudyLoadController(client_, this);
+    buildWorkspace();
+    buildToolBar();
+    buildStatusBar();
+    connectLoading();
+    bindShortcuts();
+    browser_->loadStudiesAsync();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::buildWorkspace() {
+    browser_ = new StudyBrowserWidget(client_);
+    browser_->setMinimumWidth(240);
+    workspace_ = new ViewerWorkspace;
+    splitter_ = new QSplitter(Qt::Horizontal);
+    splitter_->setObjectName(QStringLiteral("workspaceSplitter"));
+    splitter_->addWidget(browser_);
+    splitter_->addWidget(workspace_);
+    splitter_->setStretchFactor(1, 1);
+    splitter_->setCollapsible(0, false);
+    splitter_->setCollapsible(1, false);
+    splitter_->setSizes({300, 1140});
+    setCentralWidget(splitter_);
+    connect(browser_, &StudyBrowserWidget::studyDoubleClicked, this, &MainWindow::onStudyDoubleClicked);
+    connect(workspace_, &ViewerWorkspace::imageDrawn, this, [this] {
+        Q_EMIT studyDisplayed(sinceRequest_.elapsed());
+    });
+    connect(
+        workspace_, &ViewerWorkspace::notice, this, [this](const QString& text) { source_->setText(text); });
+}
+
+void MainWindow::buildToolBar() {
+    toolBar_ = new MainToolBar(client_->profile(), client_->config().baseUrl);
+    addToolBar(Qt::TopToolBarArea, toolBar_);
+    connect(toolBar_, &MainToolBar::studiesToggled, browser_, &QWidget::setVisible);
+    connect(toolBar_, &MainToolBar::retryRequested, this, [this] {
+        sinceRequest_.start();
+        loader_->retry();
+    });
+    connect(toolBar_, &MainToolBar::signOutRequested, this, &MainWindow::signOut);
+}
+
+void MainWindow::buildStatusBar() {
+    status_ = new QLabel(QStringLiteral("Ready"));
+    status_->setObjectName(QStringLiteral("statusText"));
+    status_->setTextFormat(Qt::PlainText);
+    status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    source_ = new QLabel;
+    source_->setObjectName(QStringLiteral("statusSource"));
+    source_->setTextFormat(Qt::PlainText);
+    busy_ = new QProgressBar;
+    busy_->setObjectName(QStringLiteral("statusBusy"));
+    busy_->setRange(0, 0);
+    busy_->setMaximumWidth(200);
+    busy_->setTextVisible(false);
+    busy_->hide();
+    statusBar()->setSizeGripEnabled(false);
+    statusBar()->addWidget(status_, 1);
+    statusBar()->addPermanentWidget(source_);
+    statusBar()->addPermanentWidget(busy_);
+}
+
+void MainWindow::connectLoading() {
+    connect(
+        &workspace_->loadingOverlay(), &LoadingOverlay::cancelRequested, loader_,
+        &StudyLoadController::cancel);
+    connect(loader_, &StudyLoadController::loadingChanged, this, [this](bool loading) {
+        busy_->setVisible(loading);
+        toolBar_->setRetryEnabled(!loading && loader_->currentStudy().has_value());
+        if (!loading)
+            workspace_->loadingOverlay().hide();
+    });
+    connect(loader_, &StudyLoadController::stageChanged, this, [this](const StudyLoadStage& stage) {
+        workspace_->loadingOverlay().showStage(stage.title, stage.detail, stage.done, stage.total);
+    });
+    connect(loader_, &StudyLoadController::statusChanged, status_, &QLabel::setText);
+    connect(loader_, &StudyLoadController::seriesChoiceNeeded, this, &MainWindow::askForSeries);
+    connect(loader_, &StudyLoadController::imageReady, this, &MainWindow::showImage);
+    connect(loader_, &StudyLoadController::loadFailed, this, &MainWindow::showFailure);
+    connect(loader_, &StudyLoadController::loadCancelled, status_, &QLabel::setText);
+}
+
+void MainWindow::bindShortcuts() {
+    const auto bind = [this](const QKeySequence& keys, std::function<void()> action) {
+        auto* shortcut = new QShortcut(keys, this);
+        connect(shortcut, &QShortcut::activated, this, std::move(action));
+    };
+    const auto step = [this](double slices) { return [this, slices] { workspace_->step(slices); }; };
+    const auto activate = [this](int viewport) {
+        return [this, viewport] { workspace_->mpr().setActiveViewport(viewport); };
+    };
+    bind(Qt::Key_Left, step(-1));
+    bind(Qt::Key_Down, step(-1));
+    bind(Qt::Key_Right, step(1));
+    bind(Qt::Key_Up, step(1));
+    bind(Qt::Key_PageDown, step(-10));
+    bind(Qt::Key_PageUp, step(10));
+    bind(Qt::Key_A, activate(MprController::Axial));
+    bind(Qt::Key_D, activate(MprController::Coronal));
+    bind(Qt::Key_S, activate(MprController::Sagittal));
+    bind(Qt::Key_F, [this] { workspace_->fitToView(); });
+    bind(QKeySequence(Qt::SHIFT | Qt::Key_R), [this] { workspace_->resetView(); });
+}
+
+void MainWindow::onStudyDoubleClicked(
+    const QString& orthancId, const QString& studyUID, const QString& patientName, const QString& modality,
+    const QString& studyDate) {
+    openStudy({orthancId, studyUID, patientName, modality, studyDate});
+}
+
+void MainWindow::openStudy(const StudyRequest& study) {
+    sinceRequest_.start();
+    loader_->openStudy(study);
+}
+
+void MainWindow::openLinkedStudy(const QString& studyInstanceUID) {
+    StudyRequest study;
+    study.studyInstanceUID = studyInstanceUID;
+    openStudy(study);
+}
+
+void MainWindow::showImage(const OrthancImageLoadResult& result) {
+    const auto& study = result.study;
+    const StudyIdentity identity(study.studyInstanceUID, study.patientName, result.modality, study.studyDate);
+    const QString description = result.series.seriesDescription.trimmed();
+    const QString series =
+        description.isEmpty() ? QString() : QStringLiteral("  |  Series: %1").arg(description);
+    if (result.volumetric) {
+        workspace_->showVolume(identity, result.image);
+        status_->setText(QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (%1).%2")
+                             .arg(result.modality, series));
+        source_->setText(
+            QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, study.studyInstanceUID));
+        Logger::instance().info(
+            component, "DICOM fallback volume displayed",
+            {{"study", study.studyInstanceUID.toStdString()}, {"mode", "MPR"}});
+    } else {
+        const auto kind = StudyClassification::classify(result.modality, description);
+        workspace_->showImage(identity, result.image, kind.isPanoramic());
+        status_->setText(
+            QStringLiteral("Non-volumetric study loaded in 2D mode (%1).%2").arg(result.modality, series));
+        source_->setText(
+            QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, study.studyInstanceUID));
+        Logger::instance().info(
+            component, "DICOM fallback image displayed in 2D mode",
+            {{"study", study.studyInstanceUID.toStdString()}, {"mode", "2D"}});
+    }
+    ViewerStudySummary recent;
+    recent.orthancId = study.orthancId;
+    recent.studyInstanceUID = study.studyInstanceUID;
+    recent.patientName = study.patientName;
+    recent.modality = study.modality.isEmpty() ? result.modality : study.modality;
+    recent.studyDate = study.studyDate;
+    recent.studyDescription = description;
+    browser_->addRecentStudy(recent);
+}
+
+void MainWindow::askForSeries(
+    StudyLoadGuard::Ticket question, const std::vector<OrthancSeriesSummary>& series, int suggestedRow) {
+    auto* dialog = new SeriesSelectionDialog(series, suggestedRow, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::accepted, this, [this, dialog, question] {
+        loader_->chooseSeries(question, dialog->selectedRow());
+    });
+    connect(dialog, &QDialog::rejected, this, [this, question] {
+        loader_->chooseSeries(question, std::nullopt);
+    });
+    // A cancelled load, or a newer one, takes its question back.
+    connect(loader_, &StudyLoadController::loadingChanged, dialog, &QDialog::reject);
+    dialog->open();
+}
+
+void MainWindow::showFailure(const StudyLoadFailure& failure) {
+    status_->setText(failure.status);
+    auto* box = new QMessageBox(QMessageBox::Warning, failure.title, failure.text, QMessageBox::Ok, this);
+    box->setObjectName(QStringLiteral("loadFailureBox"));
+    box->setTextFormat(Qt::PlainText);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+void MainWindow::closeStudy() {
+    loader_->cancel();
+    if (workspace_->viewMode() == ViewMode::None)
+        return;
+    workspace_->reset();
+    source_->clear();
+    status_->setText(QStringLiteral("Study closed"));
+    Logger::instance().info(component, "Study closed");
+}
+
+void MainWindow::signOut() {
+    client_->signOut();
+    close();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    closeStudy();
+    event->accept();
+}
+
+} // namespace zorbel

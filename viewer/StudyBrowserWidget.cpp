@@ -1,0 +1,246 @@
+#include "viewer/StudyBrowserWidget.h"
+
+#include "api/BackgroundTask.h"
+#include "api/LogReason.h"
+#include "api/StudyClassification.h"
+#include "app/log/Logger.h"
+#include "viewer/StudyRows.h"
+
+#include <QButtonGroup>
+#include <QComboBox>
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QShortcut>
+#include <QStyle>
+#include <QTimer>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace zorbel {
+
+namespace {
+
+constexpr int pageSize = 200; // the most that the service hands out at once
+constexpr int searchDelayMs = 400;
+constexpr std::size_t mostRecent = 20;
+
+enum ItemRole { PatientName = Qt::UserRole, StudyDate, Modality, StudyUID, OrthancId };
+
+QListWidgetItem* newRow(const ViewerStudySummary& study) {
+    auto* item = new QListWidgetItem(StudyRows::text(study));
+    item->setToolTip(StudyRows::toolTip(study));
+    item->setData(PatientName, study.patientName);
+    item->setData(StudyDate, study.studyDate);
+    item->setData(Modality, study.modality);
+    item->setData(StudyUID, study.studyInstanceUID);
+    item->setData(OrthancId, study.orthancId);
+    return item;
+}
+
+} // namespace
+
+struct StudyBrowserWidget::ListResult {
+    std::vector<ViewerStudySummary> studies;
+    QString failureText; ///< empty on success
+};
+
+StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, QWidget* parent)
+    : QWidget(parent), client_(std::move(client)) {
+    setObjectName(QStringLiteral("studyBrowser"));
+    pool_.setMaxThreadCount(2);
+
+    refresh_ = new QPushButton(QStringLiteral("Refresh studies"));
+    refresh_->setObjectName(QStringLiteral("refreshStudies"));
+    search_ = new QLineEdit;
+    search_->setObjectName(QStringLiteral("studySearch"));
+    search_->setPlaceholderText(QStringLiteral("Search patient, modality or date…"));
+    search_->setClearButtonEnabled(true);
+    searchDelay_ = new QTimer(this);
+    searchDelay_->setSingleShot(true);
+    searchDelay_->setInterval(searchDelayMs);
+
+    typeFilter_ = new QComboBox;
+    typeFilter_->setObjectName(QStringLiteral("studyTypeFilter"));
+    typeFilter_->setAccessibleName(QStringLiteral("Filter studies by type"));
+    typeFilter_->setToolTip(QStringLiteral("Show only studies of the selected imaging type"));
+    typeFilter_->addItem(QStringLiteral("All study types"), QString());
+    for (const QString& label : StudyClassification::labels())
+        typeFilter_->addItem(label, label);
+
+    list_ = new QListWidget;
+    list_->setObjectName(QStringLiteral("studyList"));
+    list_->setUniformItemSizes(true);
+    list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list_->setTextElideMode(Qt::ElideRight);
+    status_ = new QLabel;
+    status_->setWordWrap(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(14, 14, 14, 10);
+    layout->setSpacing(9);
+    layout->addWidget(buildHeader());
+    layout->addWidget(refresh_);
+    layout->addWidget(search_);
+    layout->addWidget(typeFilter_);
+    layout->addWidget(buildScopes());
+    layout->addWidget(list_, 1);
+    layout->addWidget(status_);
+
+    connect(refresh_, &QPushButton::clicked, this, &StudyBrowserWidget::loadStudiesAsync);
+    connect(search_, &QLineEdit::textEdited, this, &StudyBrowserWidget::onSearchEdited);
+    connect(search_, &QLineEdit::textChanged, this, &StudyBrowserWidget::rebuildRows);
+    connect(searchDelay_, &QTimer::timeout, this, &StudyBrowserWidget::loadStudiesAsync);
+    connect(typeFilter_, &QComboBox::currentIndexChanged, this, &StudyBrowserWidget::rebuildRows);
+    connect(list_, &QListWidget::itemDoubleClicked, this, &StudyBrowserWidget::openCurrentRow);
+    for (const int key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* open = new QShortcut(QKeySequence(key), list_, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(open, &QShortcut::activated, this, &StudyBrowserWidget::openCurrentRow);
+    }
+}
+
+StudyBrowserWidget::~StudyBrowserWidget() {
+    if (cancelFlag_)
+        cancelFlag_->store(true);
+    pool_.waitForDone();
+}
+
+QWidget* StudyBrowserWidget::buildHeader() {
+    auto* header = new QFrame;
+    header->setStyleSheet(QStringLiteral("QFrame { background:transparent;border:0; }"));
+    auto* title = new QLabel(QStringLiteral("Studies"));
+    title->setObjectName(QStringLiteral("zorbelBrandTitle"));
+    auto* subtitle = new QLabel(QStringLiteral("Secure Zorbel Cloud workspace"));
+    subtitle->setObjectName(QStringLiteral("zorbelBrandSubtitle"));
+    auto* layout = new QVBoxLayout(header);
+    layout->setContentsMargins(0, 0, 0, 2);
+    layout->setSpacing(2);
+    layout->addWidget(title);
+    layout->addWidget(subtitle);
+    return header;
+}
+
+QWidget* StudyBrowserWidget::buildScopes() {
+    auto* scopes = new QWidget;
+    auto* layout = new QHBoxLayout(scopes);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(6);
+    auto* group = new QButtonGroup(this);
+    const auto addScope = [&](const QString& text, const QString& name) {
+        auto* button = new QToolButton;
+        button->setText(text);
+        button->setObjectName(name);
+        button->setCheckable(true);
+        button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+        button->setProperty("scope", true);
+        group->addButton(button);
+        layout->addWidget(button);
+        return button;
+    };
+    organizationScope_ = addScope(QStringLiteral("Organization"), QStringLiteral("organizationScope"));
+    recentScope_ = addScope(QStringLiteral("Recent"), QStringLiteral("recentScope"));
+    organizationScope_->setChecked(true);
+    connect(group, &QButtonGroup::buttonClicked, this, &StudyBrowserWidget::rebuildRows);
+    return scopes;
+}
+
+bool StudyBrowserWidget::showsRecent() const {
+    return recentScope_->isChecked();
+}
+
+void StudyBrowserWidget::onSearchEdited() {
+    if (!showsRecent())
+        searchDelay_->start();
+}
+
+void StudyBrowserWidget::loadStudiesAsync() {
+    searchDelay_->stop();
+    if (cancelFlag_)
+        cancelFlag_->store(true);
+    cancelFlag_ = std::make_shared<std::atomic<bool>>(false);
+    const auto request = ++newestRequest_;
+    showStatus(QStringLiteral("Loading authorized studies…"), false);
+    runInBackground(
+        pool_, this,
+        [client = client_, search = search_->text().trimmed(), cancel = cancelFlag_] {
+            ListResult result;
+            try {
+                result.studies = client->listStudies(search, pageSize, cancel);
+            } catch (const std::exception& error) {
+                if (!cancel->load())
+                    Logger::instance().warn(
+                        "StudyBrowser", "Could not load the study list", {{"reason", logReason(error)}});
+                result.failureText = QString::fromUtf8(error.what());
+            }
+            return result;
+        },
+        [this, request, search = search_->text().trimmed()](const ListResult& result) {
+            onListed(request, search, result);
+        });
+}
+
+void StudyBrowserWidget::onListed(std::uint64_t request, const QString& search, const ListResult& result) {
+    if (request != newestRequest_)
+        return;
+    if (!result.failureText.isEmpty()) {
+        showStatus(result.failureText, true);
+        return;
+    }
+    studies_ = result.studies;
+    listedSearch_ = search;
+    StudyRows::sortNewestFirst(studies_);
+    rebuildRows();
+}
+
+void StudyBrowserWidget::addRecentStudy(const ViewerStudySummary& study) {
+    std::erase_if(
+        recent_, [&study](const auto& other) { return other.studyInstanceUID == study.studyInstanceUID; });
+    recent_.insert(recent_.begin(), study);
+    recent_.resize(std::min(recent_.size(), mostRecent));
+    if (showsRecent())
+        rebuildRows();
+}
+
+void StudyBrowserWidget::rebuildRows() {
+    const auto& source = showsRecent() ? recent_ : studies_;
+    const auto* current = list_->currentItem();
+    const QString currentUid = current ? current->data(StudyUID).toString() : QString();
+    list_->clear();
+    // What the service found for this very text may match by fields that the rows do not carry, such as a
+    // patient id.
+    const bool searchedByService = !showsRecent() && search_->text().trimmed() == listedSearch_;
+    const QString search = searchedByService ? QString() : search_->text();
+    for (const auto& study : source) {
+        if (!StudyRows::matches(study, search, typeFilter_->currentData().toString()))
+            continue;
+        auto* item = newRow(study);
+        list_->addItem(item);
+        if (study.studyInstanceUID == currentUid)
+            list_->setCurrentItem(item);
+    }
+    showStatus(QStringLiteral("Showing %1 of %2 studies").arg(list_->count()).arg(source.size()), false);
+}
+
+void StudyBrowserWidget::openCurrentRow() {
+    const auto* item = list_->currentItem();
+    if (!item)
+        return;
+    Q_EMIT studyDoubleClicked(
+        item->data(OrthancId).toString(), item->data(StudyUID).toString(), item->data(PatientName).toString(),
+        item->data(Modality).toString(), item->data(StudyDate).toString());
+}
+
+void StudyBrowserWidget::showStatus(const QString& text, bool error) {
+    status_->setText(text);
+    status_->setObjectName(error ? QStringLiteral("zorbelStatusError") : QStringLiteral("zorbelStatus"));
+    // The style sheet selects by object name and does not notice its change by itself.
+    status_->style()->unpolish(status_);
+    status_->style()->polish(status_);
+}
+
+} // namespace zorbel

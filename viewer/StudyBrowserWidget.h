@@ -1,0 +1,71 @@
+#pragma once
+
+#include "api/ZorbelApiClient.h"
+
+#include <QThreadPool>
+#include <QWidget>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QPushButton;
+class QTimer;
+class QToolButton;
+
+namespace zorbel {
+
+/// The list of the studies that the user may open, with search, type filter and the scopes "Organization"
+/// (the service's list) and "Recent" (the studies opened so far).
+class StudyBrowserWidget : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, QWidget* parent = nullptr);
+    /// Ends a running list request.
+    ~StudyBrowserWidget() override;
+
+    /// Asks the service for the list in the background; a failure leaves the rows as they are.
+    void loadStudiesAsync();
+    /// Puts a study at the head of the recent ones.
+    void addRecentStudy(const ViewerStudySummary& study);
+
+Q_SIGNALS:
+    void studyDoubleClicked(
+        const QString& orthancId, const QString& studyUID, const QString& patientName,
+        const QString& modality, const QString& studyDate);
+
+private:
+    struct ListResult;
+
+    QWidget* buildHeader();
+    QWidget* buildScopes();
+    bool showsRecent() const;
+    void onSearchEdited();
+    void onListed(std::uint64_t request, const QString& search, const ListResult& result);
+    void rebuildRows();
+    void openCurrentRow();
+    void showStatus(const QString& text, bool error);
+
+    std::shared_ptr<ZorbelApiClient> client_;
+    QThreadPool pool_;
+    CancelFlag cancelFlag_;
+    std::uint64_t newestRequest_ = 0; ///< an answer to an older request is dropped
+    std::vector<ViewerStudySummary> studies_;
+    QString listedSearch_; ///< the search text that studies_ answers
+    std::vector<ViewerStudySummary> recent_;
+    QPushButton* refresh_ = nullptr;
+    QLineEdit* search_ = nullptr;
+    QTimer* searchDelay_ = nullptr;
+    QComboBox* typeFilter_ = nullptr;
+    QToolButton* organizationScope_ = nullptr;
+    QToolButton* recentScope_ = nullptr;
+    QListWidget* list_ = nullptr;
+    QLabel* status_ = nullptr;
+};
+
+} // namespace zorbel

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QFrame>
+
+class QLabel;
+
+namespace zorbel {
+
+/// The strip above the viewports: whose study is shown, and how.
+class ViewerHeader : public QFrame {
+    Q_OBJECT
+
+public:
+    explicit ViewerHeader(QWidget* parent = nullptr);
+
+    void setTitle(const QString& title);
+    void setSubtitle(const QString& subtitle, const QString& toolTip);
+    /// A chip is hidden while its text is empty.
+    void setStudyChip(const QString& text);
+    void setModeChip(const QString& text, const QString& toolTip);
+
+private:
+    QLabel* title_ = nullptr;
+    QLabel* subtitle_ = nullptr;
+    QLabel* studyChip_ = nullptr;
+    QLabel* modeChip_ = nullptr;
+};
+
+} // namespace zorbel
