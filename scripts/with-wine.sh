@@ -29,5 +29,5 @@ if [[ ! -e $ready ]]; then
 fi
 
 # The server outlives this program for a while, so that the next one starts at once.
-wineserver -p20 2>/dev/null || true
+wineserver -p20 </dev/null >/dev/null 2>&1 || true
 exec wine "$@"

@@ -7,7 +7,6 @@
 
 #include <windows.h>
 
-#include <aclapi.h>
 #include <sddl.h>
 
 namespace zorbel {
@@ -62,18 +61,11 @@ public:
     OwnerOnly& operator=(const OwnerOnly&) = delete;
 
     SECURITY_ATTRIBUTES* attributes() { return &attributes_; }
-    /// Gives an existing file or folder this access; the system's error code, 0 for success.
-    DWORD applyTo(const fs::path& path) const {
-        BOOL present = FALSE;
-        BOOL defaulted = FALSE;
-        PACL list = nullptr;
-        if (GetSecurityDescriptorDacl(descriptor_, &present, &list, &defaulted) == 0) {
-            return GetLastError();
-        }
-        std::wstring name = path.wstring();
-        return SetNamedSecurityInfoW(
-            name.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
-            nullptr, nullptr, list, nullptr);
+    /// Gives an existing folder this access; what lies in it keeps its own. Tells whether it worked.
+    bool applyTo(const fs::path& folder) const {
+        return SetFileSecurityW(
+                   folder.c_str(), DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
+                   descriptor_) != 0;
     }
 
 private:
@@ -123,8 +115,8 @@ void createPrivateFolder(const fs::path& folder) {
     if ((GetFileAttributesW(folder.c_str()) & FILE_ATTRIBUTE_DIRECTORY) == 0) {
         fail(ERROR_DIRECTORY, what, folder);
     }
-    if (const DWORD reason = access.applyTo(folder); reason != ERROR_SUCCESS) {
-        fail(reason, what, folder);
+    if (!access.applyTo(folder)) {
+        fail(GetLastError(), what, folder);
     }
 }
 

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+enum class CrashKind { MemoryFault, StackOverflow, Abort };
+
+/// Expectations of this system's form of a dump.
+void checkCrashDump(
+    const std::filesystem::path& path, const std::string& contents, const std::string& version,
+    CrashKind kind);
