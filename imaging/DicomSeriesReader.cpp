@@ -1,0 +1,158 @@
+#include "imaging/DicomSeriesReader.h"
+
+#include "imaging/dicom/BlockBuilder.h"
+#include "imaging/dicom/FrameDecoder.h"
+#include "imaging/dicom/GdcmSetup.h"
+#include "imaging/dicom/VoxelConversion.h"
+#include "imaging/dicom/WorkerPool.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+
+namespace zorbel::imaging {
+
+namespace {
+
+/// Beyond this no reading workstation of today shows a volume, and a number of that size is more likely
+/// damage.
+constexpr std::size_t largestVolumeBytes = std::size_t{8} << 30;
+
+std::size_t sliceVoxels(const ImageBlock& block) {
+    const auto& size = block.geometry.dimensions();
+    return static_cast<std::size_t>(size[0]) * static_cast<std::size_t>(size[1]);
+}
+
+std::string nameOf(const DicomFrame& frame) {
+    return frame.file.filename().string();
+}
+
+class BlockDecoder {
+public:
+    BlockDecoder(
+        const ImageBlock& block, const std::atomic<bool>* cancel, const DicomSeriesReader::Progress& progress)
+        : block_(block), cancel_(cancel), progress_(progress), ranges_(block.frames.size()) {}
+
+    std::shared_ptr<const Image> decode() {
+        VoxelPlan plan = planVoxels(block_);
+        decodeAs(plan);
+        if (plan.optimistic && !fits(range(), plan.type)) {
+            plan = planVoxelsFor(range());
+            decodeAs(plan);
+        }
+        ImageMetadata metadata = block_.metadata;
+        metadata.minimum = range().minimum;
+        metadata.maximum = range().maximum;
+        return std::make_shared<const Image>(
+            block_.geometry, plan.type, plan.components, std::move(voxels_), byteLength_,
+            std::move(metadata));
+    }
+
+private:
+    ValueRange range() const {
+        ValueRange all{std::numeric_limits<double>::max(), std::numeric_limits<double>::lowest()};
+        for (const ValueRange& range : ranges_) {
+            all.minimum = std::min(all.minimum, range.minimum);
+            all.maximum = std::max(all.maximum, range.maximum);
+        }
+        return all;
+    }
+
+    void decodeAs(const VoxelPlan& plan) {
+        const std::size_t sliceBytes =
+            sliceVoxels(block_) * bytesPerComponent(plan.type) * static_cast<std::size_t>(plan.components);
+        if (sliceBytes == 0 || sliceBytes > largestVolumeBytes / block_.frames.size())
+            throw DicomReadError(nameOf(block_.frames.front()) + ": the image is too large");
+        byteLength_ = sliceBytes * block_.frames.size();
+        voxels_.reset();
+        auto voxels = std::make_shared_for_overwrite<std::byte[]>(byteLength_);
+        FrameDecoder decoder;
+        std::vector<DecodedFrame> buffers(workerCount(block_.frames.size()));
+        runOnAllCores(
+            block_.frames.size(),
+            [&](std::size_t i, std::size_t worker) {
+                ranges_[i] = decodeFrame(
+                    block_.frames[i], plan, decoder, buffers[worker], voxels.get() + i * sliceBytes);
+            },
+            cancel_,
+            [this](std::size_t done, std::size_t total) {
+                // A second attempt with a wider type must not count from the start again.
+                if (progress_ && done > reported_)
+                    progress_(reported_ = done, total);
+            });
+        voxels_ = std::move(voxels);
+    }
+
+    static ValueRange decodeFrame(
+        const DicomFrame& frame, const VoxelPlan& plan, FrameDecoder& decoder, DecodedFrame& buffer,
+        std::byte* to) {
+        try {
+            const DicomFileHeader& header = *frame.header;
+            decoder.decode(header, frame.frameIndex, buffer);
+            if (plan.components == 3)
+                return convertColor(header, buffer, to);
+            return convertGrey(header, frame.rescale, buffer, plan, to);
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::runtime_error& reason) {
+            throw DicomReadError(nameOf(frame) + ": " + reason.what());
+        } catch (const std::exception&) {
+            // The codecs' own exceptions say nothing that helps a reader.
+            throw DicomReadError(nameOf(frame) + ": the pixel data is damaged");
+        }
+    }
+
+    const ImageBlock& block_;
+    const std::atomic<bool>* cancel_;
+    const DicomSeriesReader::Progress& progress_;
+    std::vector<ValueRange> ranges_;
+    std::size_t reported_ = 0;
+    std::shared_ptr<const std::byte[]> voxels_;
+    std::size_t byteLength_ = 0;
+};
+
+} // namespace
+
+const SplitReason* ImageBlock::findReason(SplitReasonType type) const {
+    const auto found =
+        std::find_if(splitReasons.begin(), splitReasons.end(), [type](const SplitReason& reason) {
+            return reason.type == type;
+        });
+    return found == splitReasons.end() ? nullptr : &*found;
+}
+
+DicomAnalysis DicomSeriesReader::analyze(
+    const std::vector<std::filesystem::path>& files, const std::atomic<bool>* cancel,
+    const Progress& progress) {
+    prepareGdcm();
+    std::vector<std::shared_ptr<const DicomFileHeader>> headers(files.size());
+    std::vector<std::string> reasons(files.size());
+    runOnAllCores(
+        files.size(),
+        [&](std::size_t i, std::size_t) {
+            try {
+                headers[i] = std::make_shared<const DicomFileHeader>(readDicomFileHeader(files[i]));
+            } catch (const DicomReadError& error) {
+                reasons[i] = error.what();
+            }
+        },
+        cancel, progress);
+
+    DicomAnalysis analysis;
+    for (std::size_t i = 0; i < files.size(); ++i)
+        if (!headers[i])
+            analysis.rejected.push_back({files[i], reasons[i]});
+    std::erase(headers, nullptr);
+    analysis.blocks = buildBlocks(std::move(headers));
+    return analysis;
+}
+
+std::shared_ptr<const Image>
+DicomSeriesReader::load(const ImageBlock& block, const std::atomic<bool>* cancel, const Progress& progress) {
+    if (block.frames.empty())
+        throw DicomReadError("the block holds no frames");
+    prepareGdcm();
+    return BlockDecoder(block, cancel, progress).decode();
+}
+
+} // namespace zorbel::imaging

@@ -1,0 +1,326 @@
+#include "imaging/dicom/BlockBuilder.h"
+
+#include "imaging/dicom/SliceStack.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <set>
+#include <tuple>
+
+namespace zorbel::imaging {
+
+namespace {
+
+/// Less than this, and a slant comes from orientation cosines written with few digits.
+constexpr double smallestTiltDegrees = 0.05;
+
+struct Candidate {
+    std::shared_ptr<const DicomFileHeader> header;
+    std::size_t index = 0;
+
+    const FrameHeader& frame() const { return header->frames[index]; }
+    Orientation orientation() const {
+        return frame().orientation.value_or(Orientation{{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}});
+    }
+};
+using Candidates = std::vector<Candidate>;
+
+bool sameNumber(double a, double b) {
+    return std::abs(a - b) <= 1e-3 * std::max(std::abs(a), std::abs(b));
+}
+
+/// What kept two frames apart, for SplitReason::details; empty when they may share a block.
+std::string valueDifference(const Candidate& a, const Candidate& b) {
+    const DicomFileHeader& x = *a.header;
+    const DicomFileHeader& y = *b.header;
+    if (x.columns != y.columns || x.rows != y.rows)
+        return "size";
+    if (x.metadata.photometricInterpretation != y.metadata.photometricInterpretation)
+        return "photometric interpretation";
+    if (x.format.bitsAllocated != y.format.bitsAllocated || x.format.isSigned != y.format.isSigned ||
+        x.format.samples != y.format.samples)
+        return "pixel format";
+    const auto& p = a.frame().pixelSpacing;
+    const auto& q = b.frame().pixelSpacing;
+    if (p.has_value() != q.has_value() ||
+        (p && (!sameNumber(p->first, q->first) || !sameNumber(p->second, q->second))))
+        return "pixel spacing";
+    if (a.header != b.header && (a.frame().positionAssumed || b.frame().positionAssumed))
+        return "file";
+    return {};
+}
+
+bool sameOrientation(const Candidate& a, const Candidate& b) {
+    const Orientation p = a.orientation();
+    const Orientation q = b.orientation();
+    const auto close = [](const Vector3& u, const Vector3& v) {
+        return std::abs(u[0] - v[0]) < 1e-4 && std::abs(u[1] - v[1]) < 1e-4 && std::abs(u[2] - v[2]) < 1e-4;
+    };
+    return close(p.first, q.first) && close(p.second, q.second);
+}
+
+template <class Same>
+std::vector<Candidates> partition(const Candidates& all, Same same) {
+    std::vector<Candidates> groups;
+    for (const Candidate& candidate : all) {
+        const auto group = std::find_if(
+            groups.begin(), groups.end(), [&](const Candidates& g) { return same(g.front(), candidate); });
+        if (group == groups.end())
+            groups.push_back({candidate});
+        else
+            group->push_back(candidate);
+    }
+    return groups;
+}
+
+Vector3 normalOf(const Candidate& candidate) {
+    const Orientation orientation = candidate.orientation();
+    return cross(orientation.first, orientation.second);
+}
+
+ImageGeometry geometryOf(const Candidates& frames, const Vector3* step) {
+    const Candidate& first = frames.front();
+    const Orientation orientation = first.orientation();
+    const Vector3 normal = cross(orientation.first, orientation.second);
+    const auto inPlane =
+        first.frame().pixelSpacing.value_or(std::pair{1.0, first.header->metadata.pixelAspectRatio});
+    Vector3 sliceStep = normal * first.frame().sliceSpacing.value_or(1.0);
+    if (step)
+        sliceStep = *step;
+    const Vector3 spacing{inPlane.first, inPlane.second, dot(sliceStep, normal)};
+    return ImageGeometry(
+        {first.header->columns, first.header->rows, static_cast<int>(frames.size())},
+        first.frame().position.value_or(Vector3{0.0, 0.0, 0.0}), orientation.first, orientation.second,
+        spacing, sliceStep);
+}
+
+ImageBlock makeBlock(const Candidates& frames, const Vector3* step, std::vector<SplitReason> reasons) {
+    ImageBlock block;
+    block.splitReasons = std::move(reasons);
+    block.geometry = geometryOf(frames, step);
+    const Candidate& middle = frames[frames.size() / 2];
+    block.metadata = middle.header->metadata;
+    block.metadata.windows = middle.frame().windows;
+    if (const auto& padding = middle.header->storedPadding) {
+        const ModalityRescale& rescale = middle.frame().rescale;
+        block.metadata.padding = std::minmax(
+            padding->first * rescale.slope + rescale.intercept,
+            padding->second * rescale.slope + rescale.intercept);
+    }
+    for (const Candidate& candidate : frames) {
+        const FrameHeader& frame = candidate.frame();
+        block.metadata.rescale.push_back(frame.rescale);
+        block.frames.push_back(
+            {candidate.header->file, candidate.index, candidate.header->sopInstanceUID, frame.position,
+             frame.rescale, candidate.header});
+    }
+    return block;
+}
+
+/// Frames of one orientation and their places along the normal.
+class Stack {
+public:
+    explicit Stack(Candidates frames) : frames_(std::move(frames)), normal_(normalOf(frames_.front())) {
+        std::stable_sort(frames_.begin(), frames_.end(), [this](const Candidate& a, const Candidate& b) {
+            return distance(a) < distance(b);
+        });
+        const double together = sameness();
+        double start = 0.0;
+        for (const Candidate& frame : frames_) {
+            if (places_.empty() || distance(frame) - start > together) {
+                places_.emplace_back();
+                start = distance(frame);
+            }
+            places_.back().push_back(frame);
+        }
+    }
+
+    std::size_t placeCount() const { return places_.size(); }
+    bool overlapping() const { return places_.size() < frames_.size(); }
+    const Vector3& normal() const { return normal_; }
+
+    /// Sets of frames with at most one at each place; the first holds a frame of every place.
+    std::vector<Candidates> acquisitions() const {
+        if (!overlapping())
+            return {frames_};
+        std::size_t keys = 0;
+        for (const Candidate& frame : frames_)
+            keys = std::max(keys, frame.frame().acquisitionKeys.size());
+        for (std::size_t key = 0; key <= keys; ++key)
+            if (auto sets = byKey(key); !sets.empty())
+                return sets;
+        return byOrder();
+    }
+
+private:
+    double distance(const Candidate& candidate) const { return dot(*candidate.frame().position, normal_); }
+
+    /// Frames nearer to each other than this lie at one place.
+    double sameness() const {
+        std::vector<double> gaps;
+        for (std::size_t i = 1; i < frames_.size(); ++i)
+            if (const double gap = distance(frames_[i]) - distance(frames_[i - 1]); gap > 1e-3)
+                gaps.push_back(gap);
+        if (gaps.empty())
+            return 1e-3;
+        std::nth_element(
+            gaps.begin(), gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2), gaps.end());
+        return std::max(1e-3, 0.1 * gaps[gaps.size() / 2]);
+    }
+
+    /// Acquisitions by one of the frames' keys (the last: by file), if it tells all of them apart and one is
+    /// whole.
+    std::vector<Candidates> byKey(std::size_t key) const {
+        std::map<std::string, std::pair<Candidates, std::set<std::size_t>>> sets;
+        std::size_t largest = 0;
+        for (std::size_t place = 0; place < places_.size(); ++place)
+            for (const Candidate& frame : places_[place]) {
+                const auto& keys = frame.frame().acquisitionKeys;
+                const bool severalFrames = frame.header->frames.size() > 1;
+                std::string value = key < keys.size() ? keys[key] : std::string();
+                if (key >= keys.size() && severalFrames)
+                    value = frame.header->sopInstanceUID + frame.header->file.string();
+                auto& [members, taken] = sets[value];
+                if (!taken.insert(place).second)
+                    return {};
+                members.push_back(frame);
+                largest = std::max(largest, members.size());
+            }
+        if (largest < places_.size())
+            return {};
+        std::vector<Candidates> result;
+        for (auto& [value, set] : sets)
+            result.push_back(std::move(set.first));
+        return result;
+    }
+
+    /// The first frame of each place in instance order, then the second of each, …
+    std::vector<Candidates> byOrder() const {
+        std::vector<Candidates> sets;
+        for (const Candidates& place : places_)
+            for (std::size_t i = 0; i < place.size(); ++i) {
+                if (sets.size() <= i)
+                    sets.emplace_back();
+                sets[i].push_back(place[i]);
+            }
+        return sets;
+    }
+
+    Candidates frames_; ///< by place, then in the order given
+    Vector3 normal_;
+    std::vector<Candidates> places_;
+};
+
+class Builder {
+public:
+    std::vector<ImageBlock> blocks;
+
+    void addSeries(const Candidates& series, const std::vector<SplitReason>& reasons) {
+        const std::vector<Candidates> values =
+            partition(series, [](const auto& a, const auto& b) { return valueDifference(a, b).empty(); });
+        for (const Candidates& group : values) {
+            std::vector<SplitReason> groupReasons = reasons;
+            if (values.size() > 1) {
+                const Candidates& other = &group == &values.front() ? values[1] : values.front();
+                groupReasons.push_back(
+                    {SplitReasonType::ValueSplitDifference, valueDifference(group.front(), other.front())});
+            }
+            addGroup(group, groupReasons);
+        }
+    }
+
+private:
+    void addGroup(const Candidates& group, const std::vector<SplitReason>& reasons) {
+        Candidates placed;
+        Candidates unplaced;
+        for (const Candidate& candidate : group)
+            (candidate.frame().position ? placed : unplaced).push_back(candidate);
+        const std::vector<Candidates> orientations = partition(placed, sameOrientation);
+        for (const Candidates& frames : orientations) {
+            std::vector<SplitReason> own = reasons;
+            if (orientations.size() > 1)
+                own.push_back(
+                    {SplitReasonType::OrientationDifference,
+                     std::to_string(orientations.size()) + " orientations"});
+            addStack(Stack(frames), frames, own);
+        }
+        for (const Candidate& candidate : unplaced) {
+            std::vector<SplitReason> own = reasons;
+            if (group.size() > 1)
+                own.push_back({SplitReasonType::ImagePositionMissing, "no position"});
+            blocks.push_back(makeBlock({candidate}, nullptr, own));
+        }
+    }
+
+    void addStack(const Stack& stack, const Candidates& frames, std::vector<SplitReason> reasons) {
+        const bool assumed = std::any_of(frames.begin(), frames.end(), [](const Candidate& candidate) {
+            return candidate.frame().positionAssumed || !candidate.frame().orientation;
+        });
+        if (assumed && frames.size() > 1)
+            reasons.push_back({SplitReasonType::ImagePositionMissing, "positions assumed"});
+        if (stack.overlapping())
+            reasons.push_back(
+                {SplitReasonType::OverlappingFrames, std::to_string(frames.size()) + " frames at " +
+                                                         std::to_string(stack.placeCount()) + " positions"});
+        for (const Candidates& acquisition : stack.acquisitions())
+            addAcquisition(acquisition, stack.normal(), reasons);
+    }
+
+    void
+    addAcquisition(const Candidates& frames, const Vector3& normal, const std::vector<SplitReason>& reasons) {
+        std::vector<Vector3> positions;
+        for (const Candidate& candidate : frames)
+            positions.push_back(*candidate.frame().position);
+        for (const SliceRun& run : splitStack(positions, normal)) {
+            std::vector<SplitReason> own = reasons;
+            const auto begin = frames.begin() + static_cast<std::ptrdiff_t>(run.first);
+            const Candidates members(begin, begin + static_cast<std::ptrdiff_t>(run.count));
+            // The rule for incomplete series reads this number from the largest block, which may be on either
+            // side of a gap: so both sides carry it.
+            if (run.missingBeside > 0)
+                own.push_back({SplitReasonType::MissingSlices, std::to_string(run.missingBeside)});
+            if (run.irregularBeside)
+                own.push_back({SplitReasonType::SliceDistanceInconsistency, "irregular slice distance"});
+            Vector3 step = normal * dot(run.step, normal);
+            if (const double tilt = ImageGeometry(
+                                        {1, 1, 1}, {}, members.front().orientation().first,
+                                        members.front().orientation().second, {1.0, 1.0, 1.0}, run.step)
+                                        .tiltDegrees();
+                run.count > 1 && tilt > smallestTiltDegrees) {
+                step = run.step;
+                std::array<char, 32> text{};
+                std::snprintf(text.data(), text.size(), "%.2f", tilt);
+                own.push_back({SplitReasonType::GantryTilt, text.data()});
+            }
+            blocks.push_back(makeBlock(members, run.count > 1 ? &step : nullptr, own));
+        }
+    }
+};
+
+} // namespace
+
+std::vector<ImageBlock> buildBlocks(std::vector<std::shared_ptr<const DicomFileHeader>> headers) {
+    std::sort(headers.begin(), headers.end(), [](const auto& a, const auto& b) {
+        return std::tie(a->metadata.seriesInstanceUID, a->instanceNumber, a->sopInstanceUID, a->file) <
+               std::tie(b->metadata.seriesInstanceUID, b->instanceNumber, b->sopInstanceUID, b->file);
+    });
+    std::map<std::string, Candidates> series;
+    for (const auto& header : headers)
+        for (std::size_t i = 0; i < header->frames.size(); ++i)
+            series[header->metadata.seriesInstanceUID].push_back({header, i});
+
+    Builder builder;
+    std::vector<SplitReason> reasons;
+    if (series.size() > 1)
+        reasons.push_back({SplitReasonType::MultipleSeries, std::to_string(series.size()) + " series"});
+    for (const auto& [uid, frames] : series)
+        builder.addSeries(frames, reasons);
+    std::stable_sort(
+        builder.blocks.begin(), builder.blocks.end(),
+        [](const ImageBlock& a, const ImageBlock& b) { return a.frameCount() > b.frameCount(); });
+    return std::move(builder.blocks);
+}
+
+} // namespace zorbel::imaging

@@ -1,0 +1,128 @@
+#include "imaging/dicom/FrameDecoder.h"
+
+#include <gdcmByteValue.h>
+#include <gdcmDataElement.h>
+#include <gdcmFragment.h>
+#include <gdcmJPEG2000Codec.h>
+#include <gdcmJPEGCodec.h>
+#include <gdcmJPEGLSCodec.h>
+#include <gdcmPhotometricInterpretation.h>
+#include <gdcmPixelFormat.h>
+#include <gdcmSequenceOfFragments.h>
+#include <gdcmTransferSyntax.h>
+
+#include <algorithm>
+#include <sstream>
+#include <stdexcept>
+
+namespace zorbel::imaging {
+
+namespace {
+
+constexpr auto damaged = "the compressed pixel data is damaged";
+
+gdcm::DataElement encapsulate(const std::vector<std::byte>& stream) {
+    std::vector<char> padded(stream.size() + stream.size() % 2, '\0');
+    std::transform(
+        stream.begin(), stream.end(), padded.begin(), [](std::byte b) { return static_cast<char>(b); });
+    gdcm::Fragment fragment;
+    fragment.SetByteValue(padded.data(), static_cast<std::uint32_t>(padded.size()));
+    gdcm::SmartPointer<gdcm::SequenceOfFragments> fragments = new gdcm::SequenceOfFragments;
+    fragments->AddFragment(fragment);
+    gdcm::DataElement element(gdcm::Tag(0x7fe0, 0x0010));
+    element.SetVR(gdcm::VR::OB);
+    element.SetValue(*fragments);
+    return element;
+}
+
+/// The end marker of JPEG, JPEG-LS and JPEG 2000 alike. The JPEG decoder fills in for what a truncated stream
+/// lacks, without saying so.
+bool endsProperly(const std::vector<std::byte>& stream) {
+    std::size_t end = stream.size();
+    while (end > 0 && stream[end - 1] == std::byte{0})
+        --end;
+    // Also where the padding is 0xff bytes, or one byte of anything.
+    while (end > 2 && stream[end - 1] == std::byte{0xff})
+        --end;
+    for (const std::size_t at : {end, end - 1})
+        if (at >= 2 && at <= stream.size() && stream[at - 2] == std::byte{0xff} &&
+            stream[at - 1] == std::byte{0xd9})
+            return true;
+    return false;
+}
+
+gdcm::PixelFormat pixelFormat(const StoredFormat& format) {
+    return gdcm::PixelFormat(
+        static_cast<unsigned short>(format.samples), static_cast<unsigned short>(format.bitsAllocated),
+        static_cast<unsigned short>(format.bitsStored), static_cast<unsigned short>(format.highBit),
+        format.isSigned ? 1 : 0);
+}
+
+template <class Codec>
+void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, DecodedFrame& frame) {
+    gdcm::PixelFormat pixels = pixelFormat(header.format);
+    const std::vector<unsigned int> size{
+        static_cast<unsigned>(header.columns), static_cast<unsigned>(header.rows)};
+    {
+        // What the stream says of itself decides, if it is an image of this size at all.
+        Codec probe;
+        probe.SetPixelFormat(pixels);
+        std::istringstream stream(
+            std::string(reinterpret_cast<const char*>(frame.scratch.data()), frame.scratch.size()));
+        gdcm::TransferSyntax found = syntax;
+        if (!probe.GetHeaderInfo(stream, found))
+            throw std::runtime_error(damaged);
+        if (probe.GetDimensions()[0] != size[0] || probe.GetDimensions()[1] != size[1] ||
+            probe.GetPixelFormat().GetSamplesPerPixel() != header.format.samples)
+            throw std::runtime_error("the compressed pixel data does not match the image size");
+        if (probe.GetPixelFormat().GetBitsAllocated() != pixels.GetBitsAllocated()) {
+            pixels = probe.GetPixelFormat();
+            pixels.SetPixelRepresentation(header.format.isSigned ? 1 : 0);
+        }
+    }
+    Codec codec;
+    codec.SetNumberOfDimensions(2);
+    codec.SetDimensions(size);
+    codec.SetPlanarConfiguration(0);
+    const std::string& name = header.metadata.photometricInterpretation;
+    codec.SetPhotometricInterpretation(gdcm::PhotometricInterpretation::GetPIType(
+        header.photometric == Photometric::Palette ? "MONOCHROME2" : name.c_str()));
+    codec.SetPixelFormat(pixels);
+    if constexpr (requires { codec.SetBufferLength(0UL); })
+        codec.SetBufferLength(pixels.GetPixelSize() * static_cast<unsigned long>(size[0]) * size[1]);
+    gdcm::DataElement decoded;
+    if (!codec.Decode(encapsulate(frame.scratch), decoded))
+        throw std::runtime_error(damaged);
+    const gdcm::ByteValue* value = decoded.GetByteValue();
+    if (!value)
+        throw std::runtime_error(damaged);
+    const auto* begin = reinterpret_cast<const std::byte*>(value->GetPointer());
+    frame.bytes.assign(begin, begin + value->GetLength());
+
+    const gdcm::PixelFormat& result = codec.GetPixelFormat();
+    frame.format.bitsAllocated = result.GetBitsAllocated();
+    if (result.GetBitsAllocated() != header.format.bitsAllocated) {
+        frame.format.bitsStored = result.GetBitsStored();
+        frame.format.highBit = result.GetHighBit();
+    }
+    frame.format.planar = codec.GetPlanarConfiguration() == 1 && header.format.samples > 1;
+}
+
+} // namespace
+
+void decodeWithCodec(const DicomFileHeader& header, DecodedFrame& frame) {
+    const gdcm::TransferSyntax syntax(
+        gdcm::TransferSyntax::GetTSType(header.pixelData.transferSyntax.c_str()));
+    if (!endsProperly(frame.scratch))
+        throw std::runtime_error("the compressed pixel data is truncated or damaged");
+    if (gdcm::JPEGLSCodec().CanDecode(syntax))
+        run<gdcm::JPEGLSCodec>(header, syntax, frame);
+    else if (gdcm::JPEG2000Codec().CanDecode(syntax))
+        run<gdcm::JPEG2000Codec>(header, syntax, frame);
+    else if (gdcm::JPEGCodec().CanDecode(syntax))
+        run<gdcm::JPEGCodec>(header, syntax, frame);
+    else
+        throw std::runtime_error("unsupported transfer syntax " + header.pixelData.transferSyntax);
+}
+
+} // namespace zorbel::imaging

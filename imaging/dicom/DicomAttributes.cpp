@@ -1,0 +1,114 @@
+#include "imaging/dicom/DicomAttributes.h"
+
+#include <gdcmByteValue.h>
+#include <gdcmDataElement.h>
+#include <gdcmItem.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+namespace zorbel::imaging {
+
+std::string trimmed(std::string_view text) {
+    constexpr std::string_view padding(" \0\t\r\n", 5);
+    const auto first = text.find_first_not_of(padding);
+    if (first == std::string_view::npos)
+        return {};
+    return std::string(text.substr(first, text.find_last_not_of(padding) - first + 1));
+}
+
+std::optional<double> parseNumber(std::string_view value) {
+    std::string text = trimmed(value);
+    if (text.starts_with('+'))
+        text.erase(0, 1);
+    double result = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), result);
+    if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(result))
+        return std::nullopt;
+    return result;
+}
+
+bool DicomAttributes::has(gdcm::Tag tag) const {
+    return dataSet_->FindDataElement(tag) && !dataSet_->GetDataElement(tag).IsEmpty();
+}
+
+std::string_view DicomAttributes::bytes(gdcm::Tag tag) const {
+    if (!dataSet_->FindDataElement(tag))
+        return {};
+    const gdcm::ByteValue* value = dataSet_->GetDataElement(tag).GetByteValue();
+    if (!value || !value->GetPointer())
+        return {};
+    return {value->GetPointer(), value->GetLength()};
+}
+
+std::string DicomAttributes::text(gdcm::Tag tag) const {
+    return trimmed(bytes(tag));
+}
+
+std::vector<std::string> DicomAttributes::texts(gdcm::Tag tag) const {
+    std::string_view rest = bytes(tag);
+    std::vector<std::string> result;
+    while (!rest.empty()) {
+        const auto end = std::min(rest.find('\\'), rest.size());
+        result.push_back(trimmed(rest.substr(0, end)));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return result;
+}
+
+std::vector<double> DicomAttributes::numbers(gdcm::Tag tag) const {
+    std::vector<double> result;
+    for (const std::string& value : texts(tag)) {
+        const std::optional<double> number = parseNumber(value);
+        if (!number)
+            break;
+        result.push_back(*number);
+    }
+    return result;
+}
+
+std::optional<double> DicomAttributes::number(gdcm::Tag tag) const {
+    const std::vector<double> all = numbers(tag);
+    return all.empty() ? std::nullopt : std::optional(all.front());
+}
+
+std::vector<std::int32_t> DicomAttributes::shorts(gdcm::Tag tag, bool asSigned) const {
+    const std::string_view value = bytes(tag);
+    std::vector<std::int32_t> result(value.size() / 2);
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        std::uint16_t word = 0;
+        std::memcpy(&word, value.data() + 2 * i, 2);
+        result[i] = asSigned ? static_cast<std::int16_t>(word) : word;
+    }
+    return result;
+}
+
+std::optional<unsigned> DicomAttributes::unsignedShort(gdcm::Tag tag) const {
+    const std::vector<std::int32_t> all = shorts(tag);
+    return all.empty() ? std::nullopt : std::optional(static_cast<unsigned>(all.front()));
+}
+
+bool DicomAttributes::isSignedShort(gdcm::Tag tag, bool otherwise) const {
+    if (!dataSet_->FindDataElement(tag))
+        return otherwise;
+    const gdcm::VR vr = dataSet_->GetDataElement(tag).GetVR();
+    return vr == gdcm::VR::SS || (vr != gdcm::VR::US && otherwise);
+}
+
+gdcm::SmartPointer<gdcm::SequenceOfItems> DicomAttributes::sequence(gdcm::Tag tag) const {
+    if (!dataSet_->FindDataElement(tag))
+        return nullptr;
+    return dataSet_->GetDataElement(tag).GetValueAsSQ();
+}
+
+std::vector<DicomAttributes>
+DicomAttributes::items(const gdcm::SmartPointer<gdcm::SequenceOfItems>& sequence) const {
+    std::vector<DicomAttributes> result;
+    if (sequence)
+        for (auto item = sequence->Begin(); item != sequence->End(); ++item)
+            result.emplace_back(item->GetNestedDataSet());
+    return result;
+}
+
+} // namespace zorbel::imaging

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <gdcmDataSet.h>
+#include <gdcmSequenceOfItems.h>
+#include <gdcmSmartPointer.h>
+#include <gdcmTag.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zorbel::imaging {
+
+/// Values of one data set, by tag. What is absent, empty or no number comes back empty. Values of numbers are
+/// finite. Does not own the data set.
+class DicomAttributes {
+public:
+    explicit DicomAttributes(const gdcm::DataSet& dataSet) : dataSet_(&dataSet) {}
+
+    bool has(gdcm::Tag tag) const;
+    /// The value's bytes as they are, words in native order.
+    std::string_view bytes(gdcm::Tag tag) const;
+    /// Without the padding at both ends.
+    std::string text(gdcm::Tag tag) const;
+    /// The values that backslashes separate, each trimmed.
+    std::vector<std::string> texts(gdcm::Tag tag) const;
+    /// DS and IS. The list ends before the first value that is no number.
+    std::vector<double> numbers(gdcm::Tag tag) const;
+    std::optional<double> number(gdcm::Tag tag) const;
+    /// US, and SS where asSigned.
+    std::vector<std::int32_t> shorts(gdcm::Tag tag, bool asSigned = false) const;
+    std::optional<unsigned> unsignedShort(gdcm::Tag tag) const;
+    /// Whether the file itself says that a US or SS value is signed; `otherwise` where it does not (implicit
+    /// VR).
+    bool isSignedShort(gdcm::Tag tag, bool otherwise) const;
+
+    /// The items of a sequence; the pointer keeps them alive. Null when absent.
+    gdcm::SmartPointer<gdcm::SequenceOfItems> sequence(gdcm::Tag tag) const;
+    std::vector<DicomAttributes> items(const gdcm::SmartPointer<gdcm::SequenceOfItems>& sequence) const;
+
+private:
+    const gdcm::DataSet* dataSet_;
+};
+
+std::string trimmed(std::string_view text);
+
+/// A DS or IS value; independent of the locale.
+std::optional<double> parseNumber(std::string_view text);
+
+} // namespace zorbel::imaging

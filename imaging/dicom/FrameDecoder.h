@@ -1,0 +1,53 @@
+#pragma once
+
+#include "imaging/dicom/DicomFileHeader.h"
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace zorbel::imaging {
+
+/// One frame's samples in native byte order, 8, 16 or 32 bits each, and how to read them. Made once per
+/// thread and used for one frame after the other.
+struct DecodedFrame {
+    std::vector<std::byte> bytes;
+    StoredFormat format;
+    Photometric photometric = Photometric::Monochrome;
+    std::vector<std::byte> scratch; ///< compressed bytes
+};
+
+/// Bytes of one frame of that format; 0 when the count overflows.
+std::size_t frameByteCount(const DicomFileHeader& header, const StoredFormat& format);
+
+/// Gets the samples of single frames out of their files. One object serves all threads of one load(): it
+/// keeps what a file holds that can only be decoded as a whole. Throws std::runtime_error with the reason,
+/// without the file's name.
+class FrameDecoder {
+public:
+    void decode(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame);
+
+private:
+    struct WholeFile;
+    void decodeWhole(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame);
+
+    std::mutex mutex_;
+    std::shared_ptr<const WholeFile> whole_; ///< the file decoded last
+};
+
+/// Uncompressed pixel data: takes a frame out of `data`, which begins with the frame's first byte and holds
+/// at least nativeFrameRange() bytes. Undoes the byte order and packing of less than 8 bits.
+void unpackNative(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame);
+
+/// Where a frame lies within uncompressed pixel data of `available` bytes; throws when that is too short for
+/// all of the file's frames.
+FileRange nativeFrameRange(const DicomFileHeader& header, std::size_t frameIndex, std::uint64_t available);
+
+/// PS3.5 Annex G; strict. frame.scratch to frame.bytes.
+void decodeRle(const DicomFileHeader& header, DecodedFrame& frame);
+
+/// The JPEG family by GDCM's codecs. frame.scratch to frame.bytes.
+void decodeWithCodec(const DicomFileHeader& header, DecodedFrame& frame);
+
+} // namespace zorbel::imaging

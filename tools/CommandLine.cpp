@@ -1,0 +1,64 @@
+#include "tools/CommandLine.h"
+
+#include "tools/VolumeInfo.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <ostream>
+#include <string_view>
+
+namespace zorbel::tools {
+
+namespace {
+
+struct Command {
+    std::string_view group;
+    std::string_view name;
+    std::string_view usage; ///< of the arguments that follow
+    std::string_view summary;
+    int (*run)(std::span<const std::string> arguments, const Streams& streams); ///< exit status
+};
+
+constexpr std::array commands{
+    Command{
+        "volume", "info", "FOLDER [--json]",
+        "groups and decodes a folder of DICOM files and prints the blocks", runVolumeInfo},
+};
+
+void printUsage(std::ostream& stream) {
+    stream << "usage:\n";
+    for (const Command& command : commands)
+        stream << "  zorbel-tool " << command.group << ' ' << command.name << ' ' << command.usage
+               << "\n      " << command.summary << '\n';
+}
+
+} // namespace
+
+int runCommandLine(std::span<const std::string> arguments, const Streams& streams) {
+    if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
+        printUsage(streams.out);
+        return 0;
+    }
+    const auto command = std::find_if(commands.begin(), commands.end(), [&](const Command& candidate) {
+        return arguments.size() >= 2 && arguments[0] == candidate.group && arguments[1] == candidate.name;
+    });
+    if (command == commands.end()) {
+        printUsage(streams.error);
+        return 2;
+    }
+    int status = 1;
+    try {
+        status = command->run(arguments.subspan(2), streams);
+    } catch (const std::bad_alloc&) {
+        streams.error << "zorbel-tool: not enough memory\n";
+    } catch (const std::exception& error) {
+        streams.error << "zorbel-tool: " << error.what() << '\n';
+    }
+    if (status == 2)
+        streams.error << "usage: zorbel-tool " << command->group << ' ' << command->name << ' '
+                      << command->usage << '\n';
+    return status;
+}
+
+} // namespace zorbel::tools
