@@ -17,6 +17,7 @@
 #include <vtkCallbackCommand.h>
 #include <vtkGenericOpenGLRenderWindow.h>
 #include <vtkNew.h>
+#include <vtkOpenGLFramebufferObject.h>
 #include <vtkOpenGLState.h>
 #include <vtkRenderer.h>
 #include <vtkSmartPointer.h>
@@ -103,12 +104,16 @@ private:
         Scene& scene = *owner_->scene_;
         vtkOpenGLState* state = scene.window->GetState();
         QOpenGLExtraFunctions* functions = context()->extraFunctions();
+        // Not multisampled, so nothing has to be resolved into VTK's display framebuffer first.
+        vtkOpenGLFramebufferObject* rendered = scene.window->GetRenderFramebuffer();
+        rendered->Bind(GL_READ_FRAMEBUFFER);
+        rendered->ActivateReadBuffer(0);
         functions->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, defaultFramebufferObject());
         state->vtkglDisable(GL_SCISSOR_TEST);
         state->vtkglColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-        scene.window->BlitDisplayFramebuffer(
-            0, 0, 0, pixels.width(), pixels.height(), 0, 0, pixels.width(), pixels.height(),
-            GL_COLOR_BUFFER_BIT, GL_NEAREST);
+        functions->glBlitFramebuffer(
+            0, 0, pixels.width(), pixels.height(), 0, 0, pixels.width(), pixels.height(), GL_COLOR_BUFFER_BIT,
+            GL_NEAREST);
         // Whatever VTK blended, the widget is opaque.
         functions->glBindFramebuffer(GL_FRAMEBUFFER, defaultFramebufferObject());
         functions->glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_TRUE);
@@ -122,10 +127,12 @@ private:
         command->SetClientData(this);
         command->SetCallback([](vtkObject*, unsigned long event, void* clientData, void* callData) {
             auto* surface = static_cast<Surface*>(clientData);
-            if (event == vtkCommand::WindowMakeCurrentEvent)
+            const bool current = QOpenGLContext::currentContext() == surface->context();
+            // Not while it is current: QOpenGLWidget binds its own framebuffer with it, behind VTK's back.
+            if (event == vtkCommand::WindowMakeCurrentEvent && !current)
                 surface->makeCurrent();
             else if (event == vtkCommand::WindowIsCurrentEvent)
-                *static_cast<bool*>(callData) = QOpenGLContext::currentContext() == surface->context();
+                *static_cast<bool*>(callData) = current;
         });
         window->AddObserver(vtkCommand::WindowMakeCurrentEvent, command);
         window->AddObserver(vtkCommand::WindowIsCurrentEvent, command);
