@@ -93,6 +93,11 @@ void Exchange::waitForEnd() {
         if (exceeds(received) || exceeds(total))
             abort(Abort::TooLarge);
     });
+    // The first progress signal may be held back; the announced size is there with the headers.
+    QObject::connect(reply, &QNetworkReply::metaDataChanged, &loop, [this] {
+        if (exceeds(announcedSize(*reply_)))
+            abort(Abort::TooLarge);
+    });
     QObject::connect(&deadline, &QTimer::timeout, &loop, [this] { abort(Abort::TimedOut); });
     QObject::connect(&poll, &QTimer::timeout, &loop, [this] {
         if (isCancelled(request_.cancel))
@@ -148,6 +153,17 @@ QNetworkRequest dicomRequest(
     message.setRawHeader("Accept-Encoding", "identity");
     message.setTransferTimeout(std::max(transferTimeoutMs, 1000));
     return message;
+}
+
+qint64 announcedSize(const QNetworkReply& reply) {
+    const QVariant length = reply.header(QNetworkRequest::ContentLengthHeader);
+    return length.isValid() ? length.toLongLong() : -1;
+}
+
+void throwIfEncoded(const QNetworkReply& reply) {
+    const QByteArray encoding = reply.rawHeader("Content-Encoding").trimmed().toLower();
+    if (!encoding.isEmpty() && encoding != "identity")
+        throw ZorbelApiError("The image archive sent compressed data that was not asked for");
 }
 
 QByteArray performHttpRequest(const HttpRequest& request) {

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+class QNetworkReply;
 class QNetworkRequest;
 
 namespace zorbel {
@@ -37,5 +38,11 @@ QNetworkRequest serviceRequest(const QUrl& url, const QByteArray& accept, const 
 /// the bytes saved are worth. The timeout (raised to one second) is of silence, not of the whole transfer.
 QNetworkRequest dicomRequest(
     const QUrl& url, const QByteArray& accept, const QString& bearerToken, std::int32_t transferTimeoutMs);
+
+/// The reply's Content-Length, or -1.
+qint64 announcedSize(const QNetworkReply& reply);
+
+/// Throws ZorbelApiError when the reply to a dicomRequest came compressed all the same.
+void throwIfEncoded(const QNetworkReply& reply);
 
 } // namespace zorbel

@@ -74,6 +74,9 @@ void InstanceDownload::start(const QString& instanceId) {
     QObject::connect(
         reply, &QNetworkReply::downloadProgress, loop_,
         [this, reply](qint64 received, qint64 total) { checkSize(reply, std::max(received, total)); });
+    QObject::connect(reply, &QNetworkReply::metaDataChanged, loop_, [this, reply] {
+        checkSize(reply, announcedSize(*reply));
+    });
     QObject::connect(reply, &QNetworkReply::finished, loop_, [this, reply] { finish(reply); });
 }
 
@@ -89,12 +92,20 @@ void InstanceDownload::checkSize(QNetworkReply* reply, qint64 bytes) {
 
 void InstanceDownload::receive(QNetworkReply* reply) {
     const auto found = running_.find(reply);
-    if (found == running_.end() || found->second.tooLarge)
+    if (found == running_.end() || found->second.tooLarge || error_)
         return;
-    std::vector<std::byte>& bytes = found->second.bytes;
+    try {
+        readBuffered(reply, found->second.bytes);
+        checkSize(reply, static_cast<qint64>(found->second.bytes.size()));
+    } catch (const std::bad_alloc&) {
+        fail(std::current_exception());
+    }
+}
+
+void InstanceDownload::readBuffered(QNetworkReply* reply, std::vector<std::byte>& bytes) const {
     if (bytes.empty()) {
-        const auto announced = reply->header(QNetworkRequest::ContentLengthHeader).toULongLong();
-        bytes.reserve(std::min<std::uint64_t>(announced, config_.maximumDicomBytes));
+        const auto announced = static_cast<std::uint64_t>(std::max<qint64>(announcedSize(*reply), 0));
+        bytes.reserve(std::min(announced, config_.maximumDicomBytes));
     }
     while (const qint64 available = reply->bytesAvailable()) {
         const std::size_t before = bytes.size();
@@ -104,7 +115,6 @@ void InstanceDownload::receive(QNetworkReply* reply) {
         if (count <= 0)
             break;
     }
-    checkSize(reply, static_cast<qint64>(bytes.size()));
 }
 
 void InstanceDownload::finish(QNetworkReply* reply) {
@@ -138,6 +148,7 @@ void InstanceDownload::complete(QNetworkReply* reply, Transfer& transfer) {
                     static_cast<qsizetype>(transfer.bytes.size())));
     if (reply->error() != QNetworkReply::NoError)
         throw ZorbelApiError(reply->errorString().toStdString());
+    throwIfEncoded(*reply);
     ++completed_;
     sink_(
         transfer.instanceId, std::move(transfer.bytes), completed_,

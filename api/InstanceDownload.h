@@ -3,7 +3,6 @@
 #include "api/ZorbelApiClient.h"
 
 #include <exception>
-#include <map>
 #include <unordered_map>
 
 class QEventLoop;
@@ -35,6 +34,7 @@ private:
     void launch();
     void start(const QString& instanceId);
     void receive(QNetworkReply* reply);
+    void readBuffered(QNetworkReply* reply, std::vector<std::byte>& bytes) const;
     void checkSize(QNetworkReply* reply, qint64 bytes);
     void finish(QNetworkReply* reply);
     void complete(QNetworkReply* reply, Transfer& transfer);

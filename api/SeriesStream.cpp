@@ -1,5 +1,6 @@
 #include "api/SeriesStream.h"
 
+#include "api/HttpRequest.h"
 #include "api/ZorbelApiError.h"
 
 #include <QEventLoop>
@@ -41,6 +42,11 @@ void SeriesStream::run(const QNetworkRequest& request) {
         QObject::connect(
             reply_.get(), &QNetworkReply::downloadProgress, &loop,
             [this](qint64 received, qint64 total) { reportProgress(received, total); });
+        QObject::connect(reply_.get(), &QNetworkReply::metaDataChanged, &loop, [this] {
+            tooLarge_ = tooLarge_ || exceeds(announcedSize(*reply_));
+            if (tooLarge_)
+                abort();
+        });
         QObject::connect(&poll, &QTimer::timeout, &loop, [this] {
             checkCancelled();
             if (cancelled_)
@@ -149,6 +155,7 @@ void SeriesStream::throwIfFailed() const {
         throw ZorbelApiError("DICOM series exceeded the workstation safety limit");
     if (const int status = httpStatus(); status < 200 || status > 299)
         throw ZorbelApiError("Zorbel streaming DICOMweb request failed", status);
+    throwIfEncoded(*reply_);
     if (!parser_.error().empty())
         throw ZorbelApiError(parser_.error());
     if (reply_->error() != QNetworkReply::NoError)
