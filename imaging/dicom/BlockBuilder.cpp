@@ -42,14 +42,17 @@ std::string valueDifference(const Candidate& a, const Candidate& b) {
     if (x.format.bitsAllocated != y.format.bitsAllocated || x.format.isSigned != y.format.isSigned ||
         x.format.samples != y.format.samples)
         return "pixel format";
-    const auto& p = a.frame().pixelSpacing;
-    const auto& q = b.frame().pixelSpacing;
-    if (p.has_value() != q.has_value() ||
-        (p && (!sameNumber(p->first, q->first) || !sameNumber(p->second, q->second))))
-        return "pixel spacing";
     if (a.header != b.header && (a.frame().positionAssumed || b.frame().positionAssumed))
         return "file";
     return {};
+}
+
+bool samePixelSpacing(const Candidate& a, const Candidate& b) {
+    const auto& p = a.frame().pixelSpacing;
+    const auto& q = b.frame().pixelSpacing;
+    if (!p || !q)
+        return p.has_value() == q.has_value();
+    return sameNumber(p->first, q->first) && sameNumber(p->second, q->second);
 }
 
 bool sameOrientation(const Candidate& a, const Candidate& b) {
@@ -244,7 +247,11 @@ private:
                 own.push_back(
                     {SplitReasonType::OrientationDifference,
                      std::to_string(orientations.size()) + " orientations"});
-            addStack(Stack(frames), frames, own);
+            const std::vector<Candidates> spacings = partition(frames, samePixelSpacing);
+            if (spacings.size() > 1)
+                own.push_back({SplitReasonType::ValueSplitDifference, "pixel spacing"});
+            for (const Candidates& members : spacings)
+                addStack(Stack(members), members, own);
         }
         for (const Candidate& candidate : unplaced) {
             std::vector<SplitReason> own = reasons;

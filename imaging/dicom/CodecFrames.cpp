@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
+#include <type_traits>
 
 namespace zorbel::imaging {
 
@@ -51,6 +52,23 @@ bool endsProperly(const std::vector<std::byte>& stream) {
     return false;
 }
 
+/// Bits a sample of a JPEG stream, from its frame header; 0 when there is none.
+unsigned jpegPrecision(const std::vector<std::byte>& stream) {
+    const auto at = [&stream](std::size_t i) { return std::to_integer<unsigned>(stream[i]); };
+    std::size_t position = 2;
+    while (position + 4 < stream.size() && at(position) == 0xff) {
+        const unsigned marker = at(position + 1);
+        if (marker == 0xff) { // fill byte
+            ++position;
+            continue;
+        }
+        if (marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc)
+            return at(position + 4);
+        position += 2 + (at(position + 2) << 8 | at(position + 3));
+    }
+    return 0;
+}
+
 gdcm::PixelFormat pixelFormat(const StoredFormat& format) {
     return gdcm::PixelFormat(
         static_cast<unsigned short>(format.samples), static_cast<unsigned short>(format.bitsAllocated),
@@ -67,6 +85,12 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
         // What the stream says of itself decides, if it is an image of this size at all.
         Codec probe;
         probe.SetPixelFormat(pixels);
+        // The codec tries the precisions in turn and complains of each that fails, unless told the right one.
+        if (const unsigned bits = jpegPrecision(frame.scratch);
+            std::is_same_v<Codec, gdcm::JPEGCodec> && bits > 0)
+            probe.SetPixelFormat(gdcm::PixelFormat(
+                static_cast<unsigned short>(header.format.samples), bits > 12 ? 16 : bits > 8 ? 12 : 8,
+                static_cast<unsigned short>(bits), static_cast<unsigned short>(bits - 1)));
         std::istringstream stream(
             std::string(reinterpret_cast<const char*>(frame.scratch.data()), frame.scratch.size()));
         gdcm::TransferSyntax found = syntax;

@@ -18,14 +18,14 @@ const gdcm::Tag pixelDataTag(0x7fe0, 0x0010);
 void readHeader(std::ifstream& stream, std::uint64_t size, DicomFileHeader& header) {
     if (size == 0)
         throw std::runtime_error("the file is empty");
-    if (!headerLengthsArePlausible(stream, size))
-        throw std::runtime_error("the DICOM header is truncated or damaged");
-    stream.clear();
-    stream.seekg(0);
     gdcm::Reader reader;
     reader.SetStream(stream);
     if (!reader.CanRead())
         throw std::runtime_error("not a DICOM file");
+    if (!headerLengthsArePlausible(stream, size))
+        throw std::runtime_error("the DICOM header is truncated or damaged");
+    stream.clear();
+    stream.seekg(0);
     if (!reader.ReadUpToTag(pixelDataTag, {pixelDataTag}))
         throw std::runtime_error("the DICOM header is truncated or damaged");
 
