@@ -1,0 +1,221 @@
+#include "demo/DemoService.h"
+#include "demo/PhantomStudies.h"
+#include "demo/ViewerProcess.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace zorbel::demo;
+
+constexpr const char* usage =
+    R"(Usage:
+  zorbel-demo run [OPTIONS] -- VIEWER [ARGUMENTS]   start the demo service and a viewer pointed at it
+  zorbel-demo serve [OPTIONS]                       start the demo service alone, until Ctrl+C
+  zorbel-demo phantom FOLDER                        write the phantom studies as DICOM files
+  zorbel-demo bench-series FOLDER [--slices N] [--size N]
+
+Options of run and serve:
+  --import FOLDER   put the DICOM files below FOLDER into the demo archive (may be repeated)
+  --no-phantoms     leave the archive without the phantom studies
+  --cache DIR       where made phantoms are kept
+  --port N          the service's port (default: a free one)
+  --home DIR        where the viewer keeps settings, cache and data of the demonstration (run only)
+)";
+
+/// A wrong command line; the text says what is wrong.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct CommandLine {
+    std::string command;
+    std::string folder;
+    DemoService::Options service;
+    fs::path home;
+    int slices = 400;
+    int size = 512;
+    std::vector<std::string> viewer;
+};
+
+int numberOf(const std::string& text, int most) {
+    const bool digits =
+        !text.empty() && text.size() < 6 && text.find_first_not_of("0123456789") == std::string::npos;
+    const int value = digits ? std::stoi(text) : 0;
+    if (value < 1 || value > most) {
+        throw UsageError("Not a number from 1 to " + std::to_string(most) + ": " + text);
+    }
+    return value;
+}
+
+CommandLine parse(const std::vector<std::string>& words) {
+    CommandLine line;
+    line.service.phantoms = true;
+    if (words.empty()) {
+        throw UsageError("A command is missing.");
+    }
+    line.command = words[0];
+    const bool service = line.command == "run" || line.command == "serve";
+    const bool bench = line.command == "bench-series";
+    if (!service && !bench && line.command != "phantom") {
+        throw UsageError("Unknown command: " + line.command);
+    }
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const std::string& word = words[i];
+        const auto value = [&]() -> const std::string& {
+            if (++i == words.size()) {
+                throw UsageError("A value is missing after " + word);
+            }
+            return words[i];
+        };
+        if (word == "--" && line.command == "run") {
+            line.viewer.assign(words.begin() + static_cast<std::ptrdiff_t>(i) + 1, words.end());
+            break;
+        }
+        if (service && word == "--import") {
+            line.service.imports.emplace_back(value());
+        } else if (service && word == "--no-phantoms") {
+            line.service.phantoms = false;
+        } else if (service && word == "--cache") {
+            line.service.cacheFolder = value();
+        } else if (service && word == "--port") {
+            line.service.port = numberOf(value(), 65535);
+        } else if (line.command == "run" && word == "--home") {
+            line.home = value();
+        } else if (bench && word == "--slices") {
+            line.slices = numberOf(value(), 5000);
+        } else if (bench && word == "--size") {
+            line.size = numberOf(value(), 4096);
+        } else if (!service && line.folder.empty() && word.rfind("-", 0) != 0) {
+            line.folder = word;
+        } else {
+            throw UsageError("Unknown option: " + word);
+        }
+    }
+    if ((line.command == "run" && line.viewer.empty()) || (!service && line.folder.empty())) {
+        throw UsageError(
+            line.command == "run" ? "The viewer is missing: -- VIEWER" : "The folder is missing.");
+    }
+    for (const fs::path& folder : line.service.imports) {
+        if (!fs::exists(folder)) {
+            throw UsageError("There is no folder " + folder.string());
+        }
+    }
+    return line;
+}
+
+fs::path defaultHome() {
+    if (const char* cache = std::getenv("XDG_CACHE_HOME"); cache != nullptr && *cache == '/') {
+        return fs::path(cache) / "zorbel-demo" / "home";
+    }
+    const char* home = std::getenv("HOME");
+    return home != nullptr && *home == '/' ? fs::path(home) / ".cache" / "zorbel-demo" / "home"
+                                           : fs::temp_directory_path() / "zorbel-demo-home";
+}
+
+fs::path privateFolder(const fs::path& folder) {
+    fs::create_directories(folder);
+    fs::permissions(folder, fs::perms::owner_all);
+    return folder;
+}
+
+/// A folder for this run's temporary files. Those of runs that ended without their clean-up go.
+fs::path temporaryFolder(const fs::path& home) {
+    const std::string prefix = "tmp-";
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(home)) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind(prefix, 0) == 0 && kill(std::atoi(name.c_str() + prefix.size()), 0) != 0 &&
+            errno == ESRCH) {
+            fs::remove_all(entry.path(), ignored);
+        }
+    }
+    return privateFolder(home / (prefix + std::to_string(getpid())));
+}
+
+void announce(const DemoService& service) {
+    std::cout << "Demo service at " << service.baseUrl() << "\n"
+              << "  sign in as  " << readerAccount.email << "\n"
+              << "  password    " << readerAccount.password << "\n"
+              << std::flush;
+}
+
+int serve(const CommandLine& line) {
+    DemoService service(line.service);
+    service.start();
+    announce(service);
+    std::cout << "  or as       " << administratorAccount.email << " / " << administratorAccount.password
+              << "\n"
+              << "Ctrl+C ends it.\n"
+              << std::flush;
+    waitForEndingSignal();
+    return 0;
+}
+
+int run(const CommandLine& line) {
+    const fs::path home = privateFolder(fs::absolute(line.home.empty() ? defaultHome() : line.home));
+    DemoService service(line.service);
+    service.start();
+    announce(service);
+    const fs::path temporary = temporaryFolder(home);
+    const std::map<std::string, std::string> environment{
+        {"ZORBEL_API_BASE_URL", service.baseUrl()},
+        {"ZORBEL_DEMO_ACCOUNT", readerAccount.email},
+        {"ZORBEL_DEMO_PASSWORD", readerAccount.password},
+        {"XDG_CONFIG_HOME", privateFolder(home / "config")},
+        {"XDG_CACHE_HOME", privateFolder(home / "cache")},
+        {"XDG_DATA_HOME", privateFolder(home / "data")},
+        {"TMPDIR", temporary}};
+    const auto cleanUp = [&temporary] {
+        std::error_code ignored;
+        fs::remove_all(temporary, ignored);
+    };
+    try {
+        const int code = ViewerProcess(line.viewer, environment).wait();
+        cleanUp();
+        return code;
+    } catch (...) {
+        cleanUp();
+        throw;
+    }
+}
+
+int execute(CommandLine line) {
+    if (line.command == "phantom") {
+        writePhantomStudies(line.folder);
+        return 0;
+    }
+    if (line.command == "bench-series") {
+        writeBenchSeries(line.folder, line.slices, line.size);
+        return 0;
+    }
+    line.service.notice = [](const std::string& text) { std::cout << text << "\n" << std::flush; };
+    return line.command == "run" ? run(line) : serve(line);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    umask(077);
+    holdEndingSignals();
+    try {
+        return execute(parse({argv + 1, argv + argc}));
+    } catch (const UsageError& error) {
+        std::cerr << error.what() << "\n\n" << usage;
+        return 2;
+    } catch (const std::exception& error) {
+        std::cerr << "zorbel-demo: " << error.what() << "\n";
+        return 1;
+    }
+}
