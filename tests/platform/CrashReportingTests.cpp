@@ -1,5 +1,6 @@
 #include "tests/platform/CrashReportingTest.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <thread>
@@ -7,8 +8,9 @@
 namespace {
 
 [[gnu::noinline]] void readNowhere() {
-    const volatile int* volatile nowhere = nullptr;
-    static_cast<void>(*nowhere);
+    // Not address 0, which the undefined behaviour sanitizer would catch by itself.
+    const volatile std::uintptr_t nowhere = 64;
+    static_cast<void>(*reinterpret_cast<const volatile int*>(nowhere));
 }
 
 TEST_F(CrashReportingTest, MemoryFault) {
