@@ -9,6 +9,7 @@ packages_build=(
     libcpp-httplib-dev
     libgdcm-dev
     libgl1-mesa-dev
+    libgtest-dev
     libqt6opengl6-dev
     libssl-dev
     libvtk9-dev
@@ -33,8 +34,6 @@ packages_run=(
 packages_test=(
     clang-format
     git
-    libgmock-dev
-    libgtest-dev
 )
 
 packages_windows=(
