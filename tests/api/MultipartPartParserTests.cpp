@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -25,7 +25,7 @@ std::ostream& operator<<(std::ostream& out, const Parsed& parsed) {
 }
 
 void feed(MultipartPartParser& parser, std::string_view bytes) {
-    std::memcpy(parser.writable(bytes.size()).data(), bytes.data(), bytes.size());
+    std::ranges::copy(std::as_bytes(std::span(bytes)), parser.writable(bytes.size()).begin());
     parser.commit(bytes.size());
 }
 
