@@ -3,6 +3,7 @@
 #include "imaging/dicom/BlockBuilder.h"
 #include "imaging/dicom/FrameDecoder.h"
 #include "imaging/dicom/GdcmSetup.h"
+#include "imaging/dicom/VoxelBuffer.h"
 #include "imaging/dicom/VoxelConversion.h"
 #include "imaging/dicom/WorkerPool.h"
 
@@ -65,7 +66,7 @@ private:
             throw DicomReadError(nameOf(block_.frames.front()) + ": the image is too large");
         byteLength_ = sliceBytes * block_.frames.size();
         voxels_.reset();
-        auto voxels = std::make_shared_for_overwrite<std::byte[]>(byteLength_);
+        auto voxels = newVoxelBuffer(byteLength_);
         FrameDecoder decoder;
         std::vector<DecodedFrame> buffers(workerCount(block_.frames.size()));
         runOnAllCores(

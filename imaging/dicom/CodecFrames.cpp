@@ -89,7 +89,10 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
         if (const unsigned bits = jpegPrecision(frame.scratch);
             std::is_same_v<Codec, gdcm::JPEGCodec> && bits > 0)
             probe.SetPixelFormat(gdcm::PixelFormat(
-                static_cast<unsigned short>(header.format.samples), bits > 12 ? 16 : bits > 8 ? 12 : 8,
+                static_cast<unsigned short>(header.format.samples),
+                bits > 12  ? 16
+                : bits > 8 ? 12
+                           : 8,
                 static_cast<unsigned short>(bits), static_cast<unsigned short>(bits - 1)));
         std::istringstream stream(
             std::string(reinterpret_cast<const char*>(frame.scratch.data()), frame.scratch.size()));

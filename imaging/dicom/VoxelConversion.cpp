@@ -3,7 +3,6 @@
 #include "imaging/DicomSeriesReader.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -12,8 +11,6 @@
 namespace zorbel::imaging {
 
 namespace {
-
-constexpr std::size_t chunkSize = 2048;
 
 bool isWhole(double value) {
     return std::nearbyint(value) == value && std::abs(value) < 1073741824.0;
@@ -65,94 +62,106 @@ ValueRange possibleRange(const DicomFileHeader& header, const ModalityRescale& r
     return {std::min(a, b), std::max(a, b)};
 }
 
-template <class Raw, class Stored>
-void loadStored(const std::byte* from, std::size_t count, const StoredFormat& format, Stored* to) {
-    // Bits beside the stored ones may hold overlays: shifting up and down again drops them and extends the
-    // sign.
+/// Calls each(i, stored value) for all samples of one width and sign. Bits beside the stored ones may hold
+/// overlays: shifting up and down again drops them and extends the sign.
+template <class Stored, class Each>
+void forEachStored(const DecodedFrame& frame, std::size_t pixels, Each each) {
+    using Raw = std::make_unsigned_t<Stored>;
     constexpr unsigned width = sizeof(Raw) * 8;
-    const unsigned stored = std::min(format.bitsStored, width);
-    const unsigned high = std::min(format.highBit, width - 1);
-    const unsigned left = width - 1 - high;
-    const unsigned right = width - stored;
-    using Signed = std::make_signed_t<Raw>;
-    for (std::size_t i = 0; i < count; ++i) {
+    const unsigned left = width - 1 - std::min(frame.format.highBit, width - 1);
+    const unsigned right = width - std::min(frame.format.bitsStored, width);
+    const std::byte* const from = frame.bytes.data();
+    for (std::size_t i = 0; i < pixels; ++i) {
         Raw raw;
         std::memcpy(&raw, from + i * sizeof(Raw), sizeof(Raw));
-        raw = static_cast<Raw>(raw << left);
-        to[i] = format.isSigned ? static_cast<Stored>(static_cast<Signed>(static_cast<Signed>(raw) >> right))
-                                : static_cast<Stored>(static_cast<Raw>(raw >> right));
+        each(i, static_cast<Stored>(static_cast<Stored>(static_cast<Raw>(raw << left)) >> right));
     }
 }
 
-/// Calls body(first, count, stored values) for pieces that stay in the processor's cache.
-template <class Stored, class Body>
-void forEachChunk(const DicomFileHeader& header, const DecodedFrame& frame, Body body) {
-    const auto pixels = static_cast<std::size_t>(header.rows) * static_cast<std::size_t>(header.columns);
-    const ModalityTable& table = header.modalityTable;
-    std::array<Stored, chunkSize> stored;
-    for (std::size_t first = 0; first < pixels; first += chunkSize) {
-        const std::size_t count = std::min(chunkSize, pixels - first);
-        if (frame.format.bitsAllocated <= 8)
-            loadStored<std::uint8_t>(frame.bytes.data() + first, count, frame.format, stored.data());
-        else if (frame.format.bitsAllocated <= 16)
-            loadStored<std::uint16_t>(frame.bytes.data() + 2 * first, count, frame.format, stored.data());
-        else
-            loadStored<std::uint32_t>(frame.bytes.data() + 4 * first, count, frame.format, stored.data());
-        if (!table.entries.empty())
-            for (std::size_t i = 0; i < count; ++i) {
-                const auto index = static_cast<std::int64_t>(stored[i]) - table.firstMapped;
-                const auto last = static_cast<std::int64_t>(table.entries.size()) - 1;
-                stored[i] = table.entries[static_cast<std::size_t>(std::clamp<std::int64_t>(index, 0, last))];
-            }
-        body(first, count, stored.data());
-    }
+std::size_t pixelCount(const DicomFileHeader& header) {
+    return static_cast<std::size_t>(header.rows) * static_cast<std::size_t>(header.columns);
 }
 
+/// The range after a linear rescale, from the range before it.
+ValueRange rescaled(double minimum, double maximum, const ModalityRescale& rescale) {
+    const double a = minimum * rescale.slope + rescale.intercept;
+    const double b = maximum * rescale.slope + rescale.intercept;
+    return {std::min(a, b), std::max(a, b)};
+}
+
+/// Modulo the voxel's width: exact wherever the value fits, which the caller judges by the range. So 16-bit
+/// data stay 16 bits wide throughout, and a vector register takes eight of them.
 template <class Stored, class Voxel>
 ValueRange convertInteger(
     const DicomFileHeader& header, const ModalityRescale& rescale, const DecodedFrame& frame, Voxel* to) {
-    const auto slope = static_cast<Stored>(rescale.slope);
-    const auto intercept = static_cast<Stored>(rescale.intercept);
+    const auto slope = static_cast<std::uint32_t>(static_cast<std::int64_t>(rescale.slope));
+    const auto intercept = static_cast<std::uint32_t>(static_cast<std::int64_t>(rescale.intercept));
     Stored minimum = std::numeric_limits<Stored>::max();
     Stored maximum = std::numeric_limits<Stored>::lowest();
-    forEachChunk<Stored>(header, frame, [&](std::size_t first, std::size_t count, const Stored* stored) {
-        Voxel* const target = to + first;
-        for (std::size_t i = 0; i < count; ++i) {
-            const Stored value = stored[i] * slope + intercept;
-            minimum = std::min(minimum, value);
-            maximum = std::max(maximum, value);
-            target[i] = static_cast<Voxel>(value);
-        }
+    forEachStored<Stored>(frame, pixelCount(header), [&](std::size_t i, Stored stored) {
+        minimum = std::min(minimum, stored);
+        maximum = std::max(maximum, stored);
+        to[i] = static_cast<Voxel>(static_cast<std::uint32_t>(stored) * slope + intercept);
     });
-    return {static_cast<double>(minimum), static_cast<double>(maximum)};
+    return rescaled(static_cast<double>(minimum), static_cast<double>(maximum), rescale);
 }
 
+template <class Stored>
 ValueRange convertFloat(
     const DicomFileHeader& header, const ModalityRescale& rescale, const DecodedFrame& frame, float* to) {
     float minimum = std::numeric_limits<float>::max();
     float maximum = std::numeric_limits<float>::lowest();
-    forEachChunk<std::int64_t>(
-        header, frame, [&](std::size_t first, std::size_t count, const std::int64_t* stored) {
-            for (std::size_t i = 0; i < count; ++i) {
-                const auto value =
-                    static_cast<float>(static_cast<double>(stored[i]) * rescale.slope + rescale.intercept);
-                minimum = std::min(minimum, value);
-                maximum = std::max(maximum, value);
-                to[first + i] = value;
-            }
-        });
+    forEachStored<Stored>(frame, pixelCount(header), [&](std::size_t i, Stored stored) {
+        const auto value =
+            static_cast<float>(static_cast<double>(stored) * rescale.slope + rescale.intercept);
+        minimum = std::min(minimum, value);
+        maximum = std::max(maximum, value);
+        to[i] = value;
+    });
     return {static_cast<double>(minimum), static_cast<double>(maximum)};
+}
+
+template <class Stored, class Voxel>
+ValueRange convertTable(const DicomFileHeader& header, const DecodedFrame& frame, Voxel* to) {
+    const ModalityTable& table = header.modalityTable;
+    const auto last = static_cast<std::int64_t>(table.entries.size()) - 1;
+    std::uint16_t minimum = 65535;
+    std::uint16_t maximum = 0;
+    forEachStored<Stored>(frame, pixelCount(header), [&](std::size_t i, Stored stored) {
+        const auto index =
+            std::clamp<std::int64_t>(static_cast<std::int64_t>(stored) - table.firstMapped, 0, last);
+        const std::uint16_t value = table.entries[static_cast<std::size_t>(index)];
+        minimum = std::min(minimum, value);
+        maximum = std::max(maximum, value);
+        to[i] = static_cast<Voxel>(value);
+    });
+    return {static_cast<double>(minimum), static_cast<double>(maximum)};
+}
+
+template <class Stored, class Voxel>
+ValueRange convertStored(
+    const DicomFileHeader& header, const ModalityRescale& rescale, const DecodedFrame& frame, std::byte* to) {
+    auto* const target = reinterpret_cast<Voxel*>(to);
+    if (!header.modalityTable.entries.empty())
+        return convertTable<Stored>(header, frame, target);
+    if constexpr (std::is_same_v<Voxel, float>)
+        return convertFloat<Stored>(header, rescale, frame, target);
+    else
+        return convertInteger<Stored>(header, rescale, frame, target);
 }
 
 template <class Voxel>
 ValueRange convertTo(
     const DicomFileHeader& header, const ModalityRescale& rescale, const DecodedFrame& frame, std::byte* to) {
-    auto* const target = reinterpret_cast<Voxel*>(to);
-    // 32 bits hold the product of 16-bit values and factors.
-    const bool narrow = frame.format.bitsAllocated <= 16 && std::abs(rescale.slope) <= 16384.0 &&
-                        std::abs(rescale.intercept) <= 1073741824.0;
-    return narrow ? convertInteger<std::int32_t>(header, rescale, frame, target)
-                  : convertInteger<std::int64_t>(header, rescale, frame, target);
+    const bool isSigned = frame.format.isSigned;
+    if (frame.format.bitsAllocated <= 8)
+        return isSigned ? convertStored<std::int8_t, Voxel>(header, rescale, frame, to)
+                        : convertStored<std::uint8_t, Voxel>(header, rescale, frame, to);
+    if (frame.format.bitsAllocated <= 16)
+        return isSigned ? convertStored<std::int16_t, Voxel>(header, rescale, frame, to)
+                        : convertStored<std::uint16_t, Voxel>(header, rescale, frame, to);
+    return isSigned ? convertStored<std::int32_t, Voxel>(header, rescale, frame, to)
+                    : convertStored<std::uint32_t, Voxel>(header, rescale, frame, to);
 }
 
 } // namespace
@@ -205,7 +214,7 @@ ValueRange convertGrey(
     case VoxelType::Float32:
         break;
     }
-    return convertFloat(header, rescale, frame, reinterpret_cast<float*>(to));
+    return convertTo<float>(header, rescale, frame, to);
 }
 
 } // namespace zorbel::imaging
