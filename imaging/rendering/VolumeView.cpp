@@ -111,12 +111,12 @@ void VolumeView::startPreparing(int maxSide) {
     connect(watcher, &QFutureWatcher<Prepared>::finished, this, [this, watcher, cancel = cancel_] {
         watcher->deleteLater();
         if (!*cancel)
-            show(watcher->result());
+            present(watcher->result());
     });
     watcher->setFuture(QtConcurrent::run(&VolumeView::prepare, image_, maxSide, textureBudget, cancel_));
 }
 
-void VolumeView::show(const Prepared& prepared) {
+void VolumeView::present(const Prepared& prepared) {
     cancel_.reset();
     if (!prepared.volume) {
         setNotice(QStringLiteral("The 3D view could not be prepared: there is not enough memory."));
@@ -310,8 +310,14 @@ void VolumeView::finishFrame() {
         const double cost = lastFrameMilliseconds() / rays;
         costPerRay_ = costPerRay_ <= 0.0 ? cost : 0.7 * costPerRay_ + 0.3 * cost;
     }
-    if (still_)
-        QMetaObject::invokeMethod(this, &VolumeView::stillFrameRendered, Qt::QueuedConnection);
+    if (!still_)
+        return;
+    // Not for a volume that has gone until then.
+    const auto announce = [this, drawn = scene_.get()] {
+        if (scene_.get() == drawn)
+            Q_EMIT stillFrameRendered();
+    };
+    QMetaObject::invokeMethod(this, announce, Qt::QueuedConnection);
 }
 
 void VolumeView::mousePressEvent(QMouseEvent* event) {

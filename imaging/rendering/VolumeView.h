@@ -71,7 +71,7 @@ private:
         const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes,
         const std::shared_ptr<std::atomic<bool>>& cancel);
     void startPreparing(int maxSide);
-    void show(const Prepared& prepared);
+    void present(const Prepared& prepared);
     void setNotice(const QString& notice);
     void interact();
     void removeScene();

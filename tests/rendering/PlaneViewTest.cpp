@@ -1,0 +1,292 @@
+#include "imaging/rendering/PlaneView.h"
+
+#include "tests/rendering/PictureCheck.h"
+#include "tests/rendering/SyntheticImage.h"
+
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWheelEvent>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace zorbel::imaging;
+using namespace zorbel::imaging::test;
+
+namespace {
+
+/// Smooth, different in every direction, and nowhere linear, so that a shift by a fraction of a voxel shows.
+double pattern(int column, int row, int slice) {
+    return 6000.0 * std::sin(0.31 * column + 0.2) + 5000.0 * std::cos(0.23 * row + 0.11 * column) +
+           4000.0 * std::sin(0.41 * slice + 0.07 * row) + 300.0 * column - 120.0 * row;
+}
+
+struct Miss {
+    double largest = 0.0;
+    QPoint where;
+    int compared = 0;
+};
+
+/// The greatest difference in grey between the picture and what the voxels say, away from the image's border.
+Miss compare(const QImage& picture, const PlaneView& view, const LevelWindow& window, bool inverted) {
+    Miss miss;
+    const Image& image = *view.image();
+    const double ratio = picture.width() / static_cast<double>(view.width());
+    for (int y = 3; y < picture.height(); y += 7) {
+        for (int x = 3; x < picture.width(); x += 7) {
+            const Vector3 point = view.widgetToWorld({(x + 0.5) / ratio, (y + 0.5) / ratio});
+            const Vector3 index = image.geometry().worldToIndex(point);
+            const auto& size = image.geometry().dimensions();
+            bool inside = true;
+            for (std::size_t axis = 0; axis < 3; ++axis)
+                inside = inside && index[axis] > -0.3 && index[axis] < size[axis] - 0.7;
+            if (!inside)
+                continue;
+            const double grey = applyWindow(window, trilinear(image, point));
+            const double expected = 255.0 * (inverted ? 1.0 - grey : grey);
+            const double difference = std::abs(qRed(picture.pixel(x, y)) - expected);
+            ++miss.compared;
+            if (difference > miss.largest)
+                miss = {difference, {x, y}, miss.compared};
+        }
+    }
+    return miss;
+}
+
+struct Case {
+    const char* name;
+    ImageGeometry geometry;
+};
+
+std::vector<Case> geometries() {
+    const std::array<int, 3> size{40, 50, 30};
+    const Vector3 spacing{0.8, 0.6, 1.5};
+    const Vector3 origin{10.0, -20.0, 30.0};
+    return {
+        {"axial", {size, origin, {1, 0, 0}, {0, 1, 0}, spacing}},
+        {"flipped", {size, origin, {-1, 0, 0}, {0, 1, 0}, spacing}},
+        {"coronal", {size, origin, {1, 0, 0}, {0, 0, -1}, spacing}},
+        {"permuted", {size, origin, {0, 0, 1}, {1, 0, 0}, spacing}},
+        {"oblique", obliqueGeometry(size, spacing, 12.0, -17.0)},
+        {"sheared", obliqueGeometry(size, spacing, 5.0, 8.0, 0.5)}};
+}
+
+class PlanePictures : public testing::TestWithParam<std::tuple<std::size_t, ViewDirection>> {};
+
+TEST_P(PlanePictures, ShowVoxelsWhereTheyLie) {
+    const Case chosen = geometries()[std::get<0>(GetParam())];
+    const ViewDirection direction = std::get<1>(GetParam());
+    const auto image = makeImage<std::int16_t>(chosen.geometry, VoxelType::Int16, pattern);
+
+    PlaneView view(direction);
+    view.resize(331, 257);
+    view.setImage(image);
+    view.setWindow(3000.0, 24000.0);
+    view.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
+
+    for (const double step : {0.0, 3.0, 0.37}) {
+        view.navigation().step(step);
+        const QImage picture = view.grabFrame();
+        const Miss miss = compare(picture, view, view.window(), false);
+        savePicture(picture, currentTestName());
+        EXPECT_GT(miss.compared, 300);
+        EXPECT_LE(miss.largest, 1.01) << "at " << miss.where.x() << "," << miss.where.y() << " slice "
+                                      << view.navigation().slicePosition();
+    }
+    // Turned out of the image's axes, moved and enlarged.
+    const Vector3 center = chosen.geometry.center();
+    view.navigation().reorientSlices(center, {0.8, 0.5, 0.2}, {-0.3, 0.6, -0.7});
+    view.zoomBy(2.3, {100.0, 80.0});
+    view.panBy({-13.5, 7.25});
+    const QImage picture = view.grabFrame();
+    const Miss miss = compare(picture, view, view.window(), false);
+    savePicture(picture, currentTestName() + QStringLiteral("-turned"));
+    EXPECT_GT(miss.compared, 300);
+    EXPECT_LE(miss.largest, 1.01) << "at " << miss.where.x() << "," << miss.where.y();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllGeometries, PlanePictures,
+    testing::Combine(
+        testing::Range<std::size_t>(0, 6),
+        testing::Values(ViewDirection::Axial, ViewDirection::Coronal, ViewDirection::Sagittal)),
+    [](const auto& chosen) {
+        return std::string(geometries()[std::get<0>(chosen.param)].name) + "_" +
+               std::string(viewDirectionName(std::get<1>(chosen.param)));
+    });
+
+/// Brightest spot of a picture, in fractions of its size.
+QPointF brightSpot(const QImage& picture) {
+    double sumX = 0.0;
+    double sumY = 0.0;
+    double sum = 0.0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const double grey = qRed(picture.pixel(x, y)) > 128 ? 1.0 : 0.0;
+            sumX += grey * x;
+            sumY += grey * y;
+            sum += grey;
+        }
+    }
+    return sum > 0.0 ? QPointF(sumX / sum / picture.width(), sumY / sum / picture.height())
+                     : QPointF(-1.0, -1.0);
+}
+
+TEST(PlaneView, NeverMirrorsTheSides) {
+    // A ball in the patient's left, front and head, in volumes that were stored in all kinds of directions.
+    for (const Case& chosen : geometries()) {
+        const Vector3 center = chosen.geometry.center();
+        const Vector3 ball = center + Vector3{7.0, -6.0, 7.0};
+        const auto image =
+            makeImage<std::uint8_t>(chosen.geometry, VoxelType::UInt8, [&](int column, int row, int slice) {
+                const Vector3 voxel = chosen.geometry.indexToWorld(
+                    {static_cast<double>(column), static_cast<double>(row), static_cast<double>(slice)});
+                return length(voxel - ball) < 3.0 ? 250.0 : 10.0;
+            });
+        const std::array<QPointF, 3> expectedSides{QPointF(1, -1), QPointF(1, -1), QPointF(-1, -1)};
+        const std::array<std::pair<const char*, const char*>, 3> letters{
+            std::pair{"L", "P"}, std::pair{"L", "F"}, std::pair{"P", "F"}};
+        for (const auto direction : {ViewDirection::Axial, ViewDirection::Coronal, ViewDirection::Sagittal}) {
+            PlaneView view(direction);
+            view.resize(200, 200);
+            view.setImage(image);
+            view.setWindow(128.0, 256.0);
+            view.navigation().selectSliceByPoint(ball);
+            view.show();
+            const QImage picture = view.grabFrame();
+            savePicture(
+                picture, QStringLiteral("sides-%1-%2")
+                             .arg(QLatin1String(chosen.name))
+                             .arg(static_cast<int>(direction)));
+            const QPointF spot = brightSpot(picture) - QPointF(0.5, 0.5);
+            const auto which = static_cast<std::size_t>(direction);
+            EXPECT_GT(spot.x() * expectedSides[which].x(), 0.05)
+                << chosen.name << static_cast<int>(direction);
+            EXPECT_GT(spot.y() * expectedSides[which].y(), 0.05)
+                << chosen.name << static_cast<int>(direction);
+            EXPECT_EQ(view.orientationLabels().right.substr(0, 1), letters[which].first) << chosen.name;
+            EXPECT_EQ(view.orientationLabels().bottom.substr(0, 1), letters[which].second) << chosen.name;
+            const QPointF named = view.worldToWidget(ball);
+            EXPECT_NEAR(named.x() / 200.0 - 0.5, spot.x(), 0.02) << chosen.name;
+            EXPECT_NEAR(named.y() / 200.0 - 0.5, spot.y(), 0.02) << chosen.name;
+        }
+    }
+}
+
+ImageGeometry rampGeometry() {
+    return {{64, 64, 8}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 1}};
+}
+
+TEST(PlaneView, MapsValuesByTheWindow) {
+    const auto ramp = [](int column, int row, int) { return 100.0 * column - 50.0 * row - 1000.0; };
+    for (const bool inverted : {false, true}) {
+        ImageMetadata metadata;
+        metadata.inverted = inverted;
+        LevelWindow fromFile;
+        fromFile.center = 500.0;
+        fromFile.width = 2000.0;
+        metadata.windows = {fromFile};
+        for (const auto& image :
+             {makeImage<std::int16_t>(rampGeometry(), VoxelType::Int16, ramp, metadata),
+              makeImage<float>(rampGeometry(), VoxelType::Float32, ramp, metadata),
+              makeImage<std::int32_t>(rampGeometry(), VoxelType::Int32, ramp, metadata)}) {
+            PlaneView view(ViewDirection::Axial);
+            view.resize(256, 256);
+            view.setImage(image);
+            view.show();
+            EXPECT_EQ(view.window(), fromFile);
+            EXPECT_EQ(view.isInverted(), inverted);
+            EXPECT_LE(compare(view.grabFrame(), view, fromFile, inverted).largest, 1.01);
+            view.setWindow(-200.0, 700.0);
+            EXPECT_LE(compare(view.grabFrame(), view, view.window(), inverted).largest, 1.01);
+            LevelWindow exact;
+            exact.center = 100.0;
+            exact.width = 900.0;
+            exact.function = VoiFunction::LinearExact;
+            view.setWindow(exact);
+            view.setInverted(!inverted);
+            const QImage picture = view.grabFrame();
+            savePicture(picture, currentTestName());
+            EXPECT_LE(compare(picture, view, exact, !inverted).largest, 1.01);
+        }
+    }
+}
+
+TEST(PlaneView, KeepsThePointUnderThePointerWhileZooming) {
+    PlaneView view(ViewDirection::Coronal);
+    view.resize(300, 200);
+    view.setImage(makeImage<std::int16_t>(rampGeometry(), VoxelType::Int16, pattern));
+    view.show();
+    const QPointF anchor(71.0, 133.0);
+    const Vector3 held = view.widgetToWorld(anchor);
+    view.zoomBy(3.0, anchor);
+    view.zoomBy(0.9, anchor);
+    EXPECT_NEAR(view.worldToWidget(held).x(), anchor.x(), 1e-6);
+    EXPECT_NEAR(view.worldToWidget(held).y(), anchor.y(), 1e-6);
+    view.panBy({10.0, -4.0});
+    EXPECT_NEAR(view.worldToWidget(held).x(), anchor.x() + 10.0, 1e-6);
+    EXPECT_NEAR(view.worldToWidget(held).y(), anchor.y() - 4.0, 1e-6);
+
+    // A zoomed view keeps its size in millimetres when it is resized; a fitted one follows.
+    const double zoomed = view.millimetresPerPixel();
+    view.resize(500, 400);
+    EXPECT_EQ(view.millimetresPerPixel(), zoomed);
+    view.fitToView();
+    const double fitted = view.millimetresPerPixel();
+    view.resize(250, 200);
+    EXPECT_NEAR(view.millimetresPerPixel(), 2.0 * fitted, 1e-9);
+    const QPointF corner = view.worldToWidget({-0.5, 0.0, -0.5});
+    EXPECT_GE(corner.x(), 0.0);
+    EXPECT_LE(corner.y(), 200.0);
+}
+
+TEST(PlaneView, DrawsOneFrameForManyChangesAndNoOtherView) {
+    const auto image = makeImage<std::int16_t>(rampGeometry(), VoxelType::Int16, pattern);
+    PlaneView changed(ViewDirection::Axial);
+    PlaneView other(ViewDirection::Coronal);
+    for (PlaneView* view : {&changed, &other}) {
+        view->resize(200, 150);
+        view->setImage(image);
+        view->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(view));
+    }
+    QTest::qWait(100);
+    QSignalSpy frames(&changed, &RenderWindowWidget::frameRendered);
+    QSignalSpy otherFrames(&other, &RenderWindowWidget::frameRendered);
+    QSignalSpy slices(&changed, &PlaneView::sliceChanged);
+    for (int step = 0; step < 3; ++step)
+        changed.navigation().step(1.0);
+    changed.setWindow(0.0, 5000.0);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return frames.count() > 0; }));
+    QTest::qWait(100);
+    EXPECT_EQ(frames.count(), 1);
+    EXPECT_EQ(otherFrames.count(), 0);
+    EXPECT_EQ(slices.count(), 3);
+}
+
+TEST(PlaneView, ReportsWheelNotchesWhateverTheModifiersDoToThem) {
+    PlaneView view(ViewDirection::Axial);
+    view.resize(100, 100);
+    QSignalSpy notches(&view, &RenderWindowWidget::wheelScrolled);
+    const auto turn = [&view](const QPoint& angle, Qt::KeyboardModifiers modifiers) {
+        QWheelEvent event(
+            {50, 50}, view.mapToGlobal(QPointF(50, 50)), {}, angle, Qt::NoButton, modifiers,
+            Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&view, &event);
+    };
+    turn({0, 120}, Qt::NoModifier);
+    turn({-240, 0}, Qt::AltModifier);
+    for (int part = 0; part < 9; ++part)
+        turn({0, 15}, Qt::ShiftModifier);
+    ASSERT_EQ(notches.count(), 3);
+    EXPECT_EQ(notches[0][0].toInt(), 1);
+    EXPECT_EQ(notches[1][0].toInt(), -2);
+    EXPECT_EQ(notches[1][1].value<Qt::KeyboardModifiers>(), Qt::AltModifier);
+    EXPECT_EQ(notches[2][0].toInt(), 1);
+    EXPECT_EQ(notches[2][1].value<Qt::KeyboardModifiers>(), Qt::ShiftModifier);
+}
+
+} // namespace
