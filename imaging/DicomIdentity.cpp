@@ -1,11 +1,15 @@
 #include "imaging/DicomIdentity.h"
 
 #include "imaging/DicomSeriesReader.h"
+#include "imaging/dicom/CharacterSet.h"
+#include "imaging/dicom/DicomAttributes.h"
+#include "imaging/dicom/GdcmSetup.h"
+#include "imaging/dicom/PixelDataLocation.h"
 
 #include <gdcmReader.h>
-#include <gdcmTag.h>
 
 #include <istream>
+#include <new>
 #include <streambuf>
 
 namespace zorbel::imaging {
@@ -35,39 +39,39 @@ protected:
     }
 };
 
-std::string text(const gdcm::DataSet& dataSet, const gdcm::Tag& tag) {
-    if (!dataSet.FindDataElement(tag))
-        return {};
-    const gdcm::ByteValue* value = dataSet.GetDataElement(tag).GetByteValue();
-    if (!value)
-        return {};
-    std::string result(value->GetPointer(), value->GetLength());
-    const char* const padding = " \0";
-    const auto first = result.find_first_not_of(padding, 0, 2);
-    if (first == std::string::npos)
-        return {};
-    return result.substr(first, result.find_last_not_of(padding, std::string::npos, 2) - first + 1);
+/// Throws when the bytes are no DICOM header that the parser can be trusted with.
+void parse(std::istream& stream, std::uint64_t size, gdcm::Reader& reader) {
+    const gdcm::Tag seriesInstanceUID(0x0020, 0x000e);
+    reader.SetStream(stream);
+    if (!reader.CanRead() || !headerLengthsArePlausible(stream, size))
+        throw std::runtime_error("no DICOM header");
+    stream.clear();
+    stream.seekg(0);
+    if (!reader.ReadUpToTag(seriesInstanceUID))
+        throw std::runtime_error("damaged DICOM header");
 }
 
 } // namespace
 
 DicomIdentity readDicomIdentity(std::span<const std::byte> file) {
+    prepareGdcm();
     MemoryBuffer buffer(file);
     std::istream stream(&buffer);
     gdcm::Reader reader;
-    reader.SetStream(stream);
-    const gdcm::Tag seriesInstanceUID(0x0020, 0x000e);
-    bool readable = false;
+    DicomIdentity identity;
     try {
-        readable = reader.ReadUpToTag(seriesInstanceUID);
+        parse(stream, file.size(), reader);
+        const DicomAttributes attributes(reader.GetFile().GetDataSet());
+        identity.patientId = toUtf8(attributes.text({0x0010, 0x0020}), attributes.texts({0x0008, 0x0005}));
+        identity.studyInstanceUID = attributes.text({0x0020, 0x000d});
+        identity.seriesInstanceUID = attributes.text({0x0020, 0x000e});
+        identity.sopInstanceUID = attributes.text({0x0008, 0x0018});
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
-        readable = false; // damaged headers make the parser throw; the caller hears of it below
+        identity.sopInstanceUID.clear(); // the parser's own texts quote source files, which help nobody here
     }
-    const gdcm::DataSet& dataSet = reader.GetFile().GetDataSet();
-    DicomIdentity identity{
-        text(dataSet, gdcm::Tag(0x0010, 0x0020)), text(dataSet, gdcm::Tag(0x0020, 0x000d)),
-        text(dataSet, seriesInstanceUID), text(dataSet, gdcm::Tag(0x0008, 0x0018))};
-    if (!readable || identity.sopInstanceUID.empty())
+    if (identity.sopInstanceUID.empty())
         throw DicomReadError("The received instance is not a readable DICOM file");
     return identity;
 }

@@ -1,0 +1,48 @@
+#include "app/SessionLock.h"
+#include "app/SettingsMigration.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace zorbel {
+namespace {
+
+TEST(SessionLock, tellsACrashedSessionFromAnEndedOne) {
+    QTemporaryDir folder;
+    const std::filesystem::path config =
+        std::filesystem::path(folder.path().toStdString()) / "new" / "config";
+    {
+        SessionLock first(config);
+        EXPECT_FALSE(first.acquire());
+        first.remove();
+        first.remove(); // both aboutToQuit and the end of the event loop remove it
+    }
+    SessionLock crashed(config);
+    EXPECT_FALSE(crashed.acquire());
+    EXPECT_TRUE(std::filesystem::exists(config / "session.lock"));
+    SessionLock next(config);
+    EXPECT_TRUE(next.acquire());
+}
+
+TEST(SettingsMigration, carriesTheCacheFolderOverAndForgetsTheArchive) {
+    QTemporaryDir folder;
+    QSettings settings(folder.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("orthanc/url"), QStringLiteral("http://pacs"));
+    settings.setValue(QStringLiteral("orthanc/user"), QStringLiteral("u"));
+    settings.setValue(QStringLiteral("orthanc/pass"), QStringLiteral("p"));
+    settings.setValue(QStringLiteral("orthanc/cacheDir"), QStringLiteral("/old"));
+    migrateSettings(settings);
+    EXPECT_EQ(settings.allKeys(), QStringList{QStringLiteral("viewer/cacheDir")});
+    EXPECT_EQ(settings.value(QStringLiteral("viewer/cacheDir")).toString(), QStringLiteral("/old"));
+
+    settings.setValue(QStringLiteral("viewer/cacheDir"), QStringLiteral("/chosen"));
+    settings.setValue(QStringLiteral("orthanc/cacheDir"), QStringLiteral("/old"));
+    migrateSettings(settings);
+    EXPECT_EQ(settings.value(QStringLiteral("viewer/cacheDir")).toString(), QStringLiteral("/chosen"));
+    EXPECT_FALSE(settings.contains(QStringLiteral("orthanc/cacheDir")));
+}
+
+} // namespace
+} // namespace zorbel

@@ -1,0 +1,146 @@
+#pragma once
+
+#include "TestSeries.h"
+#include "api/ZorbelApiClient.h"
+#include "app/log/ILogSink.h"
+#include "app/log/Logger.h"
+#include "cache/StudyLoadController.h"
+#include "demo/DemoAccounts.h"
+#include "demo/DemoService.h"
+
+#include <QDir>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zorbel::test {
+
+/// Everything a controller said while this lives, in its order.
+class LoadRecorder : public QObject {
+public:
+    explicit LoadRecorder(StudyLoadController& controller) {
+        QObject::connect(&controller, &StudyLoadController::statusChanged, this, [this](const QString& s) {
+            statuses += s;
+        });
+        QObject::connect(
+            &controller, &StudyLoadController::stageChanged, this,
+            [this](const StudyLoadStage& stage) { stages.push_back(stage); });
+        QObject::connect(
+            &controller, &StudyLoadController::imageReady, this,
+            [this](const OrthancImageLoadResult& result) { images.push_back(result); });
+        QObject::connect(
+            &controller, &StudyLoadController::loadFailed, this,
+            [this](const StudyLoadFailure& failure) { failures.push_back(failure); });
+        QObject::connect(&controller, &StudyLoadController::loadCancelled, this, [this](const QString& s) {
+            cancelled += s;
+        });
+        QObject::connect(
+            &controller, &StudyLoadController::seriesChoiceNeeded, this,
+            [this](StudyLoadGuard::Ticket ticket, const std::vector<OrthancSeriesSummary>& series, int row) {
+                question = ticket;
+                offered = series;
+                suggested = row;
+            });
+    }
+
+    bool ended() const { return !images.empty() || !failures.empty() || !cancelled.isEmpty(); }
+    bool waitForEnd() const {
+        return QTest::qWaitFor([this] { return ended(); }, 60000);
+    }
+
+    QStringList statuses;
+    std::vector<StudyLoadStage> stages;
+    std::vector<OrthancImageLoadResult> images;
+    std::vector<StudyLoadFailure> failures;
+    QStringList cancelled;
+    std::optional<StudyLoadGuard::Ticket> question;
+    std::vector<OrthancSeriesSummary> offered;
+    int suggested = -1;
+};
+
+/// Collects the log's lines while it lives.
+class LogCapture : public ILogSink {
+public:
+    void write(const char* line, std::size_t length) override {
+        const std::lock_guard lock(mutex_);
+        text_.append(line, length);
+    }
+    void flush() override {}
+    bool contains(const std::string& text) const {
+        const std::lock_guard lock(mutex_);
+        return text_.find(text) != std::string::npos;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::string text_;
+};
+
+/// A demo service with the series that a test asks for, a signed-in client, and a temporary folder of its
+/// own.
+class StudyLoadTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        service_ = std::make_unique<demo::DemoService>();
+        service_->start();
+    }
+    static void TearDownTestSuite() { service_.reset(); }
+
+    void SetUp() override {
+        ASSERT_TRUE(folder_.isValid());
+        savedTemp_ = qgetenv("TMPDIR");
+        qputenv("TMPDIR", tempFolder().toUtf8());
+        QDir().mkpath(tempFolder());
+        capture_ = std::make_shared<LogCapture>();
+        Logger::instance().addSink(capture_);
+        ApiClientConfig config;
+        config.baseUrl = QString::fromStdString(service_->baseUrl());
+        client_ = std::make_shared<ZorbelApiClient>(config);
+        const auto outcome = client_->signIn(
+            QString::fromLatin1(demo::readerAccount.email),
+            QString::fromLatin1(demo::readerAccount.password));
+        ASSERT_TRUE(outcome.success) << outcome.errorMessage.toStdString();
+    }
+
+    void TearDown() override {
+        service_->clearFaults();
+        service_->resetRequests();
+        Logger::instance().removeSink(capture_);
+        EXPECT_TRUE(QDir(tempFolder()).entryList({QStringLiteral("zorbel-viewer-session-*")}).isEmpty());
+        savedTemp_.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", savedTemp_);
+    }
+
+    QString tempFolder() const { return folder_.filePath(QStringLiteral("tmp")); }
+
+    /// Puts the series into the archive and returns its study as the list names it.
+    StudyRequest upload(const std::vector<TestSeries>& series) {
+        const auto folder = std::filesystem::path(folder_.filePath(QStringLiteral("upload")).toStdString());
+        std::filesystem::remove_all(folder);
+        for (const auto& one : series)
+            one.write(folder / one.name);
+        const auto result = service_->uploadFolder(folder);
+        EXPECT_TRUE(result.failures.empty());
+        const QString uid = QString::fromStdString(series.front().studyUid());
+        for (const auto& row : client_->listStudies({}, 200))
+            if (row.studyInstanceUID == uid)
+                return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+        ADD_FAILURE() << "the uploaded study is not listed";
+        return {};
+    }
+
+    static inline std::unique_ptr<demo::DemoService> service_;
+    QTemporaryDir folder_;
+    QByteArray savedTemp_;
+    std::shared_ptr<LogCapture> capture_;
+    std::shared_ptr<ZorbelApiClient> client_;
+};
+
+} // namespace zorbel::test

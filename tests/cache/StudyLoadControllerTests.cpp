@@ -1,0 +1,158 @@
+#include "LoadRecorder.h"
+
+#include <algorithm>
+
+namespace zorbel {
+namespace {
+
+using test::LoadRecorder;
+using test::StudyLoadTest;
+using test::TestSeries;
+
+class StudyLoadControllerTest : public StudyLoadTest {
+protected:
+    /// The image of a TestSeries, voxel by voxel.
+    static void expectSeries(const imaging::Image& image, const TestSeries& series) {
+        const auto& geometry = image.geometry();
+        ASSERT_EQ(geometry.dimensions(), (std::array<int, 3>{series.size, series.size, series.slices}));
+        EXPECT_EQ(geometry.spacing(), (imaging::Vector3{0.5, 0.5, 1.0}));
+        EXPECT_EQ(geometry.origin(), (imaging::Vector3{-8.0, -8.0, 0.0}));
+        for (int slice = 0; slice < series.slices; ++slice)
+            for (const int column : {0, 7, series.size - 1})
+                ASSERT_EQ(image.valueAt(column, 3, slice), slice * 100 + column) << slice << " " << column;
+    }
+};
+
+TEST_F(StudyLoadControllerTest, opensAVolumeAndSaysHowFarItIs) {
+    const TestSeries series{.study = "plain"};
+    const auto study = upload({series});
+    StudyLoadController controller(client_);
+    LoadRecorder recorder(controller);
+    controller.openStudy(study);
+    EXPECT_TRUE(controller.isLoading());
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.images.size(), 1u);
+    EXPECT_FALSE(controller.isLoading());
+    const auto& result = recorder.images.front();
+    EXPECT_TRUE(result.volumetric);
+    EXPECT_EQ(result.sourceLabel, QStringLiteral("Zorbel Cloud"));
+    expectSeries(*result.image, series);
+
+    const QStringList firstOfAll{
+        QStringLiteral("Checking volume cache…"),
+        QStringLiteral("Selecting the fastest authorized study source..."),
+        QStringLiteral("Loading selected DICOM series from Zorbel Cloud..."),
+        QStringLiteral("Downloading DICOM instances")};
+    EXPECT_EQ(recorder.statuses.mid(0, 4), firstOfAll);
+    EXPECT_EQ(recorder.statuses.last(), QStringLiteral("Building diagnostic volume"));
+    for (const char* line :
+         {"Selected Orthanc series for DICOM fallback", "Starting Orthanc DICOM download",
+          "Streaming DICOMweb transfer completed", "MITK DICOM analyze completed",
+          "Orthanc fallback volume ready"})
+        EXPECT_TRUE(capture_->contains(line)) << line;
+    EXPECT_TRUE(capture_->contains("\"correlationId\":\"sess-"));
+    EXPECT_FALSE(capture_->contains("Test Patient"));
+    const auto audits = service_->auditRecords();
+    EXPECT_TRUE(std::any_of(audits.begin(), audits.end(), [&](const demo::AuditRecord& audit) {
+        return audit.event == "STUDY_OPEN" && audit.targetId == study.studyInstanceUID.toStdString();
+    }));
+}
+
+TEST_F(StudyLoadControllerTest, findsALinkedStudyByItsUidAlone) {
+    const TestSeries series{.study = "linked"};
+    StudyRequest linked;
+    linked.studyInstanceUID = upload({series}).studyInstanceUID;
+    StudyLoadController controller(client_);
+    LoadRecorder recorder(controller);
+    controller.openStudy(linked);
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.images.size(), 1u);
+    EXPECT_FALSE(recorder.images.front().study.patientName.isEmpty());
+
+    LoadRecorder unknown(controller);
+    linked.studyInstanceUID = QStringLiteral("1.2.3.4");
+    controller.openStudy(linked);
+    ASSERT_TRUE(unknown.waitForEnd());
+    ASSERT_EQ(unknown.failures.size(), 1u);
+}
+
+TEST_F(StudyLoadControllerTest, asksWhichOfSeveralSeriesToOpen) {
+    const TestSeries scout{.name = "scout", .study = "several", .description = "Scout", .slices = 3};
+    const TestSeries volume{.name = "volume", .study = "several", .description = "CBCT volume", .slices = 6};
+    const auto study = upload({scout, volume});
+    StudyLoadController controller(client_);
+    {
+        LoadRecorder recorder(controller);
+        controller.openStudy(study);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return recorder.question.has_value(); }, 30000));
+        ASSERT_EQ(recorder.offered.size(), 2u);
+        EXPECT_EQ(
+            recorder.offered[static_cast<std::size_t>(recorder.suggested)].seriesDescription,
+            QStringLiteral("CBCT volume"));
+        controller.chooseSeries(*recorder.question, std::nullopt);
+        EXPECT_EQ(
+            recorder.cancelled,
+            QStringList{QStringLiteral("Series selection cancelled. No images were loaded.")});
+        controller.chooseSeries(*recorder.question, 0); // too late
+        EXPECT_FALSE(controller.isLoading());
+    }
+    LoadRecorder recorder(controller);
+    controller.retry();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return recorder.question.has_value(); }, 30000));
+    controller.chooseSeries(*recorder.question, 1 - recorder.suggested);
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.images.size(), 1u);
+    expectSeries(*recorder.images.front().image, scout);
+}
+
+TEST_F(StudyLoadControllerTest, refusesAnIncompleteSeries) {
+    const auto study = upload({{.study = "gap", .slices = 9, .leftOut = {5, 6}}});
+    StudyLoadController controller(client_);
+    LoadRecorder recorder(controller);
+    controller.openStudy(study);
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.failures.size(), 1u);
+    EXPECT_TRUE(recorder.images.empty());
+    const auto& failure = recorder.failures.front();
+    EXPECT_EQ(failure.title, QStringLiteral("Incomplete DICOM Series"));
+    EXPECT_EQ(
+        failure.text,
+        QStringLiteral(
+            "PACS supplied an incomplete DICOM series: 5 frames are available and approximately 2 slices are "
+            "missing.\n\nThe partial stack was not opened as a 3D volume. Wait for the PACS import to "
+            "finish, click Retry from PACS, and select a complete diagnostic series."));
+    EXPECT_TRUE(capture_->contains("Rejected incomplete DICOM image block"));
+    EXPECT_TRUE(capture_->contains("\"estimatedMissingFrames\":\"2\""));
+}
+
+TEST_F(StudyLoadControllerTest, opensAProjectionImageIn2D) {
+    const auto study = upload({{.study = "pano", .description = "PANORAMIC", .modality = "PX", .slices = 1}});
+    StudyLoadController controller(client_);
+    LoadRecorder recorder(controller);
+    controller.openStudy(study);
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.images.size(), 1u);
+    EXPECT_FALSE(recorder.images.front().volumetric);
+}
+
+TEST_F(StudyLoadControllerTest, showsOnlyTheNewestRequest) {
+    const auto slow = upload({{.study = "slow"}});
+    const TestSeries wanted{.study = "wanted", .slices = 4};
+    const auto study = upload({wanted});
+    service_->setFault(
+        demo::Fault::delayed("*/studies/" + slow.orthancId.toStdString(), std::chrono::milliseconds(700)));
+    StudyLoadController controller(client_);
+    LoadRecorder recorder(controller);
+    controller.openStudy(slow);
+    QTest::qWait(150);
+    controller.openStudy(study);
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return capture_->contains("Discarded stale Orthanc series-list result"); }, 10000));
+    ASSERT_EQ(recorder.images.size(), 1u);
+    expectSeries(*recorder.images.front().image, wanted);
+    EXPECT_TRUE(recorder.failures.empty());
+}
+
+} // namespace
+} // namespace zorbel

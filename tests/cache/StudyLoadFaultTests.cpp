@@ -1,0 +1,142 @@
+#include "LoadRecorder.h"
+
+namespace zorbel {
+namespace {
+
+using demo::Fault;
+using test::LoadRecorder;
+using test::TestSeries;
+
+class StudyLoadFaultTest : public test::StudyLoadTest {
+protected:
+    void SetUp() override {
+        StudyLoadTest::SetUp();
+        study_ = upload({TestSeries{.study = "faults"}});
+        service_->resetRequests();
+    }
+
+    /// Opens the study and returns the values at the start of each slice, or the failure's text.
+    std::pair<std::vector<double>, QString> load() {
+        StudyLoadController controller(client_);
+        LoadRecorder recorder(controller);
+        controller.openStudy(study_);
+        EXPECT_TRUE(recorder.waitForEnd());
+        std::vector<double> values;
+        if (!recorder.images.empty())
+            for (int slice = 0; slice < recorder.images.front().image->geometry().dimensions()[2]; ++slice)
+                values.push_back(recorder.images.front().image->valueAt(0, 0, slice));
+        return {values, recorder.failures.empty() ? QString() : recorder.failures.front().text};
+    }
+
+    StudyRequest study_;
+    const std::vector<double> whole_{0, 100, 200, 300, 400, 500, 600, 700};
+};
+
+TEST_F(StudyLoadFaultTest, fetchesOneByOneWhatTheStreamDidNotBringWhole) {
+    const std::vector<std::pair<Fault, const char*>> faults{
+        {Fault::streamingRefused(406), "refused"},
+        {Fault::streamingRefused(404), "not offered"},
+        {Fault::dropAfter(Fault::seriesStreams, 9000), "dropped"},
+        {Fault::stream(Fault::Kind::MissingParts), "a part missing"},
+        {Fault::stream(Fault::Kind::ReplacedPart), "a part twice"},
+        {Fault::stream(Fault::Kind::EmptyPart), "an empty part"},
+        {Fault::stream(Fault::Kind::WrongBoundary), "wrong boundary"},
+        {Fault::stream(Fault::Kind::MissingBoundary), "no boundary"},
+        {Fault::stream(Fault::Kind::NoClosingDelimiter), "not closed"}};
+    for (const auto& [fault, name] : faults) {
+        SCOPED_TRACE(name);
+        const int id = service_->setFault(fault);
+        EXPECT_EQ(load().first, whole_);
+        EXPECT_TRUE(capture_->contains("Streaming DICOMweb unavailable"));
+        EXPECT_GT(service_->requestCount(Fault::instanceFiles), 0u);
+        service_->removeFault(id);
+        service_->resetRequests();
+    }
+}
+
+TEST_F(StudyLoadFaultTest, readsAStreamOfAnyOrderAndForm) {
+    for (const auto kind :
+         {Fault::Kind::ShuffledParts, Fault::Kind::LineFeedOnly, Fault::Kind::QuotedBoundary}) {
+        SCOPED_TRACE(Fault::kindName(kind));
+        const int id = service_->setFault(Fault::stream(kind));
+        EXPECT_EQ(load().first, whole_);
+        service_->removeFault(id);
+    }
+    EXPECT_EQ(service_->requestCount(Fault::instanceFiles), 0u);
+}
+
+TEST_F(StudyLoadFaultTest, tellsWhyAStudyCannotBeOpened) {
+    const auto text = [](const char* reason) {
+        return QStringLiteral("Could not load imaging data.\n\n") + QString::fromUtf8(reason) +
+               QStringLiteral(
+                   "\n\nCheck your Zorbel connection and confirm that the study is still available.");
+    };
+    const auto failureUnder = [this](const std::vector<Fault>& faults) {
+        for (const auto& fault : faults)
+            service_->setFault(fault);
+        const QString failure = load().second;
+        service_->clearFaults();
+        return failure;
+    };
+    const std::string study = "*/viewer-proxy/studies/*";
+    EXPECT_EQ(
+        failureUnder({Fault::error(study, 403, "The study of Test Patient is locked", "LOCKED")}),
+        text("The study of Test Patient is locked"));
+    EXPECT_FALSE(capture_->contains("Test Patient")) << "a server's text stays out of the log";
+    EXPECT_EQ(failureUnder({Fault::reply(study, 500, "")}), text("Zorbel API returned HTTP 500"));
+    EXPECT_EQ(
+        failureUnder({Fault::reply(study, 200, R"({"Series":[]})")}),
+        text("Orthanc study contains no loadable series."));
+    EXPECT_EQ(
+        failureUnder({Fault::reply(
+            "*/viewer-proxy/series/*", 200, R"({"MainDicomTags":{"Modality":"CT"},"Instances":[]})")}),
+        text("Orthanc study contains no downloadable instances."));
+    EXPECT_EQ(
+        failureUnder(
+            {Fault::streamingRefused(), Fault::reply(Fault::instanceFiles, 200, "no DICOM", "text/plain")}),
+        text("The received instance is not a readable DICOM file"));
+    EXPECT_EQ(
+        failureUnder({Fault::streamingRefused(), Fault::error(Fault::instanceFiles, 404, "Gone", "")}),
+        text("Gone"));
+}
+
+TEST_F(StudyLoadFaultTest, isUsableAtOnceAfterCancelAtAnyStage) {
+    StudyLoadController controller(client_);
+    const std::vector<std::pair<Fault, const char*>> slownesses{
+        {Fault::delayed("*/viewer-proxy/studies/*", std::chrono::seconds(20)), "listing"},
+        {Fault::throttle(Fault::seriesStreams, 4000), "streaming"},
+        {Fault::hangAfter(Fault::seriesStreams, 5000), "hanging"}};
+    for (const auto& [fault, name] : slownesses) {
+        SCOPED_TRACE(name);
+        service_->setFault(fault);
+        LoadRecorder recorder(controller);
+        controller.openStudy(study_);
+        QTest::qWait(400);
+        ASSERT_TRUE(controller.isLoading());
+        controller.cancel();
+        EXPECT_FALSE(controller.isLoading());
+        EXPECT_EQ(recorder.cancelled, QStringList{QStringLiteral("Study loading cancelled")});
+        service_->clearFaults();
+        recorder.cancelled.clear();
+        controller.openStudy(study_);
+        ASSERT_TRUE(recorder.waitForEnd());
+        EXPECT_EQ(recorder.images.size(), 1u) << "the next open works";
+    }
+}
+
+TEST_F(StudyLoadFaultTest, endsCleanlyWhenClosedDuringALoad) {
+    service_->setFault(Fault::throttle(Fault::seriesStreams, 4000));
+    {
+        StudyLoadController controller(client_);
+        controller.openStudy(study_);
+        ASSERT_TRUE(QTest::qWaitFor(
+            [this] {
+                return !QDir(tempFolder()).entryList({QStringLiteral("zorbel-viewer-session-*")}).isEmpty();
+            },
+            10000));
+    }
+    EXPECT_TRUE(QDir(tempFolder()).entryList({QStringLiteral("zorbel-viewer-session-*")}).isEmpty());
+}
+
+} // namespace
+} // namespace zorbel

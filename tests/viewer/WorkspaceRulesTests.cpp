@@ -1,0 +1,49 @@
+#include "viewer/MprController.h"
+#include "viewer/OverlayTexts.h"
+#include "viewer/StudyIdentity.h"
+
+#include <gtest/gtest.h>
+
+namespace zorbel {
+namespace {
+
+TEST(StudyIdentity, fallsBackToWordsForWhatIsMissing) {
+    const StudyIdentity empty(QStringLiteral(" "), QString(), QString(), QString());
+    EXPECT_EQ(empty.shownPatientName(), QStringLiteral("Unnamed patient"));
+    EXPECT_EQ(
+        empty.subtitle(), QStringLiteral("Unknown modality  ·  Date unavailable  ·  Study UID unavailable"));
+    const StudyIdentity study(
+        QStringLiteral(" 1.2 "), QStringLiteral(" Doe "), QStringLiteral("CT"), QStringLiteral("20240131"));
+    EXPECT_EQ(study.shownPatientName(), QStringLiteral("Doe"));
+    EXPECT_EQ(study.subtitle(), QStringLiteral("CT  ·  20240131  ·  Study 1.2"));
+}
+
+TEST(OverlayTexts, writesWindowsOfEveryScale) {
+    const auto text = [](double center, double width) {
+        imaging::LevelWindow window;
+        window.center = center;
+        window.width = width;
+        return OverlayTexts::window(window);
+    };
+    EXPECT_EQ(text(400.0, 1800.0), QStringLiteral("W: 1800  L: 400"));
+    EXPECT_EQ(text(-600.4, 1500.0), QStringLiteral("W: 1500  L: -600"));
+    EXPECT_EQ(text(0.25, 0.5), QStringLiteral("W: 0.50  L: 0.25"));
+}
+
+TEST(OverlayTexts, warnsOfTiltAndLossyCompression) {
+    imaging::ImageMetadata metadata;
+    EXPECT_TRUE(OverlayTexts::notes(metadata, 0.01).isEmpty());
+    metadata.lossy = true;
+    EXPECT_EQ(
+        OverlayTexts::notes(metadata, -18.53),
+        (QStringList{QStringLiteral("Gantry tilt 18.5°"), QStringLiteral("Lossy compression")}));
+}
+
+TEST(MprController, stepsOneSliceANotchTenWithShiftATenthWithAlt) {
+    EXPECT_DOUBLE_EQ(MprController::wheelStep(2, Qt::NoModifier), 2.0);
+    EXPECT_DOUBLE_EQ(MprController::wheelStep(-1, Qt::ShiftModifier), -10.0);
+    EXPECT_DOUBLE_EQ(MprController::wheelStep(1, Qt::AltModifier), 0.1);
+}
+
+} // namespace
+} // namespace zorbel
