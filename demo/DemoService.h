@@ -24,13 +24,13 @@ public:
         /// Put the phantom studies into the archive (seconds to make, once; then from the cache folder).
         bool phantoms = false;
         /// Folders of DICOM files to put into the archive as they are.
-        std::vector<std::filesystem::path> imports;
+        std::vector<std::filesystem::path> imports{};
         /// Where made phantoms are kept; empty means "zorbel-demo" under the user's cache folder.
-        std::filesystem::path cacheFolder;
+        std::filesystem::path cacheFolder{};
         /// 0 takes a free one.
         int port = 0;
         /// Told what an import did, one line at a time, on the thread that calls start().
-        std::function<void(const std::string&)> notice;
+        std::function<void(const std::string&)> notice{};
     };
 
     struct ImportResult {

@@ -84,8 +84,10 @@ float Mandible::ramusDistance(Point p) {
     if (thick > 8) {
         return thick;
     }
+    // The neck flows into the condyle, whose upper half keeps its measures.
+    const float fillet = mix(3.5F, 0.3F, smoothStep(25, 30, p.z));
     const float d = smoothMax(outlineDistance(p.y, p.z) - 0.8F, thick, 3);
-    return smoothMin(d, ellipsoid({x, p.y, p.z}, anatomy::leftCondyle, {9.5F, 4.8F, 5.5F}), 3.5F);
+    return smoothMin(d, ellipsoid({x, p.y, p.z}, anatomy::leftCondyle, {9.5F, 4.8F, 5.5F}), fillet);
 }
 
 float Mandible::distance(Point p) {

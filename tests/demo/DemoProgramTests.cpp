@@ -1,0 +1,90 @@
+#include "ServiceFixture.h"
+
+#include "demo/PhantomStudies.h"
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+
+#include <sys/wait.h>
+
+namespace zorbel::demo {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Outcome {
+    int code = -1;
+    std::string output;
+};
+
+Outcome runProgram(const std::string& arguments) {
+    const std::string command = std::string(ZORBEL_DEMO_PROGRAM) + " " + arguments + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    Outcome outcome;
+    std::array<char, 4096> buffer{};
+    for (std::size_t got = 0; (got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
+        outcome.output.append(buffer.data(), got);
+    }
+    const int status = pclose(pipe);
+    outcome.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+TEST(DemoProgram, runsTheViewerInItsOwnFoldersWithPhantomsAndImportsInPlace) {
+    const TemporaryFolder folder;
+    const fs::path imports = folder.path() / "imports";
+    writeBenchSeries(imports, 2, 16);
+    const fs::path script = folder.path() / "viewer.sh";
+    std::ofstream(script) << R"sh(set -e
+for d in "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$TMPDIR"; do
+    test "$(stat -c %a "$d")" = 700
+done
+touch "$XDG_CONFIG_HOME/kept" "$TMPDIR/dropped"
+token=$(curl -s -H 'Content-Type: application/json' \
+    -d "{\"email\":\"$ZORBEL_DEMO_ACCOUNT\",\"password\":\"$ZORBEL_DEMO_PASSWORD\"}" \
+    "$ZORBEL_API_BASE_URL/api/auth/login" | sed 's/.*"token":"\([0-9a-f]*\)".*/\1/')
+echo "LIST $(curl -s -H "Authorization: Bearer $token" "$ZORBEL_API_BASE_URL/apps/pacs/api/studies")"
+exit 7
+)sh";
+    const std::string options = "run --cache " + std::string(ZORBEL_DEMO_CACHE) + " --home " +
+                                (folder.path() / "home").string() + " --import " + imports.string() +
+                                " -- sh " + script.string();
+    const Outcome outcome = runProgram(options);
+    EXPECT_EQ(outcome.code, 7) << outcome.output;
+    const std::size_t at = outcome.output.find("LIST ");
+    ASSERT_NE(at, std::string::npos) << outcome.output;
+    const nlohmann::json studies = nlohmann::json::parse(outcome.output.substr(at + 5)).at("studies");
+    std::map<std::string, std::size_t> counts;
+    for (const auto& study : studies) {
+        counts[study.at("studyDescription")] += study.at("instanceCount").get<std::size_t>();
+    }
+    const std::map<std::string, std::size_t> expected{
+        {"BENCH", 2},
+        {"CBCT JAW", 240},
+        {"CBCT JAW INCOMPLETE", 59},
+        {"CBCT WITH SCOUT", 181},
+        {"CEPHALOMETRIC LATERAL", 1},
+        {"PANORAMIC", 2}};
+    EXPECT_EQ(counts, expected);
+
+    EXPECT_TRUE(fs::exists(folder.path() / "home" / "config" / "kept"));
+    for (const auto& entry : fs::directory_iterator(folder.path() / "home")) {
+        EXPECT_NE(entry.path().filename().string().rfind("tmp-", 0), 0U) << entry.path();
+    }
+}
+
+TEST(DemoProgram, saysWhatIsWrong) {
+    EXPECT_EQ(runProgram("").code, 2);
+    EXPECT_EQ(runProgram("run --no-phantoms").code, 2);
+    EXPECT_EQ(runProgram("serve --port 0").code, 2);
+    const TemporaryFolder folder;
+    const Outcome absent =
+        runProgram("run --no-phantoms --home " + folder.path().string() + " -- /no/such/viewer");
+    EXPECT_EQ(absent.code, 1);
+    EXPECT_NE(absent.output.find("/no/such/viewer cannot be started"), std::string::npos);
+    EXPECT_EQ(runProgram("serve --import /no/such/folder").code, 2);
+}
+
+} // namespace
+} // namespace zorbel::demo
