@@ -1,9 +1,6 @@
 #include "imaging/dicom/DicomAttributes.h"
 
-#include <gdcmByteValue.h>
-#include <gdcmDataElement.h>
-#include <gdcmItem.h>
-
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -29,24 +26,26 @@ std::optional<double> parseNumber(std::string_view value) {
     return result;
 }
 
-bool DicomAttributes::has(gdcm::Tag tag) const {
-    return dataSet_->FindDataElement(tag) && !dataSet_->GetDataElement(tag).IsEmpty();
+const DataElement* DicomAttributes::find(Tag tag) const {
+    const auto found = dataSet_->find(tag);
+    return found == dataSet_->end() ? nullptr : &found->second;
 }
 
-std::string_view DicomAttributes::bytes(gdcm::Tag tag) const {
-    if (!dataSet_->FindDataElement(tag))
-        return {};
-    const gdcm::ByteValue* value = dataSet_->GetDataElement(tag).GetByteValue();
-    if (!value || !value->GetPointer())
-        return {};
-    return {value->GetPointer(), value->GetLength()};
+bool DicomAttributes::has(Tag tag) const {
+    const DataElement* element = find(tag);
+    return element && (!element->value.empty() || !element->items.empty());
 }
 
-std::string DicomAttributes::text(gdcm::Tag tag) const {
+std::string_view DicomAttributes::bytes(Tag tag) const {
+    const DataElement* element = find(tag);
+    return element ? std::string_view(element->value) : std::string_view();
+}
+
+std::string DicomAttributes::text(Tag tag) const {
     return trimmed(bytes(tag));
 }
 
-std::vector<std::string> DicomAttributes::texts(gdcm::Tag tag) const {
+std::vector<std::string> DicomAttributes::texts(Tag tag) const {
     std::string_view rest = bytes(tag);
     std::vector<std::string> result;
     while (!rest.empty()) {
@@ -57,7 +56,7 @@ std::vector<std::string> DicomAttributes::texts(gdcm::Tag tag) const {
     return result;
 }
 
-std::vector<double> DicomAttributes::numbers(gdcm::Tag tag) const {
+std::vector<double> DicomAttributes::numbers(Tag tag) const {
     std::vector<double> result;
     for (const std::string& value : texts(tag)) {
         const std::optional<double> number = parseNumber(value);
@@ -68,12 +67,12 @@ std::vector<double> DicomAttributes::numbers(gdcm::Tag tag) const {
     return result;
 }
 
-std::optional<double> DicomAttributes::number(gdcm::Tag tag) const {
+std::optional<double> DicomAttributes::number(Tag tag) const {
     const std::vector<double> all = numbers(tag);
     return all.empty() ? std::nullopt : std::optional(all.front());
 }
 
-std::vector<std::int32_t> DicomAttributes::shorts(gdcm::Tag tag, bool asSigned) const {
+std::vector<std::int32_t> DicomAttributes::shorts(Tag tag, bool asSigned) const {
     const std::string_view value = bytes(tag);
     std::vector<std::int32_t> result(value.size() / 2);
     for (std::size_t i = 0; i < result.size(); ++i) {
@@ -84,30 +83,21 @@ std::vector<std::int32_t> DicomAttributes::shorts(gdcm::Tag tag, bool asSigned) 
     return result;
 }
 
-std::optional<unsigned> DicomAttributes::unsignedShort(gdcm::Tag tag) const {
+std::optional<unsigned> DicomAttributes::unsignedShort(Tag tag) const {
     const std::vector<std::int32_t> all = shorts(tag);
     return all.empty() ? std::nullopt : std::optional(static_cast<unsigned>(all.front()));
 }
 
-bool DicomAttributes::isSignedShort(gdcm::Tag tag, bool otherwise) const {
-    if (!dataSet_->FindDataElement(tag))
-        return otherwise;
-    const gdcm::VR vr = dataSet_->GetDataElement(tag).GetVR();
-    return vr == gdcm::VR::SS || (vr != gdcm::VR::US && otherwise);
+bool DicomAttributes::isSignedShort(Tag tag, bool otherwise) const {
+    const DataElement* element = find(tag);
+    return element && (element->vr == "SS" || (element->vr != "US" && otherwise));
 }
 
-gdcm::SmartPointer<gdcm::SequenceOfItems> DicomAttributes::sequence(gdcm::Tag tag) const {
-    if (!dataSet_->FindDataElement(tag))
-        return nullptr;
-    return dataSet_->GetDataElement(tag).GetValueAsSQ();
-}
-
-std::vector<DicomAttributes>
-DicomAttributes::items(const gdcm::SmartPointer<gdcm::SequenceOfItems>& sequence) const {
+std::vector<DicomAttributes> DicomAttributes::items(Tag tag) const {
     std::vector<DicomAttributes> result;
-    if (sequence)
-        for (auto item = sequence->Begin(); item != sequence->End(); ++item)
-            result.emplace_back(item->GetNestedDataSet());
+    if (const DataElement* element = find(tag))
+        for (const DataSet& item : element->items)
+            result.emplace_back(item);
     return result;
 }
 

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <gdcmDataSet.h>
-#include <gdcmSequenceOfItems.h>
-#include <gdcmSmartPointer.h>
-#include <gdcmTag.h>
+#include "imaging/dicom/DataSet.h"
 
 #include <cstdint>
 #include <optional>
@@ -17,31 +14,32 @@ namespace zorbel::imaging {
 /// finite. Does not own the data set.
 class DicomAttributes {
 public:
-    explicit DicomAttributes(const gdcm::DataSet& dataSet) : dataSet_(&dataSet) {}
+    explicit DicomAttributes(const DataSet& dataSet) : dataSet_(&dataSet) {}
 
-    bool has(gdcm::Tag tag) const;
+    bool has(Tag tag) const;
     /// The value's bytes as they are, words in native order.
-    std::string_view bytes(gdcm::Tag tag) const;
+    std::string_view bytes(Tag tag) const;
     /// Without the padding at both ends.
-    std::string text(gdcm::Tag tag) const;
+    std::string text(Tag tag) const;
     /// The values that backslashes separate, each trimmed.
-    std::vector<std::string> texts(gdcm::Tag tag) const;
+    std::vector<std::string> texts(Tag tag) const;
     /// DS and IS. The list ends before the first value that is no number.
-    std::vector<double> numbers(gdcm::Tag tag) const;
-    std::optional<double> number(gdcm::Tag tag) const;
+    std::vector<double> numbers(Tag tag) const;
+    std::optional<double> number(Tag tag) const;
     /// US, and SS where asSigned.
-    std::vector<std::int32_t> shorts(gdcm::Tag tag, bool asSigned = false) const;
-    std::optional<unsigned> unsignedShort(gdcm::Tag tag) const;
+    std::vector<std::int32_t> shorts(Tag tag, bool asSigned = false) const;
+    std::optional<unsigned> unsignedShort(Tag tag) const;
     /// Whether the file itself says that a US or SS value is signed; `otherwise` where it does not (implicit
     /// VR).
-    bool isSignedShort(gdcm::Tag tag, bool otherwise) const;
+    bool isSignedShort(Tag tag, bool otherwise) const;
 
-    /// The items of a sequence; the pointer keeps them alive. Null when absent.
-    gdcm::SmartPointer<gdcm::SequenceOfItems> sequence(gdcm::Tag tag) const;
-    std::vector<DicomAttributes> items(const gdcm::SmartPointer<gdcm::SequenceOfItems>& sequence) const;
+    /// The items of a sequence; valid as long as the data set.
+    std::vector<DicomAttributes> items(Tag tag) const;
 
 private:
-    const gdcm::DataSet* dataSet_;
+    const DataElement* find(Tag tag) const;
+
+    const DataSet* dataSet_;
 };
 
 std::string trimmed(std::string_view text);

@@ -10,9 +10,9 @@ namespace {
 
 bool namesConeBeam(const DicomAttributes& root) {
     std::string words;
-    for (const gdcm::Tag& tag :
-         {gdcm::Tag(0x0008, 0x1090), gdcm::Tag(0x0008, 0x103e), gdcm::Tag(0x0008, 0x1030),
-          gdcm::Tag(0x0008, 0x0070), gdcm::Tag(0x0018, 0x1030)})
+    for (const Tag& tag :
+         {Tag(0x0008, 0x1090), Tag(0x0008, 0x103e), Tag(0x0008, 0x1030), Tag(0x0008, 0x0070),
+          Tag(0x0018, 0x1030)})
         words += root.text(tag) + '\n';
     std::transform(words.begin(), words.end(), words.begin(), [](unsigned char c) {
         return c == '-' ? ' ' : static_cast<char>(std::toupper(c));
@@ -78,11 +78,10 @@ void readMetadata(const DicomAttributes& root, DicomFileHeader& header) {
     metadata.hounsfieldUnits =
         rescaleType == "HU" || (rescaleType.empty() && impliesHounsfield(root, metadata.modality));
 
-    const auto tables = root.sequence({0x0028, 0x3010});
     bool signedInput = header.format.isSigned;
     for (const FrameHeader& frame : header.frames)
         signedInput = signedInput || frame.rescale.intercept < 0.0;
-    for (const DicomAttributes& item : root.items(tables))
+    for (const DicomAttributes& item : root.items({0x0028, 0x3010}))
         if (auto table = readLookupTable(item, signedInput))
             metadata.voiTables.push_back(
                 {static_cast<double>(table->firstMapped), table->bits, std::move(table->entries),

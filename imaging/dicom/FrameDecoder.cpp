@@ -1,15 +1,8 @@
 #include "imaging/dicom/FrameDecoder.h"
 
-#include <gdcmByteValue.h>
-#include <gdcmFile.h>
-#include <gdcmImage.h>
-#include <gdcmImageReader.h>
-#include <gdcmReader.h>
+#include "imaging/dicom/ByteSource.h"
 
-#include <algorithm>
 #include <bit>
-#include <cstring>
-#include <fstream>
 #include <stdexcept>
 
 static_assert(std::endian::native == std::endian::little, "pixel data is handled in little-endian order");
@@ -20,57 +13,21 @@ namespace {
 
 constexpr auto truncated = "the file is truncated";
 
-void readRange(std::ifstream& file, const FileRange& range, std::vector<std::byte>& to, std::size_t at) {
-    file.clear();
-    file.seekg(static_cast<std::streamoff>(range.offset));
-    file.read(reinterpret_cast<char*>(to.data() + at), static_cast<std::streamsize>(range.length));
-    if (static_cast<std::uint64_t>(file.gcount()) != range.length)
-        throw std::runtime_error(truncated);
-}
-
-std::ifstream open(const DicomFileHeader& header) {
-    std::ifstream file(header.file, std::ios::binary);
-    if (!file)
-        throw std::runtime_error("cannot be opened");
-    return file;
-}
-
-void readNative(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame) {
-    const FileRange& native = header.pixelData.native;
-    FileRange range = nativeFrameRange(header, frameIndex, native.length);
-    range.offset += native.offset;
-    std::ifstream file = open(header);
+void readRange(ByteSource& source, const FileRange& range, std::vector<std::byte>& to) {
     // Before allocating: a short file may claim an image of any size.
-    file.seekg(0, std::ios::end);
-    if (range.offset + range.length > static_cast<std::uint64_t>(file.tellg()))
+    if (range.offset > source.size() || range.length > source.size() - range.offset)
         throw std::runtime_error(truncated);
-    frame.bytes.resize(range.length);
-    readRange(file, range, frame.bytes, 0);
-    unpackNative(header, frameIndex, frame);
+    to.resize(range.length);
+    if (!source.read(range.offset, to.data(), to.size()))
+        throw std::runtime_error(truncated);
 }
 
-/// False when the file's fragments do not tell its frames apart.
-bool readCompressed(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame) {
-    std::ifstream file = open(header);
-    const auto frames = header.pixelData.framesOfFragments(file, header.frames.size());
-    if (!frames)
-        return false;
-    file.clear();
-    file.seekg(0, std::ios::end);
-    const auto size = static_cast<std::uint64_t>(file.tellg());
-    std::size_t total = 0;
-    for (const FileRange& range : (*frames)[frameIndex]) {
-        if (range.length > size || range.offset > size - range.length)
-            throw std::runtime_error(truncated);
-        total += range.length;
-    }
-    frame.scratch.resize(total);
-    std::size_t at = 0;
-    for (const FileRange& range : (*frames)[frameIndex]) {
-        readRange(file, range, frame.scratch, at);
-        at += range.length;
-    }
-    return true;
+std::shared_ptr<const std::string> inflate(const DicomFileHeader& header) {
+    FileSource source(header.file);
+    std::shared_ptr<const std::string> bytes = parseDicom(source, Tag{0x7fe0, 0x0010}).inflated;
+    if (!bytes)
+        throw std::runtime_error("the file has changed");
+    return bytes;
 }
 
 } // namespace
@@ -81,92 +38,67 @@ std::size_t frameByteCount(const DicomFileHeader& header, const StoredFormat& fo
     return format.halfChroma ? pixels * 2 : pixels * format.samples * bytes;
 }
 
-/// All frames of one file, as one buffer.
-struct FrameDecoder::WholeFile {
-    std::filesystem::path file;
-    std::vector<std::byte> bytes;
-    StoredFormat format;
-    Photometric photometric = Photometric::Monochrome;
-
-    static std::shared_ptr<const WholeFile> inflate(const DicomFileHeader& header) {
-        gdcm::Reader reader;
-        reader.SetFileName(header.file.string().c_str());
-        if (!reader.Read())
-            throw std::runtime_error("the compressed data set is damaged");
-        const gdcm::DataElement& element =
-            reader.GetFile().GetDataSet().GetDataElement(gdcm::Tag(0x7fe0, 0x0010));
-        const gdcm::ByteValue* value = element.GetByteValue();
-        if (!value || value->GetLength() == 0)
-            throw std::runtime_error("no pixel data");
-        const auto* begin = reinterpret_cast<const std::byte*>(value->GetPointer());
-        auto whole = std::make_shared<WholeFile>();
-        whole->file = header.file;
-        whole->bytes.assign(begin, begin + value->GetLength());
-        return whole;
+std::shared_ptr<const std::string> FrameDecoder::inflated(const DicomFileHeader& header) {
+    if (header.frames.size() == 1)
+        return inflate(header);
+    const std::lock_guard lock(mutex_);
+    if (cachedFor_ != &header || !inflated_) {
+        inflated_.reset();
+        inflated_ = inflate(header);
+        cachedFor_ = &header;
     }
+    return inflated_;
+}
 
-    static std::shared_ptr<const WholeFile> decodeAll(const DicomFileHeader& header) {
-        gdcm::ImageReader reader;
-        reader.SetFileName(header.file.string().c_str());
-        if (!reader.Read())
-            throw std::runtime_error("the compressed pixel data is damaged");
-        const gdcm::Image& image = reader.GetImage();
-        auto whole = std::make_shared<WholeFile>();
-        whole->file = header.file;
-        const gdcm::PixelFormat& pixels = image.GetPixelFormat();
-        whole->format = header.format;
-        whole->format.bitsAllocated = pixels.GetBitsAllocated();
-        whole->format.bitsStored = pixels.GetBitsStored();
-        whole->format.highBit = pixels.GetHighBit();
-        whole->format.planar = image.GetPlanarConfiguration() == 1 && header.format.samples > 1;
-        whole->photometric = header.photometric;
-        const std::size_t expected = frameByteCount(header, whole->format) * header.frames.size();
-        if (pixels.GetSamplesPerPixel() != header.format.samples || image.GetBufferLength() != expected)
-            throw std::runtime_error("the compressed pixel data does not match the image size");
-        whole->bytes.resize(expected);
-        if (!image.GetBuffer(reinterpret_cast<char*>(whole->bytes.data())))
-            throw std::runtime_error("the compressed pixel data is damaged");
-        return whole;
+std::shared_ptr<const FrameDecoder::FrameRanges>
+FrameDecoder::frameRanges(const DicomFileHeader& header, ByteSource& source) {
+    const std::lock_guard lock(mutex_);
+    if (cachedFor_ != &header || !frameRanges_) {
+        auto frames = header.pixelData.framesOfFragments(source, header.frames.size());
+        if (!frames)
+            throw std::runtime_error("the compressed frames cannot be told apart");
+        frameRanges_ = std::make_shared<const FrameRanges>(std::move(*frames));
+        cachedFor_ = &header;
     }
-};
+    return frameRanges_;
+}
 
-void FrameDecoder::decodeWhole(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame) {
-    const bool deflated = header.pixelData.deflated;
-    std::shared_ptr<const WholeFile> whole;
-    if (header.frames.size() == 1) {
-        whole = deflated ? WholeFile::inflate(header) : WholeFile::decodeAll(header);
+void FrameDecoder::readNative(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame) {
+    const FileRange& native = header.pixelData.native;
+    FileRange range = nativeFrameRange(header, frameIndex, native.length);
+    range.offset += native.offset;
+    if (header.pixelData.deflated) {
+        const std::shared_ptr<const std::string> bytes = inflated(header);
+        MemorySource source(std::as_bytes(std::span(*bytes)));
+        readRange(source, range, frame.bytes);
     } else {
-        const std::lock_guard lock(mutex_);
-        if (!whole_ || whole_->file != header.file) {
-            whole_.reset();
-            whole_ = deflated ? WholeFile::inflate(header) : WholeFile::decodeAll(header);
-        }
-        whole = whole_;
+        FileSource source(header.file);
+        readRange(source, range, frame.bytes);
     }
-    FileRange range;
-    if (deflated) {
-        range = nativeFrameRange(header, frameIndex, whole->bytes.size());
-    } else {
-        frame.format = whole->format;
-        frame.photometric = whole->photometric;
-        range.length = whole->bytes.size() / header.frames.size();
-        range.offset = range.length * frameIndex;
+    unpackNative(header, frameIndex, frame);
+}
+
+void FrameDecoder::readCompressed(
+    const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame) {
+    FileSource source(header.file);
+    std::shared_ptr<const FrameRanges> all;
+    if (header.frames.size() > 1)
+        all = frameRanges(header, source);
+    const std::vector<FileRange>& ranges = all ? (*all)[frameIndex] : header.pixelData.fragments;
+    std::vector<std::byte> piece;
+    frame.scratch.clear();
+    for (const FileRange& range : ranges) {
+        readRange(source, range, piece);
+        frame.scratch.insert(frame.scratch.end(), piece.begin(), piece.end());
     }
-    const auto begin = whole->bytes.begin() + static_cast<std::ptrdiff_t>(range.offset);
-    frame.bytes.assign(begin, begin + static_cast<std::ptrdiff_t>(range.length));
-    if (deflated)
-        unpackNative(header, frameIndex, frame);
 }
 
 void FrameDecoder::decode(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame) {
     frame.format = header.format;
     frame.photometric = header.photometric;
-    if (header.pixelData.deflated)
-        return decodeWhole(header, frameIndex, frame);
     if (!header.pixelData.encapsulated)
         return readNative(header, frameIndex, frame);
-    if (!readCompressed(header, frameIndex, frame))
-        return decodeWhole(header, frameIndex, frame);
+    readCompressed(header, frameIndex, frame);
     if (header.pixelData.transferSyntax == "1.2.840.10008.1.2.5")
         decodeRle(header, frame);
     else

@@ -29,11 +29,18 @@ public:
     void decode(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame);
 
 private:
-    struct WholeFile;
-    void decodeWhole(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame);
+    using FrameRanges = std::vector<std::vector<FileRange>>;
+
+    std::shared_ptr<const std::string> inflated(const DicomFileHeader& header);
+    std::shared_ptr<const FrameRanges> frameRanges(const DicomFileHeader& header, ByteSource& source);
+    void readNative(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame);
+    void readCompressed(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame);
 
     std::mutex mutex_;
-    std::shared_ptr<const WholeFile> whole_; ///< the file decoded last
+    /// Of the multi-frame file used last.
+    const DicomFileHeader* cachedFor_ = nullptr;
+    std::shared_ptr<const std::string> inflated_;
+    std::shared_ptr<const FrameRanges> frameRanges_;
 };
 
 /// Uncompressed pixel data: takes a frame out of `data`, which begins with the frame's first byte and holds

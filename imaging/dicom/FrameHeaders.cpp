@@ -39,7 +39,7 @@ std::optional<Orientation> readOrientation(const DicomAttributes& attributes) {
     return Orientation{unitRow, normalized(normalized(column) - unitRow * slant)};
 }
 
-std::optional<std::pair<double, double>> readSpacing(const DicomAttributes& attributes, gdcm::Tag tag) {
+std::optional<std::pair<double, double>> readSpacing(const DicomAttributes& attributes, Tag tag) {
     const std::vector<double> values = attributes.numbers(tag);
     if (values.size() < 2 || values[0] <= 0.0 || values[1] <= 0.0)
         return std::nullopt;
@@ -47,7 +47,7 @@ std::optional<std::pair<double, double>> readSpacing(const DicomAttributes& attr
 }
 
 std::optional<double> readSliceSpacing(const DicomAttributes& attributes) {
-    for (const gdcm::Tag& tag : {gdcm::Tag(0x0018, 0x0088), gdcm::Tag(0x0018, 0x0050)})
+    for (const Tag& tag : {Tag(0x0018, 0x0088), Tag(0x0018, 0x0050)})
         if (const auto value = attributes.number(tag); value && std::abs(*value) > 1e-6)
             return std::abs(*value);
     return std::nullopt;
@@ -65,7 +65,7 @@ void readRescale(const DicomAttributes& attributes, FrameHeader& frame) {
     frame.rescaleType = attributes.text({0x0028, 0x1054});
 }
 
-std::string indexText(const DicomAttributes& attributes, gdcm::Tag tag) {
+std::string indexText(const DicomAttributes& attributes, Tag tag) {
     std::string_view bytes = attributes.bytes(tag);
     std::string text;
     for (; bytes.size() >= 4; bytes.remove_prefix(4)) {
@@ -78,9 +78,8 @@ std::string indexText(const DicomAttributes& attributes, gdcm::Tag tag) {
 
 /// What a frame says of itself where the file's root says nothing: PS3.3 C.7.6.16.
 void readFunctionalGroups(const DicomAttributes& groups, FrameHeader& frame) {
-    const auto inside = [&groups](gdcm::Tag tag, auto&& read) {
-        const auto sequence = groups.sequence(tag);
-        const std::vector<DicomAttributes> items = groups.items(sequence);
+    const auto inside = [&groups](Tag tag, auto&& read) {
+        const std::vector<DicomAttributes> items = groups.items(tag);
         if (!items.empty())
             read(items.front());
     };
@@ -172,13 +171,11 @@ void readFrames(const DicomAttributes& root, std::size_t frameCount, DicomFileHe
                                   root.text({0x0018, 0x1060}), root.text({0x0008, 0x0008}),
                                   root.text({0x0008, 0x0032})};
 
-    const auto sharedSequence = root.sequence({0x5200, 0x9229});
-    for (const DicomAttributes& item : root.items(sharedSequence))
+    for (const DicomAttributes& item : root.items({0x5200, 0x9229}))
         readFunctionalGroups(item, common);
 
     header.frames.assign(frameCount, common);
-    const auto frameSequence = root.sequence({0x5200, 0x9230});
-    const std::vector<DicomAttributes> perFrame = root.items(frameSequence);
+    const std::vector<DicomAttributes> perFrame = root.items({0x5200, 0x9230});
     bool positions = frameCount == 1;
     for (std::size_t i = 0; i < std::min(perFrame.size(), frameCount); ++i) {
         if (frameCount > 1)

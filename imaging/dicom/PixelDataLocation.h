@@ -1,9 +1,11 @@
 #pragma once
 
+#include "imaging/dicom/DataSet.h"
+
 #include <cstdint>
-#include <iosfwd>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zorbel::imaging {
@@ -17,7 +19,7 @@ struct FileRange {
 /// Where a file keeps its pixel data, and how they are encoded.
 struct PixelDataLocation {
     std::string transferSyntax; ///< UID
-    bool deflated = false;      ///< the whole data set is; the ranges below mean nothing then
+    bool deflated = false;      ///< the whole data set is; the ranges below lie in the inflated bytes
     bool encapsulated = false;
     bool swapWords = false; ///< words of 16 bits in big-endian order
     FileRange native;
@@ -28,15 +30,12 @@ struct PixelDataLocation {
     /// The ranges that together are one frame's compressed bytes, for each frame; nothing when the file does
     /// not tell its frames apart.
     std::optional<std::vector<std::vector<FileRange>>>
-    framesOfFragments(std::istream& file, std::size_t frameCount) const;
+    framesOfFragments(ByteSource& source, std::size_t frameCount) const;
 };
 
-/// Fills the ranges of `location`; the stream stands right behind the length field of the pixel data element.
-/// False when there is no such element.
-bool locatePixelData(std::istream& file, std::uint64_t fileSize, PixelDataLocation& location);
-
-/// False when an element of the header claims to be longer than the file. The parser would allocate that much
-/// before it finds out.
-bool headerLengthsArePlausible(std::istream& file, std::uint64_t fileSize);
+/// Fills the ranges of `location` from the pixel data element at which parsing stopped; `offsetTable`: the
+/// value of the extended offset table, or empty. False when there is no pixel data.
+bool locatePixelData(
+    ByteSource& source, const ParsedFile& file, std::string_view offsetTable, PixelDataLocation& location);
 
 } // namespace zorbel::imaging

@@ -1,8 +1,5 @@
 #include "imaging/dicom/DicomHeaderParts.h"
 
-#include <gdcmLookupTable.h>
-#include <gdcmSegmentedPaletteColorLookupTable.h>
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -65,21 +62,63 @@ std::vector<std::uint16_t> straightPalette(std::string_view data, std::size_t co
     return entries;
 }
 
-std::vector<std::uint16_t> segmentedPalette(std::string_view data, std::size_t count) {
-    gdcm::SegmentedPaletteColorLookupTable table;
-    table.Allocate(16);
-    const auto length = static_cast<unsigned short>(count == 65536 ? 0 : count);
-    table.InitializeLUT(gdcm::LookupTable::RED, length, 0, 16);
-    table.SetLUT(
-        gdcm::LookupTable::RED, reinterpret_cast<const unsigned char*>(data.data()),
-        static_cast<unsigned int>(data.size()));
-    std::vector<std::uint16_t> entries(count, 0);
-    unsigned int written = 0;
-    table.GetLUT(gdcm::LookupTable::RED, reinterpret_cast<unsigned char*>(entries.data()), written);
-    if (written != count * 2)
+/// PS3.3 C.7.9.2: runs of single values, straight lines, and repetitions of earlier runs.
+class SegmentedPalette {
+public:
+    SegmentedPalette(std::string_view data, std::size_t count) : words_(data.size() / 2), count_(count) {
+        std::memcpy(words_.data(), data.data(), words_.size() * 2);
+        for (std::size_t at = 0; at < words_.size() && entries_.size() < count_;)
+            at = expand(at, false);
+    }
+
+    std::vector<std::uint16_t> entries() && {
+        if (entries_.size() != count_)
+            throw std::runtime_error("unreadable segmented palette");
+        return std::move(entries_);
+    }
+
+private:
+    std::size_t word(std::size_t at) const {
+        if (at >= words_.size())
+            throw std::runtime_error("unreadable segmented palette");
+        return words_[at];
+    }
+
+    /// Expands the segment at a word; returns where the next one begins.
+    std::size_t expand(std::size_t at, bool repeated) {
+        const std::size_t kind = word(at);
+        const std::size_t length = word(at + 1);
+        if (kind == 0) {
+            for (std::size_t i = 0; i < length; ++i)
+                add(static_cast<double>(word(at + 2 + i)));
+            return at + 2 + length;
+        }
+        if (kind == 1 && !entries_.empty()) {
+            const double from = entries_.back();
+            const auto to = static_cast<double>(word(at + 2));
+            for (std::size_t i = 1; i <= length; ++i)
+                add(from + (to - from) * static_cast<double>(i) / static_cast<double>(length));
+            return at + 3;
+        }
+        if (kind == 2 && !repeated) {
+            // The offset counts bytes.
+            std::size_t source = (word(at + 2) | word(at + 3) << 16) / 2;
+            for (std::size_t i = 0; i < length; ++i)
+                source = expand(source, true);
+            return at + 4;
+        }
         throw std::runtime_error("unreadable segmented palette");
-    return entries;
-}
+    }
+
+    void add(double value) {
+        if (entries_.size() < count_)
+            entries_.push_back(static_cast<std::uint16_t>(value + 0.5));
+    }
+
+    std::vector<std::uint16_t> words_;
+    std::size_t count_;
+    std::vector<std::uint16_t> entries_;
+};
 
 Palette readPalette(const DicomAttributes& root, bool signedIndex) {
     Palette palette;
@@ -87,16 +126,16 @@ Palette readPalette(const DicomAttributes& root, bool signedIndex) {
     bool wide = false;
     std::uint16_t largest = 0;
     for (std::uint16_t color = 0; color < 3; ++color) {
-        const gdcm::Tag descriptorTag(0x0028, static_cast<std::uint16_t>(0x1101 + color));
-        const gdcm::Tag straight(0x0028, static_cast<std::uint16_t>(0x1201 + color));
-        const gdcm::Tag segmented(0x0028, static_cast<std::uint16_t>(0x1221 + color));
+        const Tag descriptorTag(0x0028, static_cast<std::uint16_t>(0x1101 + color));
+        const Tag straight(0x0028, static_cast<std::uint16_t>(0x1201 + color));
+        const Tag segmented(0x0028, static_cast<std::uint16_t>(0x1221 + color));
         const auto descriptor = root.shorts(descriptorTag);
         if (descriptor.size() < 3)
             throw std::runtime_error("palette image without palette");
         const std::size_t count = descriptor[0] == 0 ? 65536U : static_cast<std::size_t>(descriptor[0]);
         palette.firstMapped = root.shorts(descriptorTag, signedIndex)[1];
         tables[color] = root.has(straight) ? straightPalette(root.bytes(straight), count)
-                                           : segmentedPalette(root.bytes(segmented), count);
+                                           : SegmentedPalette(root.bytes(segmented), count).entries();
         wide = wide || descriptor[2] > 8;
         largest = std::max(largest, *std::max_element(tables[color].begin(), tables[color].end()));
     }
@@ -130,16 +169,14 @@ std::size_t readPixelDescription(const DicomAttributes& root, DicomFileHeader& h
         throw std::runtime_error("absurd number of frames");
     const std::size_t count = frames >= 1.0 ? static_cast<std::size_t>(frames) : 1;
     const auto pixels = static_cast<std::uint64_t>(header.rows) * static_cast<std::uint64_t>(header.columns);
-    header.format.halfChroma =
-        !header.pixelData.encapsulated && name.ends_with("_422") && header.format.bitsAllocated == 8 &&
-        header.columns % 2 == 0 &&
-        (header.pixelData.deflated || header.pixelData.native.length < 3 * pixels * count);
+    header.format.halfChroma = !header.pixelData.encapsulated && name.ends_with("_422") &&
+                               header.format.bitsAllocated == 8 && header.columns % 2 == 0 &&
+                               header.pixelData.native.length < 3 * pixels * count;
     if (header.format.halfChroma)
         header.format.planar = false;
 
-    const auto tables = root.sequence({0x0028, 0x3000});
     if (header.photometric == Photometric::Monochrome)
-        for (const DicomAttributes& item : root.items(tables))
+        for (const DicomAttributes& item : root.items({0x0028, 0x3000}))
             if (auto table = readLookupTable(item, header.format.isSigned)) {
                 header.modalityTable = {table->firstMapped, std::move(table->entries)};
                 break;
@@ -148,7 +185,7 @@ std::size_t readPixelDescription(const DicomAttributes& root, DicomFileHeader& h
 }
 
 std::optional<LookupTableItem> readLookupTable(const DicomAttributes& item, bool signedInput) {
-    const gdcm::Tag descriptorTag(0x0028, 0x3002);
+    const Tag descriptorTag(0x0028, 0x3002);
     const auto descriptor = item.shorts(descriptorTag);
     if (descriptor.size() < 3)
         return std::nullopt;
