@@ -1,5 +1,7 @@
 #include "app/StyleSheet.h"
 
+#include "viewer/Resources.h"
+
 namespace zorbel {
 
 QString applicationStyleSheet() {
@@ -21,7 +23,8 @@ QLineEdit, QComboBox { background: #FFFFFF; border: 1px solid #CBD5E1; border-ra
 QLineEdit:focus, QComboBox:focus { border: 2px solid #18B6D9; padding: 6px 9px; }
 QLineEdit:disabled { background: #F1F5F9; color: #64748B; }
 QComboBox::drop-down { border: 0; width: 26px; }
-QComboBox::down-arrow { width: 0; height: 0; border-left: 5px solid transparent; border-right: 5px solid transparent; border-top: 6px solid #475569; margin-right: 10px; }
+QComboBox::down-arrow { image: url("%1"); width: 16px; height: 16px; margin-right: 10px; }
+QDialogButtonBox, QMessageBox { dialogbuttonbox-buttons-have-icons: 0; }
 QComboBox QAbstractItemView { background: #FFFFFF; border: 1px solid #CBD5E1; selection-background-color: #DFF4FA; selection-color: #002B5B; }
 
 QToolBar#mainToolBar { background: #FFFFFF; border: 0; border-bottom: 1px solid #D8E2EC; padding: 6px 10px; spacing: 6px; }
@@ -70,6 +73,9 @@ QFrame#viewportBar QLabel#sliceLabel { color: #AFC6DB; font-weight: 500; }
 QFrame#loadingOverlay { background: #EAF8FC; border: 1px solid #75D2E5; border-radius: 10px; }
 QLabel#loadingTitle { font-size: 15px; font-weight: 700; color: #002B5B; }
 QLabel#loadingDetail { font-size: 12px; color: #334155; }
+QFrame#emptyPage { background: #EEF3F8; border: 1px solid #D8E2EC; border-radius: 12px; }
+QLabel#emptyHint { font-size: 15px; color: #475569; }
+QLabel#viewNotice { background: rgba(11, 27, 46, 190); color: #DCEBF7; border-radius: 6px; padding: 4px 9px; font-size: 11px; }
 QProgressBar { background: #D8E2EC; border: 0; border-radius: 3px; max-height: 6px; }
 QProgressBar::chunk { background: #18B6D9; border-radius: 3px; }
 
@@ -82,7 +88,8 @@ QHeaderView::section { background: #F1F5F9; color: #334155; border: 0; border-bo
 QScrollBar:vertical { background: transparent; width: 10px; margin: 2px; }
 QScrollBar::handle:vertical { background: #C4D1DE; border-radius: 4px; min-height: 28px; }
 QScrollBar::add-line, QScrollBar::sub-line { height: 0; width: 0; }
-)");
+)")
+        .arg(resourcePath(QStringLiteral("icons/chevron-down.svg")));
 }
 
 } // namespace zorbel

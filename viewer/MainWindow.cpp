@@ -5,6 +5,7 @@
 #include "viewer/LoadingOverlay.h"
 #include "viewer/MainToolBar.h"
 #include "viewer/MprController.h"
+#include "viewer/Resources.h"
 #include "viewer/SeriesSelectionDialog.h"
 #include "viewer/StudyBrowserWidget.h"
 #include "viewer/ViewerWorkspace.h"
@@ -62,8 +63,6 @@ void MainWindow::buildWorkspace() {
     connect(workspace_, &ViewerWorkspace::imageDrawn, this, [this] {
         Q_EMIT studyDisplayed(sinceRequest_.elapsed());
     });
-    connect(
-        workspace_, &ViewerWorkspace::notice, this, [this](const QString& text) { source_->setText(text); });
 }
 
 void MainWindow::buildToolBar() {
@@ -209,7 +208,8 @@ void MainWindow::askForSeries(
 
 void MainWindow::showFailure(const StudyLoadFailure& failure) {
     status_->setText(failure.status);
-    auto* box = new QMessageBox(QMessageBox::Warning, failure.title, failure.text, QMessageBox::Ok, this);
+    auto* box = new QMessageBox(QMessageBox::NoIcon, failure.title, failure.text, QMessageBox::Ok, this);
+    box->setIconPixmap(toolIcon(QStringLiteral("warning")).pixmap(QSize(40, 40), devicePixelRatio()));
     box->setObjectName(QStringLiteral("loadFailureBox"));
     box->setTextFormat(Qt::PlainText);
     box->setAttribute(Qt::WA_DeleteOnClose);

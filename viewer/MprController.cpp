@@ -4,6 +4,7 @@
 #include "imaging/rendering/VolumeView.h"
 #include "viewer/OverlayTexts.h"
 #include "viewer/ViewDrag.h"
+#include "viewer/ViewNotice.h"
 #include "viewer/ViewportFrame.h"
 #include "viewer/ViewportOverlay.h"
 
@@ -70,7 +71,8 @@ void MprController::buildVolume() {
     frame->setObjectName(QStringLiteral("volumeViewport"));
     frames_[Volume] = frame;
     connect(frame, &ViewportFrame::pressed, this, [this] { setActiveViewport(Volume); });
-    connect(volume_, &imaging::VolumeView::noticeChanged, this, &MprController::notice);
+    volumeNotice_ = new ViewNotice(volume_);
+    connect(volume_, &imaging::VolumeView::noticeChanged, volumeNotice_, &ViewNotice::setText);
 }
 
 void MprController::setImage(const std::shared_ptr<const imaging::Image>& image) {

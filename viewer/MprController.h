@@ -14,6 +14,7 @@ class PlaneView;
 class VolumeView;
 } // namespace imaging
 
+class ViewNotice;
 class ViewportFrame;
 class ViewportOverlay;
 
@@ -52,7 +53,6 @@ Q_SIGNALS:
     void activeViewportChanged(int viewport);
     /// All viewports have drawn the image given to setImage().
     void imageDrawn();
-    void notice(const QString& text);
 
 private:
     void buildPlane(int index);
@@ -64,6 +64,7 @@ private:
     std::array<ViewportOverlay*, 3> overlays_{};
     std::array<ViewportFrame*, 4> frames_{};
     imaging::VolumeView* volume_ = nullptr;
+    ViewNotice* volumeNotice_ = nullptr;
     std::shared_ptr<const imaging::Image> image_;
     int active_ = Axial;
     unsigned awaitedFrames_ = 0; ///< bit set of the planes that have not drawn the new image yet

@@ -10,6 +10,7 @@
 #include <QComboBox>
 #include <QFrame>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -53,6 +54,7 @@ struct StudyBrowserWidget::ListResult {
 StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, QWidget* parent)
     : QWidget(parent), client_(std::move(client)) {
     setObjectName(QStringLiteral("studyBrowser"));
+    setAttribute(Qt::WA_StyledBackground);
     pool_.setMaxThreadCount(2);
 
     refresh_ = new QPushButton(QStringLiteral("Refresh studies"));
@@ -92,6 +94,8 @@ StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, 
     layout->addWidget(list_, 1);
     layout->addWidget(status_);
 
+    list_->installEventFilter(this);
+
     connect(refresh_, &QPushButton::clicked, this, &StudyBrowserWidget::loadStudiesAsync);
     connect(search_, &QLineEdit::textEdited, this, &StudyBrowserWidget::onSearchEdited);
     connect(search_, &QLineEdit::textChanged, this, &StudyBrowserWidget::rebuildRows);
@@ -108,6 +112,18 @@ StudyBrowserWidget::~StudyBrowserWidget() {
     if (cancelFlag_)
         cancelFlag_->store(true);
     pool_.waitForDone();
+}
+
+bool StudyBrowserWidget::eventFilter(QObject* watched, QEvent* event) {
+    // The window's one-key shortcuts would otherwise take away the keys that walk through the list.
+    if (watched == list_ && event->type() == QEvent::ShortcutOverride) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        for (const int own :
+             {Qt::Key_Up, Qt::Key_Down, Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End})
+            if (key == own)
+                event->accept();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 QWidget* StudyBrowserWidget::buildHeader() {

@@ -39,6 +39,9 @@ Q_SIGNALS:
         const QString& orthancId, const QString& studyUID, const QString& patientName,
         const QString& modality, const QString& studyDate);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     struct ListResult;
 

@@ -1,5 +1,7 @@
 #include "viewer/StudyIdentity.h"
 
+#include "viewer/StudyRows.h"
+
 namespace zorbel {
 
 namespace {
@@ -26,8 +28,8 @@ QString StudyIdentity::shownStudyInstanceUID() const {
 QString StudyIdentity::subtitle() const {
     return QStringLiteral("%1  ·  %2  ·  Study %3")
         .arg(
-            orFallback(modality, QStringLiteral("Unknown modality")),
-            orFallback(studyDate, QStringLiteral("Date unavailable")), shownStudyInstanceUID());
+            orFallback(modality, QStringLiteral("Unknown modality")), StudyRows::displayDate(studyDate),
+            shownStudyInstanceUID());
 }
 
 } // namespace zorbel

@@ -49,9 +49,7 @@ ViewerWorkspace::ViewerWorkspace(QWidget* parent) : QWidget(parent) {
     connect(rail_, &ToolRail::resetRequested, this, &ViewerWorkspace::resetView);
     connect(mpr_, &MprController::activeViewportChanged, rail_, &ToolRail::setActivePlane);
     connect(mpr_, &MprController::imageDrawn, this, &ViewerWorkspace::imageDrawn);
-    connect(mpr_, &MprController::notice, this, &ViewerWorkspace::notice);
     connect(image_, &ImageController::imageDrawn, this, &ViewerWorkspace::imageDrawn);
-    rail_->setActivePlane(mpr_->activeViewport());
 }
 
 QWidget* ViewerWorkspace::buildGrid() {
@@ -72,7 +70,7 @@ QWidget* ViewerWorkspace::buildGrid() {
 
 QWidget* ViewerWorkspace::buildEmptyPage() {
     auto* page = new QFrame;
-    page->setProperty("viewport", true);
+    page->setObjectName(QStringLiteral("emptyPage"));
     auto* hint = new QLabel(QStringLiteral("Double-click a study in the list to open it"));
     hint->setObjectName(QStringLiteral("emptyHint"));
     hint->setAlignment(Qt::AlignCenter);
@@ -85,6 +83,8 @@ void ViewerWorkspace::setMode(ViewMode mode, const StudyIdentity& study) {
     mode_ = mode;
     study_ = study;
     rail_->setAvailable(mode != ViewMode::None, mode == ViewMode::Mpr);
+    constexpr int noPlane = -1;
+    rail_->setActivePlane(mode == ViewMode::Mpr ? mpr_->activeViewport() : noPlane);
     if (mode == ViewMode::None) {
         header_->setTitle(QStringLiteral("No study selected"));
         header_->setSubtitle({}, {});

@@ -45,7 +45,6 @@ public:
 Q_SIGNALS:
     /// The image given to showVolume() or showImage() is on the screen.
     void imageDrawn();
-    void notice(const QString& text);
 
 private:
     QWidget* buildGrid();

@@ -15,7 +15,7 @@ TEST(StudyIdentity, fallsBackToWordsForWhatIsMissing) {
     const StudyIdentity study(
         QStringLiteral(" 1.2 "), QStringLiteral(" Doe "), QStringLiteral("CT"), QStringLiteral("20240131"));
     EXPECT_EQ(study.shownPatientName(), QStringLiteral("Doe"));
-    EXPECT_EQ(study.subtitle(), QStringLiteral("CT  ·  20240131  ·  Study 1.2"));
+    EXPECT_EQ(study.subtitle(), QStringLiteral("CT  ·  31 Jan 2024  ·  Study 1.2"));
 }
 
 TEST(OverlayTexts, writesWindowsOfEveryScale) {
