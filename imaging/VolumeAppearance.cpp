@@ -52,7 +52,7 @@ struct BoneRange {
 
 BoneRange boneRange(const Image& image) {
     if (image.metadata().hounsfieldUnits)
-        return {180.0, 1300.0};
+        return {220.0, 1300.0};
     const std::vector<float> samples = sampleValues(image);
     if (samples.size() < 16) {
         const double low = image.metadata().minimum;

@@ -207,7 +207,9 @@ void PlaneView::prepareFrame(const QSize& pixels) {
     if (!image_)
         return;
     const PlaneGeometry& plane = navigation_.plane();
-    const Vector3 focus = cameraCenter();
+    // The middle of the picture: at a fractional device pixel ratio not quite the middle of the widget.
+    const double ratio = devicePixelRatioF();
+    const Vector3 focus = widgetToWorld({pixels.width() / ratio / 2.0, pixels.height() / ratio / 2.0});
     const double distance = 1000.0;
     const Vector3 eye = focus - plane.normal() * distance;
     const Vector3& down = plane.axisVector(1);
@@ -215,7 +217,7 @@ void PlaneView::prepareFrame(const QSize& pixels) {
     camera->SetFocalPoint(focus.data());
     camera->SetPosition(eye.data());
     camera->SetViewUp(-down[0], -down[1], -down[2]);
-    camera->SetParallelScale(pixels.height() * millimetresPerPixel_ / devicePixelRatioF() / 2.0);
+    camera->SetParallelScale(pixels.height() * millimetresPerPixel_ / ratio / 2.0);
     camera->SetClippingRange(distance * 0.5, distance * 1.5);
 }
 

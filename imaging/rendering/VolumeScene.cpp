@@ -18,7 +18,7 @@ VolumeScene::VolumeScene(const Image& image, const VolumeAppearance& appearance)
     const auto data = vtkSmartPointer<vtkImageData>::Take(image.newVtkImage());
     mapper_->SetInputData(data);
     mapper_->AutoAdjustSampleDistancesOff();
-    mapper_->UseJitteringOn(); // Hides the rings that a regular ray step draws on flat surfaces.
+    mapper_->UseJitteringOff(); // It would hide the rings of a long ray step, but tears thin bone into dots.
     mapper_->SetBlendModeToComposite();
     vtkNew<vtkCallbackCommand> watch;
     watch->SetClientData(this);

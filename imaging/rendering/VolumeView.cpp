@@ -25,7 +25,8 @@ namespace {
 constexpr int restMilliseconds = 200;
 constexpr double movingMilliseconds = 90.0; ///< aimed at for a frame while the volume moves
 constexpr double stillMilliseconds = 700.0; ///< the most a full frame may hold the user-interface thread
-constexpr double movingRayStep = 2.0;
+constexpr double stillRayStep = 0.6;        ///< voxels between two samples
+constexpr double movingRayStep = 1.4;
 constexpr int softwareMaxSide = 192;
 constexpr int smallestSide = 64;
 constexpr std::size_t textureBudget = std::size_t{1} << 30;
@@ -276,7 +277,7 @@ double VolumeView::imageStep(bool still) const {
     }
     const double pixels = width() * height() * devicePixelRatioF() * devicePixelRatioF();
     const double full = costPerRay_ * pixels;
-    return still ? std::clamp(std::sqrt(full / stillMilliseconds), lowest, 6.0)
+    return still ? std::clamp(std::sqrt(full / stillRayStep / stillMilliseconds), lowest, 6.0)
                  : std::clamp(std::sqrt(full / movingRayStep / movingMilliseconds), lowest, 8.0);
 }
 
@@ -285,7 +286,7 @@ void VolumeView::prepareFrame(const QSize&) {
         return;
     // Whole steps keep VTK from making new buffers with every frame.
     const double step = std::ceil(imageStep(still_) * 2.0) / 2.0;
-    scene_->setQuality(step, still_ ? 1.0 : movingRayStep);
+    scene_->setQuality(step, still_ ? stillRayStep : movingRayStep);
     renderer()->ResetCameraClippingRange();
 }
 
@@ -306,7 +307,7 @@ void VolumeView::finishFrame() {
     if (++framesOfVolume_ > 1) {
         const double step = std::ceil(imageStep(still_) * 2.0) / 2.0;
         const double pixels = width() * height() * devicePixelRatioF() * devicePixelRatioF();
-        const double rays = std::max(pixels / (step * step), 1.0) / (still_ ? 1.0 : movingRayStep);
+        const double rays = std::max(pixels / (step * step), 1.0) / (still_ ? stillRayStep : movingRayStep);
         const double cost = lastFrameMilliseconds() / rays;
         costPerRay_ = costPerRay_ <= 0.0 ? cost : 0.7 * costPerRay_ + 0.3 * cost;
     }

@@ -90,7 +90,8 @@ private:
     bool still_ = false;
     bool fitted_ = true;
     int framesOfVolume_ = 0;
-    double costPerRay_ = 0.0; ///< milliseconds for one ray of full quality, 0 before the first measurement
+    double costPerRay_ =
+        0.0; ///< milliseconds for one ray that samples every voxel once; 0 before it is measured
 };
 
 } // namespace zorbel::imaging

@@ -44,7 +44,7 @@ QImage picture(ImageView2D& view) {
 
 /// Grey at a pixel of the image, read off the picture where the view says that the pixel lies.
 int greyAt(const ImageView2D& view, const QImage& shown, double column, double row) {
-    const QPointF at = view.imageToWidget({column, row}) * shown.width() / view.width();
+    const QPointF at = view.imageToWidget({column, row}) * view.devicePixelRatioF();
     return qRed(shown.pixel(static_cast<int>(at.x()), static_cast<int>(at.y())));
 }
 
@@ -79,9 +79,10 @@ TEST(ImageView2D, ShowsEveryOrientationAtEverySize) {
     clockwise.rotateClockwise();
     view.setOrientation(clockwise);
     const QImage shown = picture(view);
-    EXPECT_NEAR(qRed(shown.pixel(260, 60)), 40, 1);
-    EXPECT_NEAR(qRed(shown.pixel(260, 340)), 100, 1);
-    EXPECT_NEAR(qRed(shown.pixel(140, 60)), 160, 1);
+    const double ratio = view.devicePixelRatioF();
+    EXPECT_NEAR(qRed(shown.pixel(QPoint(260, 60) * ratio)), 40, 1);
+    EXPECT_NEAR(qRed(shown.pixel(QPoint(260, 340) * ratio)), 100, 1);
+    EXPECT_NEAR(qRed(shown.pixel(QPoint(140, 60) * ratio)), 160, 1);
 }
 
 TEST(ImageView2D, ShowsPixelsInTheirTrueProportions) {
@@ -188,7 +189,7 @@ TEST(ImageView2D, ShowsColoursAndZoomsAtThePointer) {
     EXPECT_GT(view.scale(), 5.5);
     EXPECT_NEAR(view.imageToWidget(held).x(), anchor.x(), 1e-6);
     EXPECT_NEAR(view.imageToWidget(held).y(), anchor.y(), 1e-6);
-    const QRgb colour = picture(view).pixel(anchor.toPoint());
+    const QRgb colour = picture(view).pixel((anchor * view.devicePixelRatioF()).toPoint());
     EXPECT_NEAR(qRed(colour), 4.0 * held.x(), 2.0);
     EXPECT_NEAR(qGreen(colour), 6.0 * held.y(), 2.0);
     EXPECT_NEAR(qBlue(colour), 77.0, 1.0);

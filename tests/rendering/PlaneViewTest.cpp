@@ -33,7 +33,7 @@ struct Miss {
 Miss compare(const QImage& picture, const PlaneView& view, const LevelWindow& window, bool inverted) {
     Miss miss;
     const Image& image = *view.image();
-    const double ratio = picture.width() / static_cast<double>(view.width());
+    const double ratio = view.devicePixelRatioF();
     for (int y = 3; y < picture.height(); y += 7) {
         for (int x = 3; x < picture.width(); x += 7) {
             const Vector3 point = view.widgetToWorld({(x + 0.5) / ratio, (y + 0.5) / ratio});

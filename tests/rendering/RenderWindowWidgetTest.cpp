@@ -166,8 +166,8 @@ TEST(RenderWindowWidget, ComposesTransparentChildrenOnTop) {
     savePicture(screen, currentTestName() + QStringLiteral("-screen"));
     for (const QImage& picture : {grabbed, screen}) {
         ASSERT_FALSE(picture.isNull());
-        const QRgb veiled = picture.pixel(60, 100);
-        const QRgb bare = picture.pixel(140, 100);
+        const QRgb veiled = picture.pixel(QPoint(60, 100) * plane.devicePixelRatioF());
+        const QRgb bare = picture.pixel(QPoint(140, 100) * plane.devicePixelRatioF());
         EXPECT_GT(qRed(bare), 150);
         EXPECT_EQ(qRed(bare), qGreen(bare));
         EXPECT_NEAR(qGreen(veiled), qGreen(bare) * 127 / 255, 3);
