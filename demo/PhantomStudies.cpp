@@ -231,7 +231,13 @@ fs::path defaultCacheFolder() {
 
 } // namespace
 
-void writePhantomStudies(const fs::path& folder) {
+void writePhantomStudies(const fs::path& folder, const Notice& notice) {
+    const auto next = [&notice](const char* what) {
+        if (notice) {
+            notice(std::string("  making the phantom's ") + what);
+        }
+    };
+    next("jaw volume");
     const JawPhantom phantom;
     const JawPhantom::Grid jaw = JawPhantom::jawGrid();
     const StudyText jawStudy{"jaw", "Phantom^Jaw", "20240517", "CBCT JAW"};
@@ -239,6 +245,7 @@ void writePhantomStudies(const fs::path& folder) {
         folder, jawStudy, {"volume", "CT", "CBCT 0.4 mm", "Full jaws", 1}, jaw,
         phantom.rasterize(jaw, noise, 1));
 
+    next("panoramic image");
     const Radiograph panoramic = panoramicImage(phantom);
     const SeriesText panoramicSeries{"image", "PX", "PANORAMIC", "Panoramic standard", 1};
     RadiographText panoramicText{"L\\F", "", 1950, 3100};
@@ -250,11 +257,13 @@ void writePhantomStudies(const fs::path& folder) {
         folder, {"panoramic-monochrome1", "Phantom^Negative", "20230905", "PANORAMIC"}, panoramicSeries,
         panoramic, panoramicText);
 
+    next("cephalometric image");
     writeRadiograph(
         folder, {"cephalometric", "Phantom^Profile", "20240409", "CEPHALOMETRIC LATERAL"},
         {"image", "DX", "CEPHALOMETRIC LATERAL", "Ceph lateral", 1}, cephalometricImage(phantom),
         {"A\\F", "LL", 2050, 3700, cephalometricMagnification});
 
+    next("small series");
     const JawPhantom::Grid small = coarseGrid(1.6);
     writeVolume(
         folder, {"incomplete", "Phantom^Incomplete", "20240228", "CBCT JAW INCOMPLETE"},
@@ -279,7 +288,7 @@ fs::path phantomFolder(const fs::path& cacheFolder, const Notice& notice) {
     }
     std::error_code error;
     try {
-        writePhantomStudies(unfinished);
+        writePhantomStudies(unfinished, notice);
     } catch (...) {
         fs::remove_all(unfinished, error);
         throw;

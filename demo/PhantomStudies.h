@@ -12,9 +12,9 @@ using Notice = std::function<void(const std::string&)>;
 /// Writes the phantom studies as DICOM files, one sub-folder for each study and series: the jaw volume "jaw",
 /// the panoramic image "panoramic", its inverted twin "panoramic-monochrome1", the lateral cephalogram
 /// "cephalometric", a small volume without one of its slices "incomplete", and a study of several series
-/// "several-series". The same files, UIDs included, at every call. Throws std::runtime_error naming the file
-/// that cannot be written.
-void writePhantomStudies(const std::filesystem::path& folder);
+/// "several-series". The same files, UIDs included, at every call. Tells `notice` what it makes next; what
+/// `notice` throws ends it. Throws std::runtime_error naming the file that cannot be written.
+void writePhantomStudies(const std::filesystem::path& folder, const Notice& notice = {});
 
 /// A folder that holds the phantom studies: made below cacheFolder if it is not there yet. An empty
 /// cacheFolder means "zorbel-demo" under the user's cache folder.

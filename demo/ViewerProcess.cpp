@@ -33,6 +33,13 @@ void holdEndingSignals() {
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
+bool endingSignalCame() {
+    sigset_t pending;
+    sigpending(&pending);
+    return sigismember(&pending, SIGINT) == 1 || sigismember(&pending, SIGTERM) == 1 ||
+           sigismember(&pending, SIGHUP) == 1;
+}
+
 int waitForEndingSignal() {
     const sigset_t set = endingSignals();
     int signal = 0;

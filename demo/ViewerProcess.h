@@ -9,8 +9,11 @@
 namespace zorbel::demo {
 
 /// Blocks the signals that end a program in the calling thread and in those that it starts from now on, so
-/// that waitForSignal sees them. Call before any thread is started.
+/// that waitForEndingSignal and ViewerProcess see them. Call before any thread is started.
 void holdEndingSignals();
+
+/// Whether one of them waits to be seen.
+bool endingSignalCame();
 
 /// Returns the number of the signal that came, for a program without a viewer.
 int waitForEndingSignal();

@@ -200,7 +200,12 @@ int execute(CommandLine line) {
         writeBenchSeries(line.folder, line.slices, line.size);
         return 0;
     }
-    line.service.notice = [](const std::string& text) { std::cout << text << "\n" << std::flush; };
+    line.service.notice = [](const std::string& text) {
+        if (endingSignalCame()) {
+            throw std::runtime_error("Stopped.");
+        }
+        std::cout << text << "\n" << std::flush;
+    };
     return line.command == "run" ? run(line) : serve(line);
 }
 
