@@ -224,6 +224,14 @@ void VolumeView::resetScale() {
     camera->SetParallelScale(1.02 * std::max(halfHeight, halfWidth / aspect));
 }
 
+OrientationLabels VolumeView::orientationLabels() const {
+    Vector3 direction{};
+    Vector3 up{};
+    renderer()->GetActiveCamera()->GetDirectionOfProjection(direction.data());
+    renderer()->GetActiveCamera()->GetViewUp(up.data());
+    return OrientationLabels::of({{0.0, 0.0, 0.0}, cross(direction, up), up * -1.0});
+}
+
 void VolumeView::rotateBy(double horizontal, double vertical) {
     vtkCamera* camera = renderer()->GetActiveCamera();
     camera->Azimuth(-horizontal);
@@ -265,6 +273,7 @@ void VolumeView::interact() {
     still_ = false;
     rest_.start();
     requestUpdate();
+    Q_EMIT viewChanged();
 }
 
 double VolumeView::imageStep(bool still) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imaging/Image.h"
+#include "imaging/OrientationLabels.h"
 #include "imaging/VolumeAppearance.h"
 #include "imaging/rendering/RenderWindowWidget.h"
 
@@ -45,6 +46,9 @@ public:
     void zoomBy(double factor);
     void panBy(const QPointF& pixels);
 
+    /// Letters of the directions that point to the edges now.
+    OrientationLabels orientationLabels() const;
+
     /// Replaces the appearance chosen for the image; kept until the next setImage().
     void setAppearance(const VolumeAppearance& appearance);
     const VolumeAppearance& appearance() const { return appearance_; }
@@ -54,6 +58,8 @@ public:
 
 Q_SIGNALS:
     void volumeReady();
+    /// Turned, moved, zoomed or resized.
+    void viewChanged();
     void noticeChanged(const QString& notice);
     /// After a frame in full quality; delivered from the event loop.
     void stillFrameRendered();

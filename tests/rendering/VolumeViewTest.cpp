@@ -97,6 +97,7 @@ TEST_P(VolumeSides, ShowTheMarkerWhereItLies) {
     view.setImage(image);
     // From the front: the patient's left on the right, the head above.
     const Spot front = spotOf(stillPicture(view));
+    EXPECT_EQ(view.orientationLabels(), (OrientationLabels{"R", "L", "H", "F"}));
     EXPECT_GT(front.brightest, 120);
     EXPECT_GT(front.position.x(), 0.25);
     EXPECT_LT(front.position.y(), -0.2);
@@ -105,6 +106,7 @@ TEST_P(VolumeSides, ShowTheMarkerWhereItLies) {
 
     // The front turned to the right brings the left side behind: the ball passes to the viewer's left.
     view.rotateBy(180.0, 0.0);
+    EXPECT_EQ(view.orientationLabels(), (OrientationLabels{"L", "R", "H", "F"}));
     const Spot back = spotOf(stillPicture(view));
     EXPECT_LT(back.position.x(), -0.25);
     EXPECT_LT(back.position.y(), -0.2);
