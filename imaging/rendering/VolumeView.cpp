@@ -27,7 +27,7 @@ constexpr double movingMilliseconds = 90.0; ///< aimed at for a frame while the 
 constexpr double stillMilliseconds = 700.0; ///< the most a full frame may hold the user-interface thread
 constexpr double stillRayStep = 0.6;        ///< voxels between two samples
 constexpr double movingRayStep = 1.4;
-constexpr int softwareMaxSide = 192;
+constexpr int softwareMaxSide = 256;
 constexpr int smallestSide = 64;
 constexpr std::size_t textureBudget = std::size_t{1} << 30;
 
