@@ -10,8 +10,9 @@ namespace zorbel::demo {
 
 namespace {
 
-constexpr std::array<std::pair<Fault::Kind, const char*>, 17> kindNames{{
+constexpr std::array<std::pair<Fault::Kind, const char*>, 18> kindNames{{
     {Fault::Kind::Delay, "delay"},
+    {Fault::Kind::NoReply, "no-reply"},
     {Fault::Kind::Reply, "reply"},
     {Fault::Kind::Redirect, "redirect"},
     {Fault::Kind::Oversize, "oversize"},
@@ -43,6 +44,10 @@ Fault Fault::delayed(std::string path, std::chrono::milliseconds delay) {
     Fault fault = make(Kind::Delay, std::move(path));
     fault.delay = delay;
     return fault;
+}
+
+Fault Fault::noReply(std::string path) {
+    return make(Kind::NoReply, std::move(path));
 }
 
 Fault Fault::reply(std::string path, int status, std::string body, std::string contentType) {

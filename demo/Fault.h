@@ -13,6 +13,7 @@ namespace zorbel::demo {
 struct Fault {
     enum class Kind {
         Delay,         ///< answers as usual, but `delay` later
+        NoReply,       ///< closes the connection without a word
         Reply,         ///< answers `status` with `body` instead of the real reply
         Redirect,      ///< answers 302 with `location`
         Oversize,      ///< pads the body with blanks after its end until it is `bytes` long
@@ -50,6 +51,7 @@ struct Fault {
     static Fault delayed(std::string path, std::chrono::milliseconds delay);
     static Fault
     reply(std::string path, int status, std::string body = {}, std::string contentType = "application/json");
+    static Fault noReply(std::string path);
     /// {"error": message, "code": code}
     static Fault error(std::string path, int status, const std::string& message, const std::string& code);
     /// 200 with JSON that ends too early.

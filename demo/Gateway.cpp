@@ -163,6 +163,9 @@ HttpReply Gateway::answer(const Request& request) {
         for (const Fault& fault : faults) {
             if (fault.kind == Fault::Kind::Delay) {
                 server_.pause(fault.delay);
+            } else if (fault.kind == Fault::Kind::NoReply && !early) {
+                early.emplace();
+                early->silent = true;
             } else if (fault.kind == Fault::Kind::Reply && !early) {
                 early = HttpReply::bytes(fault.status, fault.contentType, fault.body);
             } else if (fault.kind == Fault::Kind::Redirect && !early) {
@@ -178,6 +181,9 @@ HttpReply Gateway::answer(const Request& request) {
 }
 
 HttpReply Gateway::withBodyFaults(HttpReply reply, const std::vector<Fault>& faults) {
+    if (reply.silent) {
+        return reply;
+    }
     for (const Fault& fault : faults) {
         if (changesParts(fault.kind) && reply.status == 200 && startsWith(reply.contentType, "multipart/")) {
             MultipartReply changed = withFault({reply.contentType, readAll(*reply.body)}, fault);

@@ -24,6 +24,9 @@ bool wait(int sock, short events, int milliseconds) {
     return poll(&one, 1, milliseconds) > 0 && (one.revents & events) != 0;
 }
 
+/// Set while a connection is to close without a reply; each connection has its thread.
+thread_local bool silent = false;
+
 /// The connection as cpp-httplib wants to see it.
 class SocketStream : public httplib::Stream {
 public:
@@ -51,6 +54,9 @@ public:
     }
 
     ssize_t write(const char* ptr, size_t size) override {
+        if (silent) {
+            return -1;
+        }
         std::size_t sent = 0;
         while (sent < size) {
             const ssize_t now = send(socket_, ptr + sent, size - sent, MSG_NOSIGNAL);
@@ -183,15 +189,17 @@ bool HttpServer::process_and_close_socket(socket_t sock) {
     configureConnection(sock);
     SocketStream stream(sock);
     bool more = true;
+    silent = false;
     while (more && (stream.hasBuffered() || wait(sock, POLLIN, idleMilliseconds))) {
         bool closed = false;
-        more = process_request(stream, false, closed, [](httplib::Request&) {}) && !closed;
+        more = process_request(stream, false, closed, [](httplib::Request&) {}) && !closed && !silent;
     }
     leave(sock);
     return more;
 }
 
 void HttpServer::emit(HttpReply reply, httplib::Response& response) {
+    silent = reply.silent;
     response.status = reply.status;
     for (const auto& [name, value] : reply.headers) {
         response.set_header(name, value);

@@ -24,6 +24,7 @@ struct HttpReply {
     std::multimap<std::string, std::string> headers;
     std::optional<std::uint64_t> length;
     std::unique_ptr<ByteSource> body;
+    bool silent = false; ///< close the connection instead
 
     static HttpReply bytes(int status, std::string contentType, std::string body);
 };

@@ -53,6 +53,9 @@ TEST_F(FaultTest, bodiesGrowBreakOffAndSlowDown) {
         EXPECT_EQ(big->body.substr(0, whole.size()), whole);
         EXPECT_EQ(big->has_header("Content-Length"), announced);
     }
+    service().setFault(Fault::noReply(list()).times(1));
+    EXPECT_FALSE(get(list()));
+    EXPECT_TRUE(get(list()));
     // Broken off, with a length (list) as without (stream): the client must see it.
     service().setFault(Fault::dropAfter("*", 10));
     EXPECT_EQ(get(list()).error(), httplib::Error::Read);
