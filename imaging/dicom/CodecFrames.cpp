@@ -76,6 +76,22 @@ gdcm::PixelFormat pixelFormat(const StoredFormat& format) {
         format.isSigned ? 1 : 0);
 }
 
+/// Never an unknown one, which the codecs take for a programming error.
+gdcm::PhotometricInterpretation photometric(const DicomFileHeader& header) {
+    using Known = gdcm::PhotometricInterpretation;
+    const std::string& name = header.metadata.photometricInterpretation;
+    switch (header.photometric) {
+    case Photometric::Rgb:
+        return name == "YBR_RCT" ? Known::YBR_RCT : name == "YBR_ICT" ? Known::YBR_ICT : Known::RGB;
+    case Photometric::YbrFull:
+        return name == "YBR_FULL_422" ? Known::YBR_FULL_422 : Known::YBR_FULL;
+    case Photometric::YbrPartial:
+        return Known::YBR_PARTIAL_422;
+    default:
+        return Known::MONOCHROME2;
+    }
+}
+
 template <class Codec>
 void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, DecodedFrame& frame) {
     gdcm::PixelFormat pixels = pixelFormat(header.format);
@@ -111,9 +127,7 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
     codec.SetNumberOfDimensions(2);
     codec.SetDimensions(size);
     codec.SetPlanarConfiguration(0);
-    const std::string& name = header.metadata.photometricInterpretation;
-    codec.SetPhotometricInterpretation(gdcm::PhotometricInterpretation::GetPIType(
-        header.photometric == Photometric::Palette ? "MONOCHROME2" : name.c_str()));
+    codec.SetPhotometricInterpretation(photometric(header));
     codec.SetPixelFormat(pixels);
     if constexpr (requires { codec.SetBufferLength(0UL); })
         codec.SetBufferLength(pixels.GetPixelSize() * static_cast<unsigned long>(size[0]) * size[1]);

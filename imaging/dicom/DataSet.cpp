@@ -237,7 +237,8 @@ std::string trimmedUid(const DataSet& meta) {
     const auto found = meta.find(Tag{0x0002, 0x0010});
     std::string uid = found == meta.end() ? std::string() : found->second.value;
     uid.erase(std::find_if(uid.begin(), uid.end(), [](char c) { return c == '\0' || c == ' '; }), uid.end());
-    return uid;
+    const bool sound = uid.find_first_not_of("0123456789.") == std::string::npos;
+    return sound ? uid : std::string("unknown");
 }
 
 } // namespace

@@ -55,8 +55,11 @@ FrameDecoder::frameRanges(const DicomFileHeader& header, ByteSource& source) {
     const std::lock_guard lock(mutex_);
     if (cachedFor_ != &header || !frameRanges_) {
         auto frames = header.pixelData.framesOfFragments(source, header.frames.size());
+        const FileRange& last = header.pixelData.fragments.back();
         if (!frames)
-            throw std::runtime_error("the compressed frames cannot be told apart");
+            throw std::runtime_error(
+                last.offset + last.length > source.size() ? truncated
+                                                          : "the compressed frames cannot be told apart");
         frameRanges_ = std::make_shared<const FrameRanges>(std::move(*frames));
         cachedFor_ = &header;
     }

@@ -1,0 +1,171 @@
+#include "tests/imaging/DicomFixture.h"
+
+#include "imaging/DicomIdentity.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace zorbel::imaging::test {
+namespace {
+
+using gdcm::TransferSyntax;
+using gdcm::VR;
+
+class DamagedFile : public testing::Test {
+protected:
+    ScratchFolder folder_;
+
+    std::filesystem::path sound(
+        const std::string& name = "sound.dcm",
+        TransferSyntax::TSType syntax = TransferSyntax::ExplicitVRLittleEndian) {
+        FileMaker maker(32, 32);
+        std::vector<std::int16_t> values;
+        for (int i = 0; i < 1024; ++i)
+            values.push_back(static_cast<std::int16_t>(i * 31 % 3000));
+        return maker.position({0, 0, 0}).pixels(values).write(folder_.path() / name, syntax);
+    }
+    /// Why the only file is no image, or cannot be decoded; empty when it can.
+    static std::string complaint(const std::filesystem::path& file) {
+        const DicomAnalysis analysis = DicomSeriesReader::analyze({file});
+        if (!analysis.rejected.empty())
+            return analysis.rejected.front().reason;
+        try {
+            DicomSeriesReader::load(analysis.blocks.at(0));
+        } catch (const DicomReadError& error) {
+            return error.what();
+        }
+        return {};
+    }
+    std::string complaintOf(FileMaker& maker) { return complaint(maker.write(folder_.path() / "odd.dcm")); }
+};
+
+TEST_F(DamagedFile, WhatIsNoImageIsNamed) {
+    const auto file = folder_.path() / "file";
+    writeBytes(file, "");
+    EXPECT_EQ(complaint(file), "file: the file is empty");
+    writeBytes(file, "A letter, and no picture. " + std::string(500, 'x'));
+    EXPECT_EQ(complaint(file), "file: not a DICOM file");
+    EXPECT_EQ(complaint(folder_.path() / "absent"), "absent: cannot be opened");
+    FileMaker report(2, 2);
+    EXPECT_EQ(complaintOf(report.remove({0x7fe0, 0x0010})), "odd.dcm: no pixel data");
+}
+
+TEST_F(DamagedFile, TruncationIsNoticedWhereverItFalls) {
+    for (const auto syntax :
+         {TransferSyntax::ExplicitVRLittleEndian, TransferSyntax::ImplicitVRLittleEndian,
+          TransferSyntax::ExplicitVRBigEndian, TransferSyntax::DeflatedExplicitVRLittleEndian}) {
+        const std::string bytes = readBytes(sound("sound.dcm", syntax));
+        const auto cut = folder_.path() / "cut.dcm";
+        for (std::size_t length = 0; length < bytes.size() - 1; length += length < 1200 ? 7 : 211) {
+            writeBytes(cut, std::string_view(bytes).substr(0, length));
+            EXPECT_NE(complaint(cut), "") << length << " of " << bytes.size() << " bytes, syntax " << syntax;
+        }
+        EXPECT_EQ(complaint(folder_.path() / "sound.dcm"), "");
+    }
+}
+
+TEST_F(DamagedFile, ATruncatedCodeStreamIsNoImage) {
+    for (const auto syntax :
+         {TransferSyntax::RLELossless, TransferSyntax::JPEGLosslessProcess14_1,
+          TransferSyntax::JPEGLSLossless, TransferSyntax::JPEG2000Lossless}) {
+        compress(sound(), syntax);
+        const std::string bytes = readBytes(folder_.path() / "sound.dcm");
+        ASSERT_EQ(complaint(folder_.path() / "sound.dcm"), "");
+        // The stream loses its second half; the fragment's length says so.
+        const std::string mark("OB\0\0\xff\xff\xff\xff", 8);
+        const auto offsetTable = bytes.find(mark) + mark.size();
+        const auto tableLength = static_cast<unsigned char>(bytes[offsetTable + 4]);
+        const auto fragment = offsetTable + 8 + tableLength;
+        std::uint32_t length = 0;
+        std::memcpy(&length, bytes.data() + fragment + 4, 4);
+        const std::uint32_t half = length / 4 * 2;
+        std::string cut = bytes.substr(0, fragment + 8 + half) + std::string("\xfe\xff\xdd\xe0\0\0\0\0", 8);
+        std::memcpy(cut.data() + fragment + 4, &half, 4);
+        writeBytes(folder_.path() / "cut.dcm", cut);
+        EXPECT_NE(complaint(folder_.path() / "cut.dcm"), "") << "syntax " << syntax;
+    }
+}
+
+TEST_F(DamagedFile, PixelDataShorterThanItsDescription) {
+    FileMaker maker(32, 32);
+    EXPECT_EQ(
+        complaintOf(maker.shorts({0x0028, 0x0010}, {33})),
+        "odd.dcm: the pixel data is shorter than the image size");
+    EXPECT_EQ(
+        complaintOf(maker.shorts({0x0028, 0x0010}, {32}).frames(2)),
+        "odd.dcm: the pixel data is shorter than the image size");
+}
+
+TEST_F(DamagedFile, AbsurdDescriptionsAreRefused) {
+    FileMaker empty(32, 32);
+    EXPECT_EQ(complaintOf(empty.shorts({0x0028, 0x0011}, {0})), "odd.dcm: the image has no size");
+    FileMaker huge(2, 2);
+    huge.shorts({0x0028, 0x0010}, {65535}).shorts({0x0028, 0x0011}, {65535}).frames(100000);
+    EXPECT_NE(complaintOf(huge), "");
+    EXPECT_EQ(complaintOf(huge.frames(2000000000)), "odd.dcm: absurd number of frames");
+    FileMaker bits(2, 2);
+    EXPECT_EQ(complaintOf(bits.format(64, 64, 63, false)), "odd.dcm: unsupported number of bits allocated");
+    FileMaker samples(2, 2);
+    EXPECT_NE(complaintOf(samples.shorts({0x0028, 0x0002}, {200})), "");
+    FileMaker palette(2, 2);
+    EXPECT_EQ(
+        complaintOf(palette.text({0x0028, 0x0004}, VR::CS, "PALETTE COLOR")),
+        "odd.dcm: palette image without palette");
+}
+
+TEST_F(DamagedFile, OneBadSliceFailsTheVolumeByName) {
+    for (int z = 0; z < 20; ++z)
+        FileMaker(8, 8)
+            .position({0, 0, z * 1.0})
+            .number(z)
+            .write(folder_.path() / ("s" + std::to_string(100 + z)));
+    const auto bad = folder_.path() / "s113";
+    const std::string bytes = readBytes(bad);
+    writeBytes(bad, std::string_view(bytes).substr(0, bytes.size() - 20));
+    const DicomAnalysis analysis = DicomSeriesReader::analyze(folder_.files());
+    ASSERT_EQ(analysis.blocks.size(), 1U);
+    try {
+        DicomSeriesReader::load(analysis.blocks[0]);
+        FAIL() << "decoded in spite of the damage";
+    } catch (const DicomReadError& error) {
+        EXPECT_STREQ(error.what(), "s113: the file is truncated");
+    }
+    std::filesystem::remove(bad);
+    EXPECT_THROW(DicomSeriesReader::load(analysis.blocks[0]), DicomReadError);
+}
+
+TEST_F(DamagedFile, RandomDamageNeverCrashes) {
+    std::vector<std::string> originals;
+    for (const auto syntax :
+         {TransferSyntax::ExplicitVRLittleEndian, TransferSyntax::ImplicitVRLittleEndian,
+          TransferSyntax::ExplicitVRBigEndian, TransferSyntax::DeflatedExplicitVRLittleEndian})
+        originals.push_back(readBytes(sound("original", syntax)));
+    for (const auto syntax :
+         {TransferSyntax::RLELossless, TransferSyntax::JPEGLosslessProcess14_1,
+          TransferSyntax::JPEGLSLossless, TransferSyntax::JPEG2000Lossless}) {
+        compress(sound("original"), syntax);
+        originals.push_back(readBytes(folder_.path() / "original"));
+    }
+    std::mt19937 random(20240501);
+    const auto file = folder_.path() / "damaged";
+    for (int round = 0; round < 800; ++round) {
+        std::string bytes = originals[static_cast<std::size_t>(round) % originals.size()];
+        const int changes = 1 + static_cast<int>(random() % 12);
+        for (int i = 0; i < changes; ++i)
+            bytes[128 + random() % (bytes.size() - 128)] = static_cast<char>(random());
+        if (round % 5 == 0)
+            bytes.erase(random() % bytes.size(), random() % 300);
+        writeBytes(file, bytes);
+        complaint(file);
+        try {
+            readDicomIdentity(std::as_bytes(std::span(bytes)));
+        } catch (const DicomReadError&) {
+            continue;
+        }
+    }
+}
+
+} // namespace
+} // namespace zorbel::imaging::test

@@ -1,0 +1,109 @@
+#include "tests/imaging/DicomFixture.h"
+#include "tools/CommandLine.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <sstream>
+
+namespace zorbel::tools {
+namespace {
+
+using imaging::test::FileMaker;
+using imaging::test::ScratchFolder;
+
+class VolumeInfo : public testing::Test {
+protected:
+    ScratchFolder folder_;
+    std::ostringstream out_;
+    std::ostringstream error_;
+
+    int run(const std::vector<std::string>& arguments) {
+        out_.str({});
+        error_.str({});
+        return runCommandLine(arguments, {out_, error_});
+    }
+    std::string folder() const { return folder_.path().string(); }
+    void series(std::initializer_list<double> places) {
+        int count = 0;
+        for (const double z : places) {
+            std::filesystem::create_directories(folder_.path() / "deep" / std::to_string(count % 2));
+            FileMaker(2, 1)
+                .position({1, 2, z})
+                .spacing(0.5, 0.25)
+                .rescale(1, -1000)
+                .text({0x0028, 0x1050}, gdcm::VR::DS, "40")
+                .text({0x0028, 0x1051}, gdcm::VR::DS, "400")
+                .pixels(std::vector<std::int16_t>{0, static_cast<std::int16_t>(count)})
+                .write(folder_.path() / "deep" / std::to_string(count % 2) / std::to_string(count));
+            ++count;
+        }
+    }
+};
+
+TEST_F(VolumeInfo, PrintsTheBlocksAsJson) {
+    series({9.0, 3.0, 6.0});
+    imaging::test::writeBytes(folder_.path() / "notes.txt", "no image");
+    ASSERT_EQ(run({"volume", "info", folder(), "--json"}), 0);
+    EXPECT_EQ(error_.str(), "left out: notes.txt: not a DICOM file\n");
+    const auto blocks = nlohmann::json::parse(out_.str());
+    ASSERT_EQ(blocks.size(), 1U);
+    const auto& block = blocks[0];
+    EXPECT_EQ(block["seriesInstanceUID"], "1.2.3.4.5");
+    EXPECT_EQ(block["frames"], 3);
+    EXPECT_EQ(block["splitReasons"], nlohmann::json::array());
+    EXPECT_EQ(block["dimensions"], nlohmann::json({2, 1, 3}));
+    EXPECT_EQ(block["spacing"], nlohmann::json({0.5, 0.25, 3.0}));
+    EXPECT_EQ(block["origin"], nlohmann::json({1.0, 2.0, 3.0}));
+    EXPECT_EQ(block["direction"], nlohmann::json({1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0}));
+    EXPECT_EQ(block["voxelType"], "int16");
+    EXPECT_EQ(block["minimum"], -1000.0);
+    EXPECT_EQ(block["maximum"], -998.0);
+    EXPECT_NEAR(block["mean"].get<double>(), -999.5, 1e-9);
+    EXPECT_EQ(block["window"], (nlohmann::json{{"center", 40.0}, {"width", 400.0}, {"function", "LINEAR"}}));
+    EXPECT_EQ(block["photometricInterpretation"], "MONOCHROME2");
+    EXPECT_TRUE(block["decodeMs"].is_number());
+    // sha256 of the little-endian words -1000 -999 -1000 -998 -1000 -1000
+    EXPECT_EQ(block["sha256"], "c879add78b918cb02edc4f444c01f05d1507c3485e13f530e4fcf2890e871fac");
+}
+
+TEST_F(VolumeInfo, NamesReasonsWithTheirDetails) {
+    series({0.0, 1.0, 2.0, 4.0});
+    ASSERT_EQ(run({"volume", "info", folder(), "--json"}), 0);
+    const auto blocks = nlohmann::json::parse(out_.str());
+    ASSERT_EQ(blocks.size(), 2U);
+    EXPECT_EQ(blocks[0]["splitReasons"], nlohmann::json({"MissingSlices:1"}));
+    ASSERT_EQ(run({"volume", "info", folder()}), 0);
+    EXPECT_NE(out_.str().find("block 2 of 2"), std::string::npos);
+}
+
+TEST_F(VolumeInfo, FailsWithOneLine) {
+    const auto oneLine = [this] { return std::ranges::count(error_.str(), '\n') == 1 && out_.str().empty(); };
+    EXPECT_EQ(run({"volume", "info", folder() + "/absent", "--json"}), 1);
+    EXPECT_TRUE(oneLine()) << error_.str();
+    EXPECT_EQ(run({"volume", "info", folder(), "--json"}), 1);
+    EXPECT_TRUE(oneLine()) << error_.str();
+
+    FileMaker(4, 4).pixels(std::vector<std::int16_t>(3)).write(folder_.path() / "short.dcm");
+    EXPECT_EQ(run({"volume", "info", folder(), "--json"}), 1);
+    EXPECT_TRUE(oneLine()) << error_.str();
+    EXPECT_NE(error_.str().find("short.dcm"), std::string::npos);
+}
+
+TEST_F(VolumeInfo, RefusesOtherArguments) {
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {},
+             {"volume"},
+             {"volume", "what"},
+             {"volume", "info"},
+             {"volume", "info", "a", "b"},
+             {"volume", "info", "a", "--xml"}}) {
+        EXPECT_EQ(run(arguments), 2);
+        EXPECT_NE(error_.str().find("usage:"), std::string::npos);
+    }
+    EXPECT_EQ(run({"--help"}), 0);
+}
+
+} // namespace
+} // namespace zorbel::tools
