@@ -79,6 +79,7 @@ StudyClassification::classify(const QString& modality, const QString& descriptio
         result.label_ = labelOfModality(code, text + QLatin1Char('\n') + bodyPart.toUpper());
     }
     result.panoramic_ = result.label_ == panoramic;
+    result.cephalometric_ = result.label_ == cephalometric;
     return result;
 }
 

@@ -18,6 +18,7 @@ public:
     /// volumetric: the decoded image then shows whether it has more than one slice.
     bool isVolumetric() const { return volumetric_; }
     bool isPanoramic() const { return panoramic_; }
+    bool isCephalometric() const { return cephalometric_; }
     /// "CBCT", "CT", "MRI", "X-ray", "Panoramic", "Cephalometric", "Intraoral", "Ultrasound", "Mammography",
     /// "PET / Nuclear Medicine", "Other".
     const QString& label() const { return label_; }
@@ -29,6 +30,7 @@ private:
     QString label_;
     bool volumetric_ = false;
     bool panoramic_ = false;
+    bool cephalometric_ = false;
 };
 
 } // namespace zorbel

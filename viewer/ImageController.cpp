@@ -1,5 +1,6 @@
 #include "viewer/ImageController.h"
 
+#include "imaging/CephalogramPose.h"
 #include "imaging/rendering/ImageView2D.h"
 #include "viewer/OverlayTexts.h"
 #include "viewer/ViewDrag.h"
@@ -48,11 +49,19 @@ ImageController::ImageController(QObject* parent) : QObject(parent) {
     clear();
 }
 
-void ImageController::setImage(const std::shared_ptr<const imaging::Image>& image, bool panoramic) {
+void ImageController::setImage(
+    const std::shared_ptr<const imaging::Image>& image, const StudyClassification& kind) {
     image_ = image;
-    panoramic_ = panoramic;
+    kind_ = kind;
     awaitsFrame_ = true;
-    view_->setImage(image, panoramic);
+    view_->setImage(image, kind.isPanoramic());
+    const auto pose =
+        kind.isCephalometric() ? imaging::uprightCephalogram(*image) : imaging::ImageOrientation2D();
+    turnedByContent_ = !pose.isOriginal();
+    if (turnedByContent_) {
+        view_->setOrientation(pose);
+        view_->fitToView();
+    }
     updateTexts();
 }
 
@@ -72,7 +81,7 @@ void ImageController::fitToView() {
 
 void ImageController::resetView() {
     if (image_)
-        setImage(image_, panoramic_);
+        setImage(std::shared_ptr(image_), StudyClassification(kind_)); // copies: setImage() writes to both
 }
 
 void ImageController::updateTexts() {
@@ -81,7 +90,12 @@ void ImageController::updateTexts() {
     const auto& metadata = image_->metadata();
     const auto& dimensions = image_->geometry().dimensions();
     overlay_->setCorner(ViewportOverlay::TopLeft, OverlayTexts::patient(metadata));
-    overlay_->setCorner(ViewportOverlay::TopRight, OverlayTexts::notes(metadata, 0.0));
+    QStringList notes = OverlayTexts::notes(metadata, 0.0);
+    if (metadata.patientOrientation.first.empty())
+        notes += turnedByContent_
+                     ? QStringLiteral("Turned upright by its content: no orientation in the file")
+                     : QStringLiteral("No orientation in the file");
+    overlay_->setCorner(ViewportOverlay::TopRight, notes);
     overlay_->setCorner(
         ViewportOverlay::BottomLeft,
         image_->components() == 1 ? QStringList{voiText(view_->voi())} : QStringList());
@@ -90,12 +104,11 @@ void ImageController::updateTexts() {
         {QStringLiteral("%1 × %2 pixels").arg(dimensions[0]).arg(dimensions[1])});
     overlay_->setLetters(view_->orientationLabels());
 
-    const bool turned =
-        view_->orientation() == view_->initialOrientation() && !view_->orientation().isOriginal();
+    const bool turned = !view_->orientation().isOriginal();
     orientationChip_->setText(
-        turned && panoramic_ ? QStringLiteral("Panorama corrected upright")
-        : turned             ? QStringLiteral("Turned upright")
-                             : QStringLiteral("Original orientation"));
+        turned && kind_.isPanoramic() ? QStringLiteral("Panorama corrected upright")
+        : turned                      ? QStringLiteral("Turned upright")
+                                      : QStringLiteral("Original orientation"));
     toneChip_->setText(
         view_->isInverted() ? QStringLiteral("Inverted tones") : QStringLiteral("Normal tones"));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "api/StudyClassification.h"
 #include "imaging/Image.h"
 
 #include <QObject>
@@ -27,7 +28,7 @@ public:
 
     ViewportFrame* frame() const { return frame_; }
 
-    void setImage(const std::shared_ptr<const imaging::Image>& image, bool panoramic);
+    void setImage(const std::shared_ptr<const imaging::Image>& image, const StudyClassification& kind);
     void clear();
     void fitToView();
     void resetView();
@@ -48,7 +49,8 @@ private:
     QLabel* orientationChip_ = nullptr;
     QLabel* toneChip_ = nullptr;
     std::shared_ptr<const imaging::Image> image_;
-    bool panoramic_ = false;
+    StudyClassification kind_;
+    bool turnedByContent_ = false; ///< the file names no orientation
     bool awaitsFrame_ = false;
 };
 

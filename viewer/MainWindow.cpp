@@ -172,7 +172,7 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
             {{"study", study.studyInstanceUID.toStdString()}, {"mode", "MPR"}});
     } else {
         const auto kind = StudyClassification::classify(result.modality, description);
-        workspace_->showImage(identity, result.image, kind.isPanoramic());
+        workspace_->showImage(identity, result.image, kind);
         status_->setText(
             QStringLiteral("Non-volumetric study loaded in 2D mode (%1).%2").arg(result.modality, series));
         source_->setText(

@@ -109,15 +109,16 @@ void ViewerWorkspace::showVolume(
 }
 
 void ViewerWorkspace::showImage(
-    const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image, bool panoramic) {
+    const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image,
+    const StudyClassification& kind) {
     setMode(ViewMode::TwoD, study);
     header_->setStudyChip(QStringLiteral("2D Study"));
     header_->setModeChip(
-        panoramic ? QStringLiteral("PANO · upright") : QStringLiteral("2D review"),
+        kind.isPanoramic() ? QStringLiteral("PANO · upright") : QStringLiteral("2D review"),
         QStringLiteral("This non-volumetric study opens in the dedicated 2D viewer."));
     mpr_->clear();
     pages_->setCurrentIndex(ImagePage);
-    image_->setImage(image, panoramic);
+    image_->setImage(image, kind);
 }
 
 void ViewerWorkspace::reset() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "api/StudyClassification.h"
 #include "imaging/Image.h"
 #include "viewer/StudyIdentity.h"
 #include "viewer/ViewMode.h"
@@ -30,8 +31,9 @@ public:
     const StudyIdentity& study() const { return study_; }
 
     void showVolume(const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image);
-    void
-    showImage(const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image, bool panoramic);
+    void showImage(
+        const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image,
+        const StudyClassification& kind);
     /// Back to "no study"; lets go of the images.
     void reset();
 

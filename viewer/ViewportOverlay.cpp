@@ -9,12 +9,14 @@ namespace {
 
 constexpr int margin = 10;
 
-/// Light text with a dark rim, readable on bone and on air.
+/// Light text with a dark rim, readable on white film and on air.
 void drawText(QPainter& painter, const QRect& area, int alignment, const QString& text) {
-    painter.setPen(QColor(0, 0, 0, 200));
-    for (const QPoint& offset : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)})
-        painter.drawText(area.translated(offset), alignment, text);
-    painter.setPen(QColor(0xE6, 0xF1, 0xFA));
+    painter.setPen(QColor(0, 0, 0, 190));
+    for (int x = -2; x <= 2; ++x)
+        for (int y = -2; y <= 2; ++y)
+            if (x * x + y * y <= 5 && (x != 0 || y != 0))
+                painter.drawText(area.translated(x, y), alignment, text);
+    painter.setPen(QColor(0xF1, 0xF7, 0xFC));
     painter.drawText(area, alignment, text);
 }
 
