@@ -73,8 +73,8 @@ TEST_F(RealData, CompressedVolumesEqualTheUncompressedOne) {
             << folder;
     const auto anisotropic = loadOnly(filesIn("codecs/mr-small/anatomical/002_non_isotropic"));
     EXPECT_EQ(anisotropic->geometry().dimensions(), (std::array{64, 28, 4}));
-    EXPECT_NEAR(anisotropic->geometry().spacing()[0], 6.4, 1e-6);
-    EXPECT_NEAR(anisotropic->geometry().spacing()[1], 4.0, 1e-6);
+    EXPECT_NEAR(anisotropic->geometry().spacing()[0], 6.4, 1e-3);
+    EXPECT_NEAR(anisotropic->geometry().spacing()[1], 4.0, 1e-3);
     EXPECT_EQ(anisotropic->voxelType(), VoxelType::Float32);
 }
 
