@@ -23,6 +23,7 @@ packages_build=(
 )
 
 packages_run=(
+    curl
     fonts-dejavu-core
     fonts-inter
     libgl1-mesa-dri

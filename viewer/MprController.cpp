@@ -71,6 +71,9 @@ void MprController::buildVolume() {
     frame->setObjectName(QStringLiteral("volumeViewport"));
     frames_[Volume] = frame;
     connect(frame, &ViewportFrame::pressed, this, [this] { setActiveViewport(Volume); });
+    volumeOverlay_ = new ViewportOverlay(volume_);
+    connect(volume_, &imaging::VolumeView::viewChanged, this, &MprController::updateVolumeLetters);
+    connect(volume_, &imaging::VolumeView::volumeReady, this, &MprController::updateVolumeLetters);
     volumeNotice_ = new ViewNotice(volume_);
     connect(volume_, &imaging::VolumeView::noticeChanged, volumeNotice_, &ViewNotice::setText);
 }
@@ -83,6 +86,8 @@ void MprController::setImage(const std::shared_ptr<const imaging::Image>& image)
         updatePlaneTexts(index);
     }
     volume_->setImage(image);
+    updateVolumeLetters();
+    volumeOverlay_->setCorner(ViewportOverlay::TopLeft, OverlayTexts::patient(image->metadata()));
     frames_[Volume]->setInfo(
         QStringLiteral("GPU volume rendering enabled  |  Drag to rotate  |  Wheel to zoom"));
 }
@@ -95,6 +100,7 @@ void MprController::clear() {
         updatePlaneTexts(index);
     }
     volume_->clear();
+    volumeOverlay_->clear();
     frames_[Volume]->setInfo(QStringLiteral("GPU volume rendering ready"));
 }
 
@@ -152,6 +158,11 @@ void MprController::updatePlaneTexts(int index) {
         {QString::fromStdString(view->navigation().sliceLabel()),
          QStringLiteral("%1 mm").arg(view->navigation().sliceSpacing(), 0, 'f', 2)});
     overlay->setLetters(view->orientationLabels());
+}
+
+void MprController::updateVolumeLetters() {
+    volumeOverlay_->setLetters(
+        volume_->isReady() ? volume_->orientationLabels() : imaging::OrientationLabels());
 }
 
 void MprController::onFrameRendered(int index) {

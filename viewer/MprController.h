@@ -58,12 +58,14 @@ private:
     void buildPlane(int index);
     void buildVolume();
     void updatePlaneTexts(int index);
+    void updateVolumeLetters();
     void onFrameRendered(int index);
 
     std::array<imaging::PlaneView*, 3> planes_{};
     std::array<ViewportOverlay*, 3> overlays_{};
     std::array<ViewportFrame*, 4> frames_{};
     imaging::VolumeView* volume_ = nullptr;
+    ViewportOverlay* volumeOverlay_ = nullptr;
     ViewNotice* volumeNotice_ = nullptr;
     std::shared_ptr<const imaging::Image> image_;
     int active_ = Axial;

@@ -1,4 +1,5 @@
 #include "LoadRecorder.h"
+#include "tests/imaging/DicomFixture.h"
 
 #include <algorithm>
 
@@ -133,6 +134,30 @@ TEST_F(StudyLoadControllerTest, opensAProjectionImageIn2D) {
     ASSERT_TRUE(recorder.waitForEnd());
     ASSERT_EQ(recorder.images.size(), 1u);
     EXPECT_FALSE(recorder.images.front().volumetric);
+}
+
+TEST_F(StudyLoadControllerTest, keepsTheGeometryOfARealHead) {
+    const auto data = imaging::test::testData();
+    if (data.empty())
+        GTEST_SKIP() << "no folder of real images: set ZORBEL_TEST_DATA to run this test";
+    ASSERT_TRUE(service_->uploadFolder(data / "ct-head-teeth").failures.empty());
+    StudyRequest head;
+    for (const auto& row : client_->listStudies({}, 200))
+        if (row.patientName.contains(QStringLiteral("CRANIUM"), Qt::CaseInsensitive))
+            head = {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+    StudyLoadController controller(client_);
+    LoadRecorder recorder(controller);
+    controller.openStudy(head);
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.images.size(), 1u);
+    EXPECT_TRUE(recorder.images.front().volumetric);
+    // As its files say: first slice at z 0, last at 160.5, rows along +x, columns along +y.
+    const auto& geometry = recorder.images.front().image->geometry();
+    EXPECT_EQ(geometry.dimensions(), (std::array<int, 3>{256, 256, 108}));
+    EXPECT_EQ(geometry.origin(), (imaging::Vector3{-122.0215, -122.0215, 0.0}));
+    EXPECT_EQ(geometry.direction(), (std::array<double, 9>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
+    EXPECT_NEAR(geometry.spacing()[0], 0.9570312, 1e-9);
+    EXPECT_NEAR(geometry.indexToWorld({0.0, 0.0, 107.0})[2], 160.5, 1e-6);
 }
 
 TEST_F(StudyLoadControllerTest, showsOnlyTheNewestRequest) {
