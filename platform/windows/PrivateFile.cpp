@@ -144,4 +144,10 @@ void writePrivateFile(const fs::path& file, std::string_view bytes) {
     }
 }
 
+bool isOwnFolder(const fs::path& folder) noexcept {
+    const DWORD attributes = GetFileAttributesW(folder.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+           (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
 } // namespace zorbel

@@ -40,6 +40,14 @@ TEST_F(PrivateModeTest, NobodyElseMayOpenWhateverTheUmask) {
     EXPECT_EQ(modeOf(folder / "written"), 0600U);
 }
 
+TEST_F(PrivateModeTest, LinksAndOpenFoldersAreNotOnesOwn) {
+    createPrivateFolder(folder / "own");
+    fs::create_directory_symlink(folder / "own", folder / "link");
+    EXPECT_FALSE(isOwnFolder(folder / "link"));
+    fs::permissions(folder / "own", fs::perms::all);
+    EXPECT_FALSE(isOwnFolder(folder / "own")) << "others may write there";
+}
+
 TEST_F(PrivateModeTest, FullDiskKeepsTheEarlierContents) {
     const fs::path file = folder / "reading.json";
     writePrivateFile(file, "earlier");
