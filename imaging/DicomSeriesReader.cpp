@@ -37,7 +37,7 @@ public:
     std::shared_ptr<const Image> decode() {
         VoxelPlan plan = planVoxels(block_);
         decodeAs(plan);
-        if (plan.optimistic && !fits(range(), plan.type)) {
+        if (plan.integer && plan.components == 1 && !fits(range(), plan.type)) {
             plan = planVoxelsFor(range());
             decodeAs(plan);
         }
@@ -125,7 +125,6 @@ const SplitReason* ImageBlock::findReason(SplitReasonType type) const {
 DicomAnalysis DicomSeriesReader::analyze(
     const std::vector<std::filesystem::path>& files, const std::atomic<bool>* cancel,
     const Progress& progress) {
-    prepareGdcm();
     std::vector<std::shared_ptr<const DicomFileHeader>> headers(files.size());
     std::vector<std::string> reasons(files.size());
     runOnAllCores(
@@ -152,7 +151,7 @@ std::shared_ptr<const Image>
 DicomSeriesReader::load(const ImageBlock& block, const std::atomic<bool>* cancel, const Progress& progress) {
     if (block.frames.empty())
         throw DicomReadError("the block holds no frames");
-    prepareGdcm();
+    silenceGdcm();
     return BlockDecoder(block, cancel, progress).decode();
 }
 

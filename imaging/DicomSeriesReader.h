@@ -65,8 +65,11 @@ public:
         const std::vector<std::filesystem::path>& files, const std::atomic<bool>* cancel = nullptr,
         const Progress& progress = {});
 
-    /// Decodes one block into a new Image. Throws DicomReadError naming the first file that failed (nothing
-    /// half filled is ever returned), DicomReadCancelled, or std::bad_alloc.
+    /// Decodes one block into a new Image. Whole-numbered rescale: the smallest of uint8, int8, int16,
+    /// uint16, int32 and uint32 that holds what the stored bits could become, or, where that takes more than
+    /// 16 bits, what they do become. Otherwise float32. Colours become RGB of 8 bits. Throws DicomReadError
+    /// naming the first file that failed, truncated pixel data included (nothing half filled is ever
+    /// returned), DicomReadCancelled, or std::bad_alloc.
     static std::shared_ptr<const Image>
     load(const ImageBlock& block, const std::atomic<bool>* cancel = nullptr, const Progress& progress = {});
 };

@@ -9,7 +9,8 @@
 
 namespace zorbel::imaging {
 
-/// The modality rescale of one slice: value = slope × stored + intercept.
+/// The modality rescale of one slice: value = slope × stored + intercept. A slope of 0 in a file counts as 1.
+/// Values that a modality lookup table made, and colours, carry the identity.
 struct ModalityRescale {
     double slope = 1.0;
     double intercept = 0.0;

@@ -11,7 +11,7 @@ enum class SplitReasonType {
     Unknown = 0,
     ValueSplitDifference = 1,       ///< size, pixel format or another tag differs
     OrientationDifference = 2,      ///< mixed slice orientation
-    ImagePositionMissing = 3,       ///< no position, or all frames at one position
+    ImagePositionMissing = 3,       ///< no position, or one that had to be assumed
     OverlappingFrames = 4,          ///< more than one frame at a position (duplicates, several acquisitions)
     GantryTilt = 5,                 ///< the slices' step is not along their normal
     SliceDistanceInconsistency = 6, ///< the distance changes by no multiple of the spacing

@@ -171,7 +171,7 @@ int runVolumeInfo(std::span<const std::string> arguments, const Streams& streams
     for (const ImageBlock& block : analysis.blocks)
         blocks.push_back(describe(block));
     if (json) {
-        streams.out << blocks.dump(2) << '\n';
+        streams.out << blocks.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
     } else {
         for (std::size_t i = 0; i < blocks.size(); ++i) {
             streams.out << "block " << i + 1 << " of " << blocks.size() << '\n';

@@ -12,8 +12,11 @@
 #include <gdcmTransferSyntax.h>
 
 #include <algorithm>
+#include <cstring>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <type_traits>
 
 namespace zorbel::imaging {
@@ -52,21 +55,38 @@ bool endsProperly(const std::vector<std::byte>& stream) {
     return false;
 }
 
-/// Bits a sample of a JPEG stream, from its frame header; 0 when there is none.
-unsigned jpegPrecision(const std::vector<std::byte>& stream) {
+/// What a JPEG stream says of itself ahead of its data.
+struct JpegHead {
+    unsigned precision = 0; ///< bits a sample; 0 when there is no frame header
+    bool lossy = false;
+    std::optional<Photometric> colors; ///< by a JFIF or Adobe marker
+};
+
+JpegHead readJpegHead(const std::vector<std::byte>& stream) {
     const auto at = [&stream](std::size_t i) { return std::to_integer<unsigned>(stream[i]); };
+    const auto holds = [&](std::size_t position, std::string_view text) {
+        return position + text.size() <= stream.size() &&
+               std::memcmp(stream.data() + position, text.data(), text.size()) == 0;
+    };
+    JpegHead head;
     std::size_t position = 2;
-    while (position + 4 < stream.size() && at(position) == 0xff) {
+    while (position + 4 < stream.size() && at(position) == 0xff && head.precision == 0) {
         const unsigned marker = at(position + 1);
         if (marker == 0xff) { // fill byte
             ++position;
             continue;
         }
-        if (marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc)
-            return at(position + 4);
+        if (marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc) {
+            head.precision = at(position + 4);
+            head.lossy = marker <= 0xc2;
+        } else if (marker == 0xe0 && holds(position + 4, std::string_view("JFIF", 5))) {
+            head.colors = Photometric::YbrFull;
+        } else if (marker == 0xee && holds(position + 4, "Adobe") && position + 15 < stream.size()) {
+            head.colors = at(position + 15) == 0 ? Photometric::Rgb : Photometric::YbrFull;
+        }
         position += 2 + (at(position + 2) << 8 | at(position + 3));
     }
-    return 0;
+    return head;
 }
 
 gdcm::PixelFormat pixelFormat(const StoredFormat& format) {
@@ -95,6 +115,7 @@ gdcm::PhotometricInterpretation photometric(const DicomFileHeader& header) {
 template <class Codec>
 void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, DecodedFrame& frame) {
     gdcm::PixelFormat pixels = pixelFormat(header.format);
+    const JpegHead head = readJpegHead(frame.scratch);
     const std::vector<unsigned int> size{
         static_cast<unsigned>(header.columns), static_cast<unsigned>(header.rows)};
     {
@@ -102,8 +123,7 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
         Codec probe;
         probe.SetPixelFormat(pixels);
         // The codec tries the precisions in turn and complains of each that fails, unless told the right one.
-        if (const unsigned bits = jpegPrecision(frame.scratch);
-            std::is_same_v<Codec, gdcm::JPEGCodec> && bits > 0)
+        if (const unsigned bits = head.precision; std::is_same_v<Codec, gdcm::JPEGCodec> && bits > 0)
             probe.SetPixelFormat(gdcm::PixelFormat(
                 static_cast<unsigned short>(header.format.samples),
                 bits > 12  ? 16
@@ -146,6 +166,9 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
         frame.format.bitsStored = result.GetBitsStored();
         frame.format.highBit = result.GetHighBit();
     }
+    // Many files with lossy JPEG are labelled RGB for what they show, not for what the stream holds.
+    if (std::is_same_v<Codec, gdcm::JPEGCodec> && head.lossy && head.colors && header.format.samples == 3)
+        frame.photometric = *head.colors;
     frame.format.planar = codec.GetPlanarConfiguration() == 1 && header.format.samples > 1;
 }
 

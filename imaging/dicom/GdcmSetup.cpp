@@ -1,19 +1,17 @@
 #include "imaging/dicom/GdcmSetup.h"
 
-#include <gdcmGlobal.h>
 #include <gdcmTrace.h>
 
 #include <mutex>
 
 namespace zorbel::imaging {
 
-void prepareGdcm() {
+void silenceGdcm() {
     static std::once_flag once;
     std::call_once(once, [] {
         gdcm::Trace::DebugOff();
         gdcm::Trace::WarningOff();
         gdcm::Trace::ErrorOff();
-        gdcm::Global::GetInstance();
     });
 }
 

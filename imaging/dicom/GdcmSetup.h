@@ -2,8 +2,8 @@
 
 namespace zorbel::imaging {
 
-/// Silences GDCM's trace output, which would name files and values on standard error, and loads its
-/// dictionaries before several threads ask for them. Any thread, any number of times.
-void prepareGdcm();
+/// Ends GDCM's trace output, which would name values of the files on standard error. Any thread, any number
+/// of times.
+void silenceGdcm();
 
 } // namespace zorbel::imaging

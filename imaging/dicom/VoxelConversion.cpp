@@ -176,22 +176,22 @@ VoxelPlan planVoxelsFor(const ValueRange& values) {
          {VoxelType::UInt8, VoxelType::Int8, VoxelType::Int16, VoxelType::UInt16, VoxelType::Int32,
           VoxelType::UInt32})
         if (fits(values, type))
-            return {type, 1, true, false};
-    return {VoxelType::Float32, 1, false, false};
+            return {type, 1, true};
+    return {VoxelType::Float32, 1, false};
 }
 
 VoxelPlan planVoxels(const ImageBlock& block) {
     if (block.frames.front().header->photometric != Photometric::Monochrome)
-        return {VoxelType::UInt8, 3, true, false};
+        return {VoxelType::UInt8, 3, true};
     ValueRange possible{std::numeric_limits<double>::max(), std::numeric_limits<double>::lowest()};
     for (const DicomFrame& frame : block.frames) {
         if (!isWhole(frame.rescale.slope) || !isWhole(frame.rescale.intercept))
-            return {VoxelType::Float32, 1, false, false};
+            return {VoxelType::Float32, 1, false};
         widen(possible, possibleRange(*frame.header, frame.rescale));
     }
     VoxelPlan plan = planVoxelsFor(possible);
     if (bytesPerComponent(plan.type) > 2)
-        plan = {VoxelType::Int16, 1, true, true};
+        plan.type = VoxelType::Int16;
     return plan;
 }
 

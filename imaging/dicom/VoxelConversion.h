@@ -23,15 +23,13 @@ struct VoxelPlan {
     int components = 1;
     /// Every slope and intercept is a whole number.
     bool integer = true;
-    /// The values may turn out not to fit `type`, which was chosen in the hope that they do.
-    bool optimistic = false;
 };
 
 /// From what the headers say. Integer rescale: the smallest type that holds every value the stored bits could
 /// become; where that takes more than 16 bits, int16 for a start.
 VoxelPlan planVoxels(const ImageBlock& block);
 
-/// After an optimistic decode failed: for the values there are.
+/// The smallest type for values that did not fit the first plan.
 VoxelPlan planVoxelsFor(const ValueRange& values);
 
 /// Converts one grey frame to slice-sized `to`. Returns its range, also where it does not fit the plan's

@@ -86,6 +86,13 @@ TEST_F(RealData, ColourPatternsLookAlike) {
             EXPECT_LT(meanByteDifference(*loadOnly({file}), *reference), 2.5) << name;
         }
     }
+    // Labelled RGB, though the stream holds luminance and chrominance.
+    const ScratchFolder folder;
+    std::string bytes = readBytes(testData() / "codecs/TestPattern_JPEG-Baseline_YBRFull.dcm");
+    bytes.replace(bytes.find("YBR_FULL"), 8, "RGB     ");
+    writeBytes(folder.path() / "mislabelled.dcm", bytes);
+    EXPECT_LT(meanByteDifference(*loadOnly(folder.files()), *reference), 2.5);
+
     const auto ultrasound = loadOnly({testData() / "enhanced-ct/IM00001.implicit_little_endian.dcm"});
     const auto lossy = loadOnly({testData() / "enhanced-ct/IM00001.fragmented_no_bot_jpeg_baseline.50.dcm"});
     EXPECT_LT(meanByteDifference(*ultrasound, *lossy), 2.5);
