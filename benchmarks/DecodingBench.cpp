@@ -23,8 +23,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr double decodingRatioGoal = 1.6;
-constexpr int decodingRuns = 7;
-constexpr int compressedRuns = 3;
+constexpr int decodingRuns = 11;
+constexpr int compressedRuns = 7;
 constexpr int memoryRuns = 3;
 constexpr double memoryFactorGoal = 1.3;
 constexpr double memoryOffsetGoalMegabytes = 150.0;

@@ -22,7 +22,7 @@ namespace zorbel::bench {
 
 namespace {
 
-constexpr int startRuns = 7;
+constexpr int startRuns = 11;
 constexpr int readingRuns = 3;
 constexpr int scrollSteps = 60;
 constexpr int turningSteps = 24;

@@ -20,7 +20,7 @@ namespace {
 
 constexpr double streamingRatioGoal = 0.8;
 constexpr double streamingGrowthGoalMegabytes = 30.0;
-constexpr int streamingRuns = 9;
+constexpr int streamingRuns = 11;
 constexpr int memoryRuns = 3;
 
 /// The measured series as the service lists it, and a client that is signed in.
