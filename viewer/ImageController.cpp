@@ -46,6 +46,7 @@ ImageController::ImageController(QObject* parent) : QObject(parent) {
                 [this](double factor, const QPointF& anchor) { view_->zoomBy(factor, anchor); }});
     view_->installEventFilter(this);
     connect(view_, &imaging::ImageView2D::windowChanged, this, &ImageController::updateTexts);
+    connect(view_, &imaging::ImageView2D::sliceChanged, this, &ImageController::updateTexts);
     clear();
 }
 
@@ -73,6 +74,14 @@ void ImageController::clear() {
     frame_->setInfo({});
     orientationChip_->setText(QStringLiteral("Original view"));
     toneChip_->setText(QStringLiteral("Normal tones"));
+}
+
+void ImageController::step(int frames) {
+    view_->setSlice(view_->slice() + frames);
+}
+
+bool ImageController::hasSeveralFrames() const {
+    return view_->sliceCount() > 1;
 }
 
 void ImageController::fitToView() {
@@ -103,6 +112,10 @@ void ImageController::updateTexts() {
         ViewportOverlay::BottomRight,
         {QStringLiteral("%1 × %2 pixels").arg(dimensions[0]).arg(dimensions[1])});
     overlay_->setLetters(view_->orientationLabels());
+
+    frame_->setInfo(
+        hasSeveralFrames() ? QStringLiteral("Frame %1/%2").arg(view_->slice() + 1).arg(view_->sliceCount())
+                           : QString());
 
     const bool turned = !view_->orientation().isOriginal();
     orientationChip_->setText(

@@ -30,6 +30,9 @@ public:
 
     void setImage(const std::shared_ptr<const imaging::Image>& image, const StudyClassification& kind);
     void clear();
+    /// Moves through the frames of an image that has several.
+    void step(int frames);
+    bool hasSeveralFrames() const;
     void fitToView();
     void resetView();
 

@@ -232,6 +232,7 @@ void MainWindow::signOut() {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
+    Q_EMIT sessionEnding();
     closeStudy();
     event->accept();
 }

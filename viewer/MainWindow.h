@@ -40,6 +40,8 @@ public Q_SLOTS:
 Q_SIGNALS:
     /// A load's image is on the screen, this long after the request.
     void studyDisplayed(qint64 milliseconds);
+    /// The window is about to close, and the study in it with it.
+    void sessionEnding();
 
 protected:
     void closeEvent(QCloseEvent* event) override;

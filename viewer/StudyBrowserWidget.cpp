@@ -15,7 +15,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QShortcut>
 #include <QStyle>
 #include <QTimer>
 #include <QToolButton>
@@ -102,10 +101,6 @@ StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, 
     connect(searchDelay_, &QTimer::timeout, this, &StudyBrowserWidget::loadStudiesAsync);
     connect(typeFilter_, &QComboBox::currentIndexChanged, this, &StudyBrowserWidget::rebuildRows);
     connect(list_, &QListWidget::itemDoubleClicked, this, &StudyBrowserWidget::openCurrentRow);
-    for (const int key : {Qt::Key_Return, Qt::Key_Enter}) {
-        auto* open = new QShortcut(QKeySequence(key), list_, nullptr, nullptr, Qt::WidgetShortcut);
-        connect(open, &QShortcut::activated, this, &StudyBrowserWidget::openCurrentRow);
-    }
 }
 
 StudyBrowserWidget::~StudyBrowserWidget() {
@@ -115,13 +110,20 @@ StudyBrowserWidget::~StudyBrowserWidget() {
 }
 
 bool StudyBrowserWidget::eventFilter(QObject* watched, QEvent* event) {
-    // The window's one-key shortcuts would otherwise take away the keys that walk through the list.
     if (watched == list_ && event->type() == QEvent::ShortcutOverride) {
+        // The window's one-key shortcuts would otherwise take away the keys that walk through the list.
         const int key = static_cast<QKeyEvent*>(event)->key();
         for (const int own :
              {Qt::Key_Up, Qt::Key_Down, Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End})
             if (key == own)
                 event->accept();
+    }
+    if (watched == list_ && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            openCurrentRow();
+            return true;
+        }
     }
     return QWidget::eventFilter(watched, event);
 }

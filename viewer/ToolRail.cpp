@@ -54,7 +54,7 @@ ToolRail::ToolRail(QWidget* parent) : QScrollArea(parent) {
     connect(fit_, &QToolButton::clicked, this, &ToolRail::fitRequested);
     connect(reset_, &QToolButton::clicked, this, &ToolRail::resetRequested);
     layout_->addStretch(1);
-    setAvailable(false, false);
+    setAvailable(false, false, false);
 }
 
 void ToolRail::addGroup(const QString& caption) {
@@ -83,11 +83,11 @@ void ToolRail::setActivePlane(int viewport) {
         planes_[index]->setChecked(static_cast<int>(index) == viewport);
 }
 
-void ToolRail::setAvailable(bool hasImage, bool hasPlanes) {
+void ToolRail::setAvailable(bool hasImage, bool hasPlanes, bool hasSlices) {
     for (auto* plane : planes_)
         plane->setEnabled(hasPlanes);
     for (auto* button : {previous_, next_})
-        button->setEnabled(hasPlanes);
+        button->setEnabled(hasSlices);
     for (auto* button : {fit_, reset_})
         button->setEnabled(hasImage);
 }

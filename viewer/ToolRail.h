@@ -18,8 +18,9 @@ public:
 
     /// Marks the plane that steps and keys act on: 0 axial, 1 coronal, 2 sagittal; anything else marks none.
     void setActivePlane(int viewport);
-    /// Whether there are images to act on, and whether they are three planes.
-    void setAvailable(bool hasImage, bool hasPlanes);
+    /// Whether there are images to act on, whether they are three planes, and whether there are slices to
+    /// step through.
+    void setAvailable(bool hasImage, bool hasPlanes, bool hasSlices);
 
 Q_SIGNALS:
     void planeChosen(int viewport);

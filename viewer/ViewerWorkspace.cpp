@@ -82,7 +82,8 @@ QWidget* ViewerWorkspace::buildEmptyPage() {
 void ViewerWorkspace::setMode(ViewMode mode, const StudyIdentity& study) {
     mode_ = mode;
     study_ = study;
-    rail_->setAvailable(mode != ViewMode::None, mode == ViewMode::Mpr);
+    const bool slices = mode == ViewMode::Mpr || (mode == ViewMode::TwoD && image_->hasSeveralFrames());
+    rail_->setAvailable(mode != ViewMode::None, mode == ViewMode::Mpr, slices);
     constexpr int noPlane = -1;
     rail_->setActivePlane(mode == ViewMode::Mpr ? mpr_->activeViewport() : noPlane);
     if (mode == ViewMode::None) {
@@ -111,14 +112,14 @@ void ViewerWorkspace::showVolume(
 void ViewerWorkspace::showImage(
     const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image,
     const StudyClassification& kind) {
+    mpr_->clear();
+    pages_->setCurrentIndex(ImagePage);
+    image_->setImage(image, kind);
     setMode(ViewMode::TwoD, study);
     header_->setStudyChip(QStringLiteral("2D Study"));
     header_->setModeChip(
         kind.isPanoramic() ? QStringLiteral("PANO · upright") : QStringLiteral("2D review"),
         QStringLiteral("This non-volumetric study opens in the dedicated 2D viewer."));
-    mpr_->clear();
-    pages_->setCurrentIndex(ImagePage);
-    image_->setImage(image, kind);
 }
 
 void ViewerWorkspace::reset() {
@@ -131,6 +132,8 @@ void ViewerWorkspace::reset() {
 void ViewerWorkspace::step(double slices) {
     if (mode_ == ViewMode::Mpr)
         mpr_->stepActivePlane(slices);
+    else if (mode_ == ViewMode::TwoD)
+        image_->step(static_cast<int>(slices));
 }
 
 void ViewerWorkspace::fitToView() {

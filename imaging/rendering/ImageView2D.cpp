@@ -39,6 +39,7 @@ ImageView2D::ImageView2D(QWidget* parent) : QWidget(parent) {
 
 void ImageView2D::setImage(std::shared_ptr<const Image> image, bool panoramic) {
     image_ = std::move(image);
+    slice_ = 0;
     inverted_ = false;
     orientation_ = {};
     if (image_) {
@@ -50,6 +51,19 @@ void ImageView2D::setImage(std::shared_ptr<const Image> image, bool panoramic) {
     invalidate();
     fitToView();
     Q_EMIT windowChanged();
+}
+
+int ImageView2D::sliceCount() const {
+    return image_ ? image_->geometry().dimensions()[2] : 0;
+}
+
+void ImageView2D::setSlice(int slice) {
+    const int target = std::clamp(slice, 0, std::max(sliceCount() - 1, 0));
+    if (target == slice_)
+        return;
+    slice_ = target;
+    invalidate();
+    Q_EMIT sliceChanged();
 }
 
 void ImageView2D::clear() {
@@ -180,7 +194,7 @@ QPointF ImageView2D::widgetToImage(const QPointF& position) const {
 
 const Raster8& ImageView2D::level(std::size_t index) {
     if (pyramid_.empty())
-        pyramid_.push_back(mapToScreen(*image_, voi_, image_->metadata().inverted != inverted_));
+        pyramid_.push_back(mapToScreen(*image_, voi_, image_->metadata().inverted != inverted_, slice_));
     while (pyramid_.size() <= index)
         pyramid_.push_back(halved(pyramid_.back()));
     return pyramid_[index];

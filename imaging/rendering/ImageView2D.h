@@ -31,6 +31,11 @@ public:
     void clear();
     const std::shared_ptr<const Image>& image() const { return image_; }
 
+    /// Which slice of an image of several is shown, from 0; setSlice() clamps and keeps zoom and position.
+    int slice() const { return slice_; }
+    int sliceCount() const;
+    void setSlice(int slice);
+
     /// A LINEAR window instead of the file's own.
     void setWindow(double center, double width);
     /// Back to the file's own table or window.
@@ -68,6 +73,7 @@ Q_SIGNALS:
     /// What imageToWidget() depends on changed.
     void viewChanged();
     void windowChanged();
+    void sliceChanged();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -88,6 +94,7 @@ private:
     QImage render(const QSize& pixels, double ratio);
 
     std::shared_ptr<const Image> image_;
+    int slice_ = 0;
     VoiChoice voi_;
     bool inverted_ = false;
     ImageOrientation2D orientation_;

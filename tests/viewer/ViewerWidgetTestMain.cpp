@@ -1,0 +1,12 @@
+#include "imaging/rendering/RenderWindowWidget.h"
+
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+    zorbel::imaging::RenderWindowWidget::setDefaultSurfaceFormat();
+    QApplication application(argc, argv);
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
