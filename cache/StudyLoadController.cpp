@@ -34,6 +34,7 @@ StudyLoadController::StudyLoadController(std::shared_ptr<ZorbelApiClient> client
 StudyLoadController::~StudyLoadController() {
     if (cancelFlag_)
         cancelFlag_->store(true);
+    closing_->store(true);
     pool_.waitForDone();
 }
 
@@ -58,8 +59,9 @@ void StudyLoadController::openStudy(const StudyRequest& study) {
     Q_EMIT statusChanged(QStringLiteral("Checking volume cache…"));
     runInBackground(
         pool_, this,
-        [client = client_, uid = study.studyInstanceUID] {
-            client->sendViewerAudit(QStringLiteral("STUDY_OPEN"), uid); // its failure stops no reading
+        [client = client_, uid = study.studyInstanceUID, closing = closing_] {
+            client->sendViewerAudit(
+                QStringLiteral("STUDY_OPEN"), uid, {}, closing); // a failure stops no reading
             return 0;
         },
         [](int) {});

@@ -87,6 +87,7 @@ private:
     QThreadPool pool_;
     StudyLoadGuard guard_;
     CancelFlag cancelFlag_;
+    CancelFlag closing_ = std::make_shared<std::atomic<bool>>(false); ///< ends what outlives a single load
     std::string correlationId_;
     std::optional<StudyRequest> study_;
     std::vector<OrthancSeriesSummary> offeredSeries_; ///< while a series choice is open
