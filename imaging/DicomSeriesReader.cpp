@@ -5,7 +5,7 @@
 #include "imaging/dicom/GdcmSetup.h"
 #include "imaging/dicom/VoxelBuffer.h"
 #include "imaging/dicom/VoxelConversion.h"
-#include "imaging/dicom/WorkerPool.h"
+#include "imaging/WorkerPool.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,6 +1,6 @@
 #include "viewer/ImageController.h"
 
-#include "imaging/CephalogramPose.h"
+#include "imaging/display/CephalogramPose.h"
 #include "imaging/rendering/ImageView2D.h"
 #include "viewer/OverlayTexts.h"
 #include "viewer/ViewDrag.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/OrientationLabels.h"
+#include "imaging/planes/OrientationLabels.h"
 
 #include <QStringList>
 #include <QWidget>

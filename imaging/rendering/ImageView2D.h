@@ -1,9 +1,9 @@
 #pragma once
 
 #include "imaging/Image.h"
-#include "imaging/ImageOrientation2D.h"
-#include "imaging/OrientationLabels.h"
-#include "imaging/Raster8.h"
+#include "imaging/display/ImageOrientation2D.h"
+#include "imaging/display/Raster8.h"
+#include "imaging/planes/OrientationLabels.h"
 #include "imaging/rendering/WheelAccumulator.h"
 
 #include <QImage>

@@ -1,6 +1,6 @@
 #include "imaging/rendering/PlaneView.h"
 
-#include "imaging/DefaultWindow.h"
+#include "imaging/display/DefaultWindow.h"
 
 #include <QResizeEvent>
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "imaging/Image.h"
-#include "imaging/OrientationLabels.h"
-#include "imaging/SliceNavigationController.h"
 #include "imaging/VoiTransform.h"
+#include "imaging/planes/OrientationLabels.h"
+#include "imaging/planes/SliceNavigationController.h"
 #include "imaging/rendering/RenderWindowWidget.h"
 
 #include <QPointF>

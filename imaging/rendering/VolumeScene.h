@@ -1,7 +1,7 @@
 #pragma once
 
 #include "imaging/Image.h"
-#include "imaging/VolumeAppearance.h"
+#include "imaging/display/VolumeAppearance.h"
 
 #include <vtkNew.h>
 

@@ -1,7 +1,7 @@
 #include "imaging/rendering/VolumeView.h"
 
 #include "app/log/Logger.h"
-#include "imaging/Downsample.h"
+#include "imaging/display/Downsample.h"
 #include "imaging/rendering/OpenGlCapabilities.h"
 #include "imaging/rendering/VolumeScene.h"
 

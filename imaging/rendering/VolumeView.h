@@ -1,8 +1,8 @@
 #pragma once
 
 #include "imaging/Image.h"
-#include "imaging/OrientationLabels.h"
-#include "imaging/VolumeAppearance.h"
+#include "imaging/display/VolumeAppearance.h"
+#include "imaging/planes/OrientationLabels.h"
 #include "imaging/rendering/RenderWindowWidget.h"
 
 #include <QPointF>

@@ -1,4 +1,4 @@
-#include "imaging/CephalogramPose.h"
+#include "imaging/display/CephalogramPose.h"
 #include "SyntheticImage.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "imaging/DefaultWindow.h"
+#include "imaging/display/DefaultWindow.h"
 
 #include "tests/rendering/SyntheticImage.h"
 

@@ -1,4 +1,4 @@
-#include "imaging/Downsample.h"
+#include "imaging/display/Downsample.h"
 
 #include "tests/rendering/SyntheticImage.h"
 

@@ -1,4 +1,4 @@
-#include "imaging/ImageOrientation2D.h"
+#include "imaging/display/ImageOrientation2D.h"
 
 #include <gtest/gtest.h>
 

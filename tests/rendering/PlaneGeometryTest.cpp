@@ -1,7 +1,7 @@
-#include "imaging/PlaneGeometry.h"
+#include "imaging/planes/PlaneGeometry.h"
 
-#include "imaging/OrientationLabels.h"
-#include "imaging/ViewDirection.h"
+#include "imaging/planes/OrientationLabels.h"
+#include "imaging/planes/ViewDirection.h"
 #include "tests/rendering/SyntheticImage.h"
 
 #include <gtest/gtest.h>

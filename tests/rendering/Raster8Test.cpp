@@ -1,4 +1,4 @@
-#include "imaging/Raster8.h"
+#include "imaging/display/Raster8.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "imaging/SliceNavigationController.h"
+#include "imaging/planes/SliceNavigationController.h"
 
 #include "tests/rendering/SyntheticImage.h"
 

@@ -1,4 +1,4 @@
-#include "imaging/VolumeAppearance.h"
+#include "imaging/display/VolumeAppearance.h"
 
 #include "tests/rendering/SyntheticImage.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "imaging/ImageGeometry.h"
-#include "imaging/PlaneGeometry.h"
-#include "imaging/ViewDirection.h"
+#include "imaging/planes/PlaneGeometry.h"
+#include "imaging/planes/ViewDirection.h"
 
 #include <functional>
 #include <optional>

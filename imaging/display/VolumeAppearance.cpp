@@ -1,6 +1,6 @@
-#include "imaging/VolumeAppearance.h"
+#include "imaging/display/VolumeAppearance.h"
 
-#include "imaging/DefaultWindow.h"
+#include "imaging/display/DefaultWindow.h"
 
 #include <algorithm>
 #include <array>

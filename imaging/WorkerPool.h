@@ -16,4 +16,10 @@ void runOnAllCores(
 
 std::size_t workerCount(std::size_t count);
 
+/// The same for work that cannot fail on disjoint ranges that together cover 0 to count, handed out in steps
+/// of `grain`.
+void parallelFor(
+    std::size_t count, std::size_t grain,
+    const std::function<void(std::size_t begin, std::size_t end)>& body);
+
 } // namespace zorbel::imaging

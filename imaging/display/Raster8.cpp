@@ -1,8 +1,8 @@
-#include "imaging/Raster8.h"
+#include "imaging/display/Raster8.h"
 
-#include "imaging/DefaultWindow.h"
-#include "imaging/ParallelFor.h"
-#include "imaging/VisitVoxels.h"
+#include "imaging/WorkerPool.h"
+#include "imaging/display/DefaultWindow.h"
+#include "imaging/display/VisitVoxels.h"
 
 #include <algorithm>
 #include <array>

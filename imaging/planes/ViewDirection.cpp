@@ -1,4 +1,4 @@
-#include "imaging/ViewDirection.h"
+#include "imaging/planes/ViewDirection.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "imaging/OrientationLabels.h"
+#include "imaging/planes/OrientationLabels.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
-#include "imaging/DefaultWindow.h"
+#include "imaging/display/DefaultWindow.h"
 
-#include "imaging/VisitVoxels.h"
+#include "imaging/display/VisitVoxels.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/PlaneGeometry.h"
+#include "imaging/planes/PlaneGeometry.h"
 
 #include <string>
 

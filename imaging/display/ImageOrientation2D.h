@@ -1,7 +1,7 @@
 #pragma once
 
 #include "imaging/ImageMetadata.h"
-#include "imaging/OrientationLabels.h"
+#include "imaging/planes/OrientationLabels.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
-#include "imaging/Downsample.h"
+#include "imaging/display/Downsample.h"
 
-#include "imaging/ParallelFor.h"
-#include "imaging/VisitVoxels.h"
+#include "imaging/WorkerPool.h"
+#include "imaging/display/VisitVoxels.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,10 +1,11 @@
-#include "imaging/dicom/WorkerPool.h"
+#include "imaging/WorkerPool.h"
 
 #include "imaging/DicomSeriesReader.h"
 
 #include <algorithm>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -49,14 +50,26 @@ void runOnAllCores(
     };
 
     std::vector<std::jthread> threads;
-    for (std::size_t worker = 1; worker < workerCount(count); ++worker)
-        threads.emplace_back(work, worker);
+    try {
+        for (std::size_t worker = 1; worker < workerCount(count); ++worker)
+            threads.emplace_back(work, worker);
+    } catch (const std::system_error&) {
+        // No further thread to be had: those that run, and this one, do it all.
+    }
     work(0);
     threads.clear();
     if (failure)
         std::rethrow_exception(failure);
     if (cancel && *cancel)
         throw DicomReadCancelled();
+}
+
+void parallelFor(
+    std::size_t count, std::size_t grain, const std::function<void(std::size_t, std::size_t)>& body) {
+    const std::size_t step = std::max<std::size_t>(grain, 1);
+    runOnAllCores(
+        (count + step - 1) / step,
+        [&](std::size_t i, std::size_t) { body(i * step, std::min(count, (i + 1) * step)); }, nullptr, {});
 }
 
 } // namespace zorbel::imaging

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "imaging/ImageGeometry.h"
-#include "imaging/PlaneGeometry.h"
+#include "imaging/planes/PlaneGeometry.h"
 
 #include <string_view>
 

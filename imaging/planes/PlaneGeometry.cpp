@@ -1,4 +1,4 @@
-#include "imaging/PlaneGeometry.h"
+#include "imaging/planes/PlaneGeometry.h"
 
 #include <stdexcept>
 

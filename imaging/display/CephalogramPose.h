@@ -1,7 +1,7 @@
 #pragma once
 
 #include "imaging/Image.h"
-#include "imaging/ImageOrientation2D.h"
+#include "imaging/display/ImageOrientation2D.h"
 
 namespace zorbel::imaging {
 

@@ -1,6 +1,6 @@
-#include "imaging/CephalogramPose.h"
+#include "imaging/display/CephalogramPose.h"
 
-#include "imaging/Raster8.h"
+#include "imaging/display/Raster8.h"
 
 #include <cmath>
 
