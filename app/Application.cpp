@@ -9,6 +9,8 @@
 #include "app/StyleSheet.h"
 #include "app/log/FileSink.h"
 #include "app/log/Logger.h"
+#include "app/telemetry/TelemetryEmitter.h"
+#include "cache/SessionWorkspace.h"
 #include "imaging/rendering/RenderWindowWidget.h"
 #include "platform/CrashReporting.h"
 #include "platform/LinkProtocol.h"
@@ -29,7 +31,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <stdexcept>
+#include <string>
 
 namespace zorbel {
 
@@ -63,27 +65,45 @@ void applyLooks(QApplication& application) {
 }
 
 void openLog() {
+    auto& logger = Logger::instance();
     const auto folder = configFolder() / "logs";
     try {
         createPrivateFolder(folder);
-        Logger::instance().addSink(std::make_shared<FileSink>(folder / "zorbel-desktop.log"));
+        logger.addSink(std::make_shared<FileSink>(folder / "zorbel-desktop.log"));
     } catch (const std::exception&) {
         // Without a log the program still serves its user; there is nowhere to report this to.
     }
-    Logger::instance().setMinLevel(LogLevel::Info);
-    Logger::instance().info(
+    const bool everything = qEnvironmentVariable("ZORBEL_LOG_LEVEL") == QLatin1String("debug");
+    logger.setMinLevel(everything ? LogLevel::Debug : LogLevel::Info);
+    logger.info(
         component, "Zorbel Desktop Workstation starting",
         {{"platform", std::string(platformName())}, {"version", version}});
 }
 
-void installDiagnostics() {
-    const auto crashes = configFolder() / "crashes";
-    const bool installed = installCrashReporting(crashes, "ZorbelWorkstation", version);
-    openLog();
+std::filesystem::path crashFolder() {
+    return configFolder() / "crashes";
+}
+
+void logCrashReporting(bool installed) {
+    const QString folder = QString::fromStdU16String(crashFolder().u16string());
     if (installed)
-        Logger::instance().info(component, "Crash dumps are written to " + crashes.string());
+        Logger::instance().info(component, "Crash dumps are written to " + folder.toStdString());
     else
         Logger::instance().warn(component, "Crash reporting is unavailable; a fault will leave no dump");
+}
+
+/// The images of a session that crashed or was killed must not lie about, whether or not somebody signs in
+/// now.
+void removeLeftovers() {
+    const auto leftovers = SessionWorkspace::removeLeftovers();
+    if (leftovers.removed > 0)
+        Logger::instance().info(
+            "Storage", "Removed what ended sessions left behind",
+            {{"workspaces", std::to_string(leftovers.removed)}});
+    if (leftovers.kept > 0)
+        Logger::instance().warn(
+            "Storage", "What ended sessions left behind could not be removed",
+            {{"workspaces", std::to_string(leftovers.kept)}});
 }
 
 /// Null when the endpoint is refused, which the user has then been told.
@@ -104,39 +124,48 @@ std::shared_ptr<ZorbelApiClient> buildClient(const std::optional<LinkRequest>& l
     }
 }
 
-bool acquireSessionLock(SessionLock& lock) {
-    bool crashed = false;
+bool signIn(const std::shared_ptr<ZorbelApiClient>& client) {
+    LoginDialog login(client);
+    return login.exec() == QDialog::Accepted;
+}
+
+void takeSessionLock(const SessionLock& lock) {
+    if (lock.exists())
+        Logger::instance().warn(component, "Crash lock found — previous session did not exit cleanly");
     try {
-        crashed = lock.acquire();
+        lock.create();
     } catch (const std::exception& error) {
         Logger::instance().warn(component, "Session lock could not be written", {{"reason", error.what()}});
     }
-    if (crashed)
-        Logger::instance().warn(component, "Crash lock found — previous session did not exit cleanly");
-    return crashed;
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [lock] { lock.remove(); });
 }
 
-int runSession(const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link) {
+int runSession(
+    const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link,
+    TelemetryEmitter& telemetry) {
     QSettings settings;
     migrateSettings(settings);
+    const SessionLock lock(configFolder());
+    takeSessionLock(lock);
+    // Taken now: the user may sign out before the window closes.
+    const TelemetryEmitter::Payload context{
+        {"organizationId", client->profile().organizationId.toStdString()}};
 
-    SessionLock lock(configFolder());
-    acquireSessionLock(lock);
-    QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [&lock] { lock.remove(); });
+    MainWindow window(client);
+    QObject::connect(
+        &window, &MainWindow::sessionEnding, &window, [&telemetry] { telemetry.record("SESSION_END"); });
+    window.show();
+    QApplication::setQuitOnLastWindowClosed(true);
+    if (link)
+        QTimer::singleShot(
+            0, &window, [&window, uid = link->studyInstanceUID] { window.openLinkedStudy(uid); });
+    const int result = QApplication::exec();
 
-    int result = 0;
-    {
-        MainWindow window(client);
-        window.show();
-        QApplication::setQuitOnLastWindowClosed(true);
-        if (link)
-            QTimer::singleShot(
-                0, &window, [&window, uid = link->studyInstanceUID] { window.openLinkedStudy(uid); });
-        result = QApplication::exec();
-        lock.remove();
-        Logger::instance().info(component, "Zorbel Desktop Workstation exiting cleanly");
-        Logger::instance().flush();
-    }
+    lock.remove();
+    telemetry.record("app.shutdown", context);
+    telemetry.shutDown();
+    Logger::instance().info(component, "Zorbel Desktop Workstation exiting cleanly");
+    Logger::instance().flush();
     return result;
 }
 
@@ -149,7 +178,14 @@ int runApplication(int& argc, char** argv, const std::function<void(QApplication
     QApplication::setQuitOnLastWindowClosed(false);
     applyIdentity();
     applyLooks(application);
-    installDiagnostics();
+    if (applicationReady)
+        applicationReady(application);
+    const bool crashReporting = installCrashReporting(crashFolder(), "ZorbelWorkstation", version);
+    openLog();
+    TelemetryEmitter telemetry(TelemetryEmitter::endpointFromEnvironment());
+    telemetry.record("app.startup", {{"version", version}});
+    logCrashReporting(crashReporting);
+    removeLeftovers();
     if (!registerLinkProtocol(toPath(QCoreApplication::applicationFilePath())))
         Logger::instance().warn(component, "Unable to register the per-user zorbel-viewer link protocol");
     const auto link = LinkRequest::parse(application.arguments());
@@ -158,15 +194,13 @@ int runApplication(int& argc, char** argv, const std::function<void(QApplication
         Logger::instance().flush();
         return 2;
     }
-    if (applicationReady)
-        applicationReady(application);
-    LoginDialog login(client);
-    if (login.exec() != QDialog::Accepted) {
+    if (!signIn(client)) {
+        telemetry.shutDown();
         Logger::instance().info(component, "Viewer sign-in cancelled");
         Logger::instance().flush();
         return 0;
     }
-    return runSession(client, link);
+    return runSession(client, link, telemetry);
 }
 
 } // namespace zorbel

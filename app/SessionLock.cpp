@@ -9,12 +9,14 @@ namespace zorbel {
 SessionLock::SessionLock(const std::filesystem::path& folder)
     : folder_(folder), file_(folder / "session.lock") {}
 
-bool SessionLock::acquire() {
+bool SessionLock::exists() const {
     std::error_code ignored;
-    const bool crashed = std::filesystem::exists(file_, ignored);
+    return std::filesystem::exists(file_, ignored);
+}
+
+void SessionLock::create() const {
     createPrivateFolder(folder_);
     writePrivateFile(file_, {});
-    return crashed;
 }
 
 void SessionLock::remove() const {

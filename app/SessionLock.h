@@ -11,8 +11,9 @@ public:
     /// folder: where "session.lock" lies; it is created when needed.
     explicit SessionLock(const std::filesystem::path& folder);
 
-    /// Creates the file; true when one was there already. Throws std::system_error when it cannot be created.
-    bool acquire();
+    bool exists() const;
+    /// Creates the file. Throws std::system_error when that is not possible.
+    void create() const;
     /// Removes the file; may be called more than once.
     void remove() const;
 
