@@ -1,0 +1,258 @@
+#include "app/log/ILogSink.h"
+#include "app/log/Logger.h"
+#include "app/telemetry/TelemetryEmitter.h"
+#include "platform/SystemInfo.h"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace zorbel {
+namespace {
+
+using nlohmann::json;
+
+/// Takes batches on a loopback port, or refuses them, or keeps the sender waiting.
+class Collector {
+public:
+    Collector() {
+        server_.Post("/events", [this](const httplib::Request& request, httplib::Response& response) {
+            released_.wait();
+            const std::lock_guard lock(mutex_);
+            contentType_ = request.get_header_value("Content-Type");
+            if (refusing_) {
+                response.status = 500;
+                return;
+            }
+            batches_.push_back(json::parse(request.body));
+        });
+        port_ = server_.bind_to_any_port("127.0.0.1");
+        thread_ = std::thread([this] { server_.listen_after_bind(); });
+        while (!server_.is_running()) // a stop() before that would be lost
+            std::this_thread::yield();
+    }
+    ~Collector() {
+        release();
+        server_.stop();
+        thread_.join();
+    }
+
+    QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/events").arg(port_)); }
+    void refuse(bool refusing) {
+        const std::lock_guard lock(mutex_);
+        refusing_ = refusing;
+    }
+    /// Requests hang from now on.
+    void hold() {
+        promise_ = {};
+        released_ = promise_.get_future().share();
+        held_ = true;
+    }
+    void release() {
+        if (std::exchange(held_, false))
+            promise_.set_value();
+    }
+    std::vector<json> batches() const {
+        const std::lock_guard lock(mutex_);
+        return batches_;
+    }
+    std::string contentType() const {
+        const std::lock_guard lock(mutex_);
+        return contentType_;
+    }
+    /// The events' names in the order of their arrival.
+    std::vector<std::string> names() const {
+        std::vector<std::string> all;
+        for (const json& batch : batches())
+            for (const json& event : batch.at("events"))
+                all.push_back(event.at("event"));
+        return all;
+    }
+
+private:
+    static std::shared_future<void> ready() {
+        std::promise<void> promise;
+        promise.set_value();
+        return promise.get_future().share();
+    }
+
+    httplib::Server server_;
+    int port_ = 0;
+    mutable std::mutex mutex_;
+    bool refusing_ = false;
+    std::string contentType_;
+    std::vector<json> batches_;
+    bool held_ = false;
+    std::promise<void> promise_;
+    std::shared_future<void> released_ = ready();
+    std::thread thread_;
+};
+
+class LogLines : public ILogSink {
+public:
+    void write(const char* line, std::size_t length) override {
+        const std::lock_guard lock(mutex_);
+        lines_.emplace_back(line, length);
+    }
+    void flush() override {}
+    /// How often this message was logged with this count.
+    int times(const std::string& message, int count) const {
+        const std::string meta = "\"meta\":{\"count\":\"" + std::to_string(count) + "\"}";
+        const std::lock_guard lock(mutex_);
+        int found = 0;
+        for (const std::string& line : lines_)
+            found += line.find("\"component\":\"TelemetryEmitter\"") != std::string::npos &&
+                             line.find(message) != std::string::npos && line.find(meta) != std::string::npos
+                         ? 1
+                         : 0;
+        return found;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
+constexpr std::chrono::seconds patience(60);
+
+class TelemetryEmitterTest : public testing::Test {
+protected:
+    void SetUp() override { Logger::instance().addSink(log_); }
+    void TearDown() override { Logger::instance().removeSink(log_); }
+
+    static void recordMany(TelemetryEmitter& emitter, int first, int count) {
+        for (int i = first; i < first + count; ++i)
+            emitter.record("e" + std::to_string(i));
+    }
+    static std::vector<std::string> namesFrom(int first, int count) {
+        std::vector<std::string> names;
+        for (int i = first; i < first + count; ++i)
+            names.push_back("e" + std::to_string(i));
+        return names;
+    }
+
+    int argc_ = 1;
+    char name_[5] = "test";
+    char* argv_[2] = {name_, nullptr};
+    QCoreApplication application_{argc_, argv_};
+    Collector collector_;
+    std::shared_ptr<LogLines> log_ = std::make_shared<LogLines>();
+};
+
+TEST_F(TelemetryEmitterTest, stampsEventsAndSendsThemOnFlush) {
+    using namespace std::chrono;
+    const auto now = [] {
+        return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    };
+    TelemetryEmitter emitter(collector_.url());
+    const auto before = now();
+    emitter.record("app.startup", {{"version", "1.0.0"}});
+    emitter.record("SESSION_END");
+    ASSERT_TRUE(emitter.flush(patience));
+    ASSERT_EQ(collector_.batches().size(), 1U);
+    EXPECT_EQ(collector_.contentType(), "application/json");
+    const json events = collector_.batches().front().at("events");
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[0].at("event"), "app.startup");
+    EXPECT_EQ(events[0].at("payload"), (json{{"version", "1.0.0"}}));
+    EXPECT_EQ(events[1].at("payload"), json::object());
+    EXPECT_EQ(events[1].at("studyIdentifier"), "");
+    for (const json& event : events) {
+        EXPECT_EQ(event.at("source"), "desktop");
+        EXPECT_EQ(event.at("platform"), platformName());
+        EXPECT_GE(event.at("timestamp").get<std::int64_t>(), before);
+        EXPECT_LE(event.at("timestamp").get<std::int64_t>(), now());
+    }
+    EXPECT_EQ(log_->times("Flushed telemetry batch", 2), 1);
+}
+
+TEST_F(TelemetryEmitterTest, sendsByItselfOnceTwentyAreThere) {
+    TelemetryEmitter emitter(collector_.url());
+    recordMany(emitter, 0, 19);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200)); // would it send too early, it would now
+    EXPECT_TRUE(collector_.batches().empty());
+    recordMany(emitter, 19, 1);
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (collector_.batches().empty() && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(collector_.names(), namesFrom(0, 20));
+}
+
+TEST_F(TelemetryEmitterTest, triesFailedBatchesAgainInTheirOrder) {
+    TelemetryEmitter emitter(collector_.url());
+    collector_.refuse(true);
+    recordMany(emitter, 0, 3);
+    EXPECT_FALSE(emitter.flush(patience));
+    EXPECT_EQ(log_->times("Telemetry flush failed; queued for retry", 3), 1);
+    recordMany(emitter, 3, 1);
+    collector_.refuse(false);
+    EXPECT_TRUE(emitter.flush(patience));
+    EXPECT_EQ(collector_.names(), namesFrom(0, 4));
+    EXPECT_TRUE(emitter.flush(patience));
+    EXPECT_EQ(collector_.names().size(), 4U) << "sent once";
+}
+
+TEST_F(TelemetryEmitterTest, keepsTheNewestThousandOfWhatFailed) {
+    TelemetryEmitter emitter(collector_.url());
+    collector_.refuse(true);
+    for (int first = 0; first < 1010; first += 10) {
+        recordMany(emitter, first, 10);
+        EXPECT_FALSE(emitter.flush(patience));
+    }
+    collector_.refuse(false);
+    EXPECT_TRUE(emitter.flush(patience));
+    EXPECT_EQ(collector_.names(), namesFrom(10, 1000));
+    for (const json& batch : collector_.batches())
+        EXPECT_EQ(batch.at("events").size(), 20U);
+}
+
+TEST_F(TelemetryEmitterTest, aHangingServerHoldsUpNobody) {
+    collector_.hold();
+    TelemetryEmitter emitter(collector_.url());
+    recordMany(emitter, 0, 20);
+    recordMany(emitter, 20, 5); // returns although the first request hangs
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(emitter.flush(std::chrono::milliseconds(50)));
+    emitter.shutDown(std::chrono::milliseconds(50));
+    const auto took = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(took, std::chrono::seconds(8)) << "less than the request's own limit";
+    emitter.record("late");
+    collector_.release();
+}
+
+TEST_F(TelemetryEmitterTest, isOffWithoutAnAllowedAddress) {
+    qunsetenv("ZORBEL_TELEMETRY_URL");
+    TelemetryEmitter off(TelemetryEmitter::endpointFromEnvironment());
+    EXPECT_FALSE(off.isEnabled());
+    off.record("dropped");
+    EXPECT_TRUE(off.flush(patience));
+    off.shutDown();
+
+    const auto allowed = [](const char* address) {
+        qputenv("ZORBEL_TELEMETRY_URL", address);
+        const bool result = TelemetryEmitter::isAllowed(TelemetryEmitter::endpointFromEnvironment());
+        qunsetenv("ZORBEL_TELEMETRY_URL");
+        return result;
+    };
+    for (const char* good :
+         {"https://telemetry.zorbel.example/v1", "http://localhost:8080/", "http://127.0.0.1",
+          "HTTP://[::1]:9"})
+        EXPECT_TRUE(allowed(good)) << good;
+    for (const char* bad :
+         {"", "http://telemetry.zorbel.example", "http://localhost.evil.example", "ftp://localhost",
+          "https://", "file:///tmp/x", "localhost:8080", "http://127.0.0.2"})
+        EXPECT_FALSE(allowed(bad)) << bad;
+}
+
+} // namespace
+} // namespace zorbel
