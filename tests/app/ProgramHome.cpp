@@ -1,0 +1,115 @@
+#include "ProgramHome.h"
+
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QRegularExpression>
+
+namespace zorbel::test {
+
+namespace {
+
+const QString configuration = QStringLiteral("config/Quenmark/Zorbel Desktop Workstation/");
+
+QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+int Outcome::number(const char* word) const {
+    const auto match =
+        QRegularExpression(
+            QStringLiteral("^%1 (\\d+)$").arg(QLatin1String(word)), QRegularExpression::MultilineOption)
+            .match(output);
+    return match.hasMatch() ? match.captured(1).toInt() : -1;
+}
+
+bool waitForOutput(QProcess& process, const QByteArray& text) {
+    QElapsedTimer clock;
+    clock.start();
+    QByteArray output;
+    while (!output.contains(text) && clock.elapsed() < patienceMs) {
+        if (!process.waitForReadyRead(1000) && process.state() == QProcess::NotRunning)
+            return false;
+        output += process.readAll();
+    }
+    return output.contains(text);
+}
+
+ProgramHome::ProgramHome() : environment_(QProcessEnvironment::systemEnvironment()) {
+    const auto folder = [this](const char* name) {
+        QDir().mkpath(path(name));
+        return path(name);
+    };
+    environment_.insert(QStringLiteral("HOME"), folder("home"));
+    environment_.insert(QStringLiteral("XDG_CONFIG_HOME"), folder("config"));
+    environment_.insert(QStringLiteral("XDG_CACHE_HOME"), folder("cache"));
+    environment_.insert(QStringLiteral("XDG_DATA_HOME"), folder("data"));
+    environment_.insert(QStringLiteral("TMPDIR"), folder("temp"));
+    environment_.remove(QStringLiteral("ZORBEL_TELEMETRY_URL"));
+}
+
+void ProgramHome::set(const char* variable, const char* value) {
+    environment_.insert(QString::fromLatin1(variable), QString::fromLatin1(value));
+}
+
+std::unique_ptr<QProcess> ProgramHome::start(const QString& program, const QStringList& arguments) const {
+    auto process = std::make_unique<QProcess>();
+    process->setProcessEnvironment(environment_);
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->start(program, arguments);
+    return process;
+}
+
+Outcome ProgramHome::run(const QString& program, const QStringList& arguments) const {
+    const auto process = start(program, arguments);
+    Outcome outcome;
+    if (process->waitForFinished(patienceMs) && process->exitStatus() == QProcess::NormalExit)
+        outcome.code = process->exitCode();
+    outcome.output = QString::fromUtf8(process->readAll());
+    return outcome;
+}
+
+QString ProgramHome::log() const {
+    return QString::fromUtf8(
+        contents(folder_.filePath(configuration + QStringLiteral("logs/zorbel-desktop.log"))));
+}
+
+QStringList ProgramHome::logLines() const {
+    const QStringList lines = log().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return lines.isEmpty() ? QStringList{QString()} : lines;
+}
+
+bool ProgramHome::hasSessionLock() const {
+    return QFile::exists(folder_.filePath(configuration + QStringLiteral("session.lock")));
+}
+
+QStringList ProgramHome::workspaces() const {
+    return QDir(path("temp")).entryList({QStringLiteral("zorbel-viewer-session-*")});
+}
+
+QStringList ProgramHome::secretsFound(const QStringList& words, const QString& email) const {
+    QStringList found;
+    // The demo service's tokens are 64 hexadecimal digits.
+    static const QRegularExpression token(QStringLiteral("Bearer|(?<![0-9a-f])[0-9a-f]{64}(?![0-9a-f])"));
+    QDirIterator files(folder_.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString name = files.next();
+        QString text = QString::fromLatin1(contents(name));
+        for (const QString& word : words)
+            if (text.contains(word, Qt::CaseInsensitive))
+                found += name + QStringLiteral(": ") + word;
+        const auto match = token.match(text);
+        if (match.hasMatch())
+            found += name + QStringLiteral(": ") + match.captured();
+        if (name.endsWith(QStringLiteral("/Zorbel Desktop Workstation.conf")))
+            text.remove(QStringLiteral("lastEmail=") + email);
+        if (text.contains(email, Qt::CaseInsensitive))
+            found += name + QStringLiteral(": ") + email;
+    }
+    return found;
+}
+
+} // namespace zorbel::test

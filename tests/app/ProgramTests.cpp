@@ -1,0 +1,148 @@
+#include "ProgramHome.h"
+#include "demo/DemoAccounts.h"
+#include "demo/DemoService.h"
+#include "demo/DicomFile.h"
+#include "demo/PhantomStudies.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include <csignal>
+
+namespace zorbel::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const QString crashLock = QStringLiteral("Crash lock found — previous session did not exit cleanly");
+const QString cleanExit = QStringLiteral("Zorbel Desktop Workstation exiting cleanly");
+
+/// The program in folders of its own, against a service with one study that takes a while to download.
+class ProgramTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        service_ = std::make_unique<demo::DemoService>();
+        service_->start();
+        QTemporaryDir files;
+        demo::writeBenchSeries(files.path().toStdString(), 60, 128);
+        ASSERT_EQ(service_->uploadFolder(files.path().toStdString()).stored, 60U);
+    }
+    static void TearDownTestSuite() { service_.reset(); }
+
+    void SetUp() override {
+        service_->clearFaults();
+        home_.set("ZORBEL_API_BASE_URL", service_->baseUrl().c_str());
+        home_.set("ZORBEL_DEMO_ACCOUNT", demo::readerAccount.email);
+        home_.set("ZORBEL_DEMO_PASSWORD", demo::readerAccount.password);
+        home_.set("ZORBEL_LOG_LEVEL", "debug");
+    }
+    void TearDown() override {
+        const QStringList findings = home_.secretsFound(
+            {QString::fromLatin1(demo::readerAccount.password), QStringLiteral("Phantom")},
+            QString::fromLatin1(demo::readerAccount.email));
+        EXPECT_TRUE(findings.isEmpty()) << findings.join(QLatin1Char('\n')).toStdString();
+    }
+
+    Outcome play(const char* script, const QStringList& arguments = {}) {
+        const Outcome outcome = home_.run(
+            QStringLiteral(ZORBEL_SCRIPTED_VIEWER), QStringList{QString::fromLatin1(script)} + arguments);
+        std::printf("[%s] %s", script, qPrintable(outcome.output));
+        return outcome;
+    }
+    /// Every request for images gets about one slice of 32 KiB in a second.
+    void slowDown() {
+        service_->setFault(demo::Fault::throttle("*/viewer-proxy/*dicom-web*", 40'000));
+        service_->setFault(demo::Fault::throttle("*/viewer-proxy/instances/*", 40'000));
+    }
+    void expectCleanEnd() {
+        EXPECT_TRUE(home_.logLines().last().contains(cleanExit)) << home_.log().toStdString();
+        EXPECT_FALSE(home_.hasSessionLock());
+        EXPECT_TRUE(home_.workspaces().isEmpty());
+    }
+
+    static inline std::unique_ptr<demo::DemoService> service_;
+    ProgramHome home_;
+};
+
+TEST_F(ProgramTest, refusesAnInsecureServiceWithAMessage) {
+    home_.set("ZORBEL_API_BASE_URL", "http://example.com");
+    const Outcome outcome = play("dismiss-message");
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral("TITLE Zorbel Viewer configuration\n")));
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral(
+        "TEXT The secure API endpoint is invalid.||Zorbel API URL must use HTTPS (HTTP is allowed only for "
+        "loopback development)\n")));
+    EXPECT_FALSE(home_.hasSessionLock());
+}
+
+TEST_F(ProgramTest, endsWithZeroWhenTheSignInIsCancelled) {
+    EXPECT_EQ(play("cancel-sign-in").code, 0);
+    const QStringList lines = home_.logLines();
+    EXPECT_TRUE(lines.first().contains(QStringLiteral("Zorbel Desktop Workstation starting")));
+    EXPECT_TRUE(lines.last().contains(QStringLiteral("Viewer sign-in cancelled")));
+    EXPECT_FALSE(home_.hasSessionLock());
+}
+
+TEST_F(ProgramTest, opensTheLinkedStudyAfterSignIn) {
+    const auto studies = demo::uidOf("study of bench 60 128");
+    const QString uid = QString::fromStdString(studies);
+    const Outcome outcome =
+        play("linked-study", {QStringLiteral("zorbel-viewer://report?studyInstanceUID=") + uid});
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral("Zorbel Cloud: ") + uid));
+    EXPECT_FALSE(home_.log().contains(crashLock));
+    expectCleanEnd();
+}
+
+TEST_F(ProgramTest, cancelInADownloadGivesTheWindowBackAndRemovesTheFiles) {
+    slowDown();
+    const Outcome outcome = play("cancel-download");
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral("ALL-LOADS-GONE")));
+    EXPECT_LT(outcome.number("USABLE-AFTER-MS"), 1000);
+    expectCleanEnd();
+}
+
+TEST_F(ProgramTest, closingTheWindowInADownloadEndsSoonAndLeavesNothing) {
+    slowDown();
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(play("close-in-download").code, 0);
+    EXPECT_LT(clock.elapsed(), 45'000) << "the download itself takes longer";
+    expectCleanEnd();
+}
+
+TEST_F(ProgramTest, theNextStartNoticesAKilledSessionAndRemovesItsImages) {
+    slowDown();
+    {
+        const auto process =
+            home_.start(QStringLiteral(ZORBEL_SCRIPTED_VIEWER), {QStringLiteral("stay-in-download")});
+        ASSERT_TRUE(waitForOutput(*process, "DOWNLOADING"));
+        // Another start while that one runs takes nothing away from it.
+        EXPECT_EQ(play("cancel-sign-in").code, 0);
+        EXPECT_EQ(home_.workspaces().size(), 1);
+        ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
+        ASSERT_TRUE(process->waitForFinished(patienceMs));
+    }
+    EXPECT_TRUE(home_.hasSessionLock());
+    EXPECT_EQ(home_.workspaces().size(), 1) << "nothing to clean up, so nothing was tried";
+
+    service_->clearFaults();
+    EXPECT_EQ(play("sign-in").code, 0);
+    EXPECT_TRUE(home_.log().contains(crashLock));
+    EXPECT_TRUE(home_.log().contains(QStringLiteral("Removed what ended sessions left behind")));
+    expectCleanEnd();
+}
+
+} // namespace
+} // namespace zorbel::test
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,196 @@
+#include "app/Application.h"
+#include "viewer/MainWindow.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+// The whole program, used by a script instead of a person:
+//   scripted-viewer SCRIPT [ARGUMENT OF THE PROGRAM]…
+// Says on standard output what it saw. Exit code: the program's, or 99 when a step was not reached in time.
+
+namespace zorbel {
+namespace {
+
+constexpr int patienceMs = 120'000;
+constexpr int notReached = 99;
+
+void say(const char* what, const QString& value = {}) {
+    std::printf("%s %s\n", what, qPrintable(value));
+    std::fflush(stdout);
+}
+
+template <class Widget = QWidget>
+Widget* visible(const char* name) {
+    for (QWidget* window : QApplication::topLevelWidgets())
+        for (auto* child : window->findChildren<Widget*>(QString::fromLatin1(name)))
+            if (child->isVisible())
+                return child;
+    return nullptr;
+}
+
+MainWindow* mainWindow() {
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (auto* main = qobject_cast<MainWindow*>(window); main && main->isVisible())
+            return main;
+    return nullptr;
+}
+
+QMessageBox* messageBox() {
+    return qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+}
+
+/// DICOM files of one load ("load-1") or of all in the temporary folder.
+int filesOf(const QString& load) {
+    int count = 0;
+    QDirIterator files(QDir::tempPath(), QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        count += files.next().contains(QStringLiteral("/") + load) ? 1 : 0;
+    return count;
+}
+
+class Script : public QObject {
+public:
+    explicit Script(const QString& name) {
+        if (name == QLatin1String("dismiss-message"))
+            planMessage();
+        else if (name == QLatin1String("cancel-sign-in"))
+            add([] { return visible("loginSubmit"); }, [] { close("loginSubmit"); });
+        else {
+            planSignIn();
+            if (name == QLatin1String("linked-study"))
+                planLinkedStudy();
+            if (name == QLatin1String("cancel-download"))
+                planCancel();
+            if (name == QLatin1String("close-in-download"))
+                planDownload();
+            if (name == QLatin1String("stay-in-download")) {
+                planDownload();
+                add([] { return true; }, [] { say("DOWNLOADING"); });
+                add([] { return false; }, [] {});
+            }
+            add([] { return true; }, [] { mainWindow()->close(); });
+        }
+        connect(&timer_, &QTimer::timeout, this, &Script::poll);
+        timer_.start(10);
+    }
+
+private:
+    void add(std::function<bool()> ready, std::function<void()> act) {
+        steps_.emplace_back(std::move(ready), std::move(act));
+    }
+    static void close(const char* child) { visible(child)->window()->close(); }
+    static void openFirstStudy() {
+        auto* list = visible<QListWidget>("studyList");
+        const QPoint position = list->visualItemRect(list->item(0)).center();
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::NoModifier, position);
+        QTest::mouseDClick(list->viewport(), Qt::LeftButton, Qt::NoModifier, position);
+    }
+
+    void planMessage() {
+        add([] { return messageBox() != nullptr; },
+            [] {
+                say("TITLE", messageBox()->windowTitle());
+                say("TEXT", messageBox()->text().replace(QLatin1Char('\n'), QLatin1Char('|')));
+                QTest::mouseClick(messageBox()->button(QMessageBox::Ok), Qt::LeftButton);
+            });
+    }
+    void planSignIn() {
+        add([] { return visible("loginSubmit"); },
+            [] {
+                auto* email = visible("loginEmail");
+                QTest::keyClick(email, Qt::Key_A, Qt::ControlModifier);
+                QTest::keyClicks(email, qEnvironmentVariable("ZORBEL_DEMO_ACCOUNT"));
+                auto* password = visible("loginPassword");
+                QTest::keyClicks(password, qEnvironmentVariable("ZORBEL_DEMO_PASSWORD"));
+                QTest::keyClick(password, Qt::Key_Return);
+            });
+        add(
+            [] {
+                const auto* list = visible<QListWidget>("studyList");
+                return mainWindow() && list && list->count() > 0;
+            },
+            [] { say("SIGNED-IN"); });
+    }
+    void planLinkedStudy() {
+        add(
+            [] {
+                const auto* source = visible<QLabel>("statusSource");
+                return source && !source->text().isEmpty();
+            },
+            [] { say("SOURCE", visible<QLabel>("statusSource")->text()); });
+    }
+    void planDownload() {
+        add([] { return true; }, [] { openFirstStudy(); });
+        add([] { return visible("loadingOverlay") && filesOf(QStringLiteral("load-")) > 0; }, [] {});
+    }
+    void planCancel() {
+        planDownload();
+        add([] { return true; },
+            [this] {
+                clock_.start();
+                QTest::mouseClick(visible("loadingCancel"), Qt::LeftButton);
+            });
+        add([] { return !visible("loadingOverlay"); }, [] { openFirstStudy(); });
+        add([] { return visible("loadingOverlay") != nullptr; },
+            [this] { say("USABLE-AFTER-MS", QString::number(clock_.elapsed())); });
+        add([] { return filesOf(QStringLiteral("load-1/")) == 0 && filesOf(QStringLiteral("load-2/")) > 0; },
+            [this] {
+                say("FIRST-LOAD-GONE-AFTER-MS", QString::number(clock_.elapsed()));
+                QTest::mouseClick(visible("loadingCancel"), Qt::LeftButton);
+            });
+        add([] { return filesOf(QStringLiteral("load-")) == 0; }, [] { say("ALL-LOADS-GONE"); });
+    }
+
+    void poll() {
+        if (next_ == steps_.size())
+            return;
+        if (!steps_[next_].first()) {
+            if (!sinceStep_.isValid())
+                sinceStep_.start();
+            if (sinceStep_.elapsed() > patienceMs) {
+                say("NOT-REACHED", QString::number(next_));
+                std::_Exit(notReached);
+            }
+            return;
+        }
+        sinceStep_.invalidate();
+        const auto act = steps_[next_++].second;
+        act();
+    }
+
+    std::vector<std::pair<std::function<bool()>, std::function<void()>>> steps_;
+    std::size_t next_ = 0;
+    QElapsedTimer sinceStep_;
+    QElapsedTimer clock_;
+    QTimer timer_;
+};
+
+} // namespace
+} // namespace zorbel
+
+int main(int argc, char** argv) {
+    if (argc < 2)
+        return 2;
+    const QString name = QString::fromLocal8Bit(argv[1]);
+    // The program sees its own arguments alone.
+    for (int i = 1; i < argc; ++i)
+        argv[i] = argv[i + 1];
+    --argc;
+    std::unique_ptr<zorbel::Script> script;
+    return zorbel::runApplication(
+        argc, argv, [&](QApplication&) { script = std::make_unique<zorbel::Script>(name); });
+}
