@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
+#include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
 #include <QStatusBar>
@@ -34,7 +35,7 @@ MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, QWidget* parent)
     setObjectName(QStringLiteral("mainWindow"));
     setWindowTitle(QStringLiteral("Zorbel Diagnostic Viewer — %1").arg(QStringLiteral("Clinical Workspace")));
     setMinimumSize(1100, 700);
-    resize(1440, 900);
+    resize(QSize(1440, 900).boundedTo(screen()->availableSize()));
     loader_ = new StudyLoadController(client_, this);
     buildWorkspace();
     buildToolBar();

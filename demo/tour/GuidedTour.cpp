@@ -283,7 +283,7 @@ void GuidedTour::openRow(int row) {
 
 bool GuidedTour::studyShown() const {
     const auto* volume = qobject_cast<imaging::VolumeView*>(visible("volumeView"));
-    return displayed_ && (!volume || stillVolume_ || !volume->notice().isEmpty());
+    return displayed_ && (!volume || stillVolume_ || (!volume->isReady() && !volume->notice().isEmpty()));
 }
 
 } // namespace zorbel

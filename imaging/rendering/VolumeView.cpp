@@ -286,16 +286,16 @@ double VolumeView::imageStep(bool still) const {
     }
     const double pixels = width() * height() * devicePixelRatioF() * devicePixelRatioF();
     const double full = costPerRay_ * pixels;
-    return still ? std::clamp(std::sqrt(full / stillRayStep / stillMilliseconds), lowest, 6.0)
-                 : std::clamp(std::sqrt(full / movingRayStep / movingMilliseconds), lowest, 8.0);
+    const double step = still ? std::clamp(std::sqrt(full / stillRayStep / stillMilliseconds), lowest, 6.0)
+                              : std::clamp(std::sqrt(full / movingRayStep / movingMilliseconds), lowest, 8.0);
+    // Half steps keep VTK from making new buffers with every frame.
+    return std::ceil(step * 2.0) / 2.0;
 }
 
 void VolumeView::prepareFrame(const QSize&) {
     if (!scene_)
         return;
-    // Whole steps keep VTK from making new buffers with every frame.
-    const double step = std::ceil(imageStep(still_) * 2.0) / 2.0;
-    scene_->setQuality(step, still_ ? stillRayStep : movingRayStep);
+    scene_->setQuality(imageStep(still_), still_ ? stillRayStep : movingRayStep);
     renderer()->ResetCameraClippingRange();
 }
 
@@ -312,9 +312,9 @@ void VolumeView::finishFrame() {
         }
         return;
     }
+    const double step = imageStep(still_);
     // The first frame builds shaders and textures.
     if (++framesOfVolume_ > 1) {
-        const double step = std::ceil(imageStep(still_) * 2.0) / 2.0;
         const double pixels = width() * height() * devicePixelRatioF() * devicePixelRatioF();
         const double rays = std::max(pixels / (step * step), 1.0) / (still_ ? stillRayStep : movingRayStep);
         const double cost = lastFrameMilliseconds() / rays;
@@ -322,6 +322,10 @@ void VolumeView::finishFrame() {
     }
     if (!still_)
         return;
+    if (imageStep(true) < step) { // cheaper than the frames before had let expect: a finer one is affordable
+        rest_.start();
+        return;
+    }
     // Not for a volume that has gone until then.
     const auto announce = [this, drawn = scene_.get()] {
         if (scene_.get() == drawn)
