@@ -1,4 +1,5 @@
 #include "ProgramHome.h"
+#include "TelemetryCollector.h"
 #include "demo/DemoAccounts.h"
 #include "demo/DemoService.h"
 #include "demo/DicomFile.h"
@@ -96,6 +97,19 @@ TEST_F(ProgramTest, opensTheLinkedStudyAfterSignIn) {
     EXPECT_TRUE(outcome.output.contains(QStringLiteral("Zorbel Cloud: ") + uid));
     EXPECT_FALSE(home_.log().contains(crashLock));
     expectCleanEnd();
+}
+
+TEST_F(ProgramTest, tellsTelemetryOfItsSessionButNotWhoseItIs) {
+    const TelemetryCollector collector;
+    home_.set("ZORBEL_TELEMETRY_URL", collector.url().toString().toUtf8());
+    EXPECT_EQ(play("sign-in").code, 0);
+    expectCleanEnd();
+    EXPECT_EQ(collector.names(), (std::vector<std::string>{"app.startup", "SESSION_END", "app.shutdown"}));
+    for (const auto& batch : collector.batches())
+        for (const std::string& personal :
+             {std::string(demo::readerAccount.email), std::string(demo::readerAccount.id),
+              std::string(demo::readerAccount.name)})
+            EXPECT_EQ(batch.dump().find(personal), std::string::npos) << batch.dump();
 }
 
 TEST_F(ProgramTest, cancelInADownloadGivesTheWindowBackAndRemovesTheFiles) {

@@ -1,3 +1,4 @@
+#include "TelemetryCollector.h"
 #include "app/log/ILogSink.h"
 #include "app/log/Logger.h"
 #include "app/telemetry/TelemetryEmitter.h"
@@ -6,11 +7,9 @@
 #include <QCoreApplication>
 
 #include <gtest/gtest.h>
-#include <httplib.h>
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -21,82 +20,7 @@ namespace zorbel {
 namespace {
 
 using nlohmann::json;
-
-/// Takes batches on a loopback port, or refuses them, or keeps the sender waiting.
-class Collector {
-public:
-    Collector() {
-        server_.Post("/events", [this](const httplib::Request& request, httplib::Response& response) {
-            released_.wait();
-            const std::lock_guard lock(mutex_);
-            contentType_ = request.get_header_value("Content-Type");
-            if (refusing_) {
-                response.status = 500;
-                return;
-            }
-            batches_.push_back(json::parse(request.body));
-        });
-        port_ = server_.bind_to_any_port("127.0.0.1");
-        thread_ = std::thread([this] { server_.listen_after_bind(); });
-        while (!server_.is_running()) // a stop() before that would be lost
-            std::this_thread::yield();
-    }
-    ~Collector() {
-        release();
-        server_.stop();
-        thread_.join();
-    }
-
-    QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/events").arg(port_)); }
-    void refuse(bool refusing) {
-        const std::lock_guard lock(mutex_);
-        refusing_ = refusing;
-    }
-    /// Requests hang from now on.
-    void hold() {
-        promise_ = {};
-        released_ = promise_.get_future().share();
-        held_ = true;
-    }
-    void release() {
-        if (std::exchange(held_, false))
-            promise_.set_value();
-    }
-    std::vector<json> batches() const {
-        const std::lock_guard lock(mutex_);
-        return batches_;
-    }
-    std::string contentType() const {
-        const std::lock_guard lock(mutex_);
-        return contentType_;
-    }
-    /// The events' names in the order of their arrival.
-    std::vector<std::string> names() const {
-        std::vector<std::string> all;
-        for (const json& batch : batches())
-            for (const json& event : batch.at("events"))
-                all.push_back(event.at("event"));
-        return all;
-    }
-
-private:
-    static std::shared_future<void> ready() {
-        std::promise<void> promise;
-        promise.set_value();
-        return promise.get_future().share();
-    }
-
-    httplib::Server server_;
-    int port_ = 0;
-    mutable std::mutex mutex_;
-    bool refusing_ = false;
-    std::string contentType_;
-    std::vector<json> batches_;
-    bool held_ = false;
-    std::promise<void> promise_;
-    std::shared_future<void> released_ = ready();
-    std::thread thread_;
-};
+using test::TelemetryCollector;
 
 class LogLines : public ILogSink {
 public:
@@ -145,7 +69,7 @@ protected:
     char name_[5] = "test";
     char* argv_[2] = {name_, nullptr};
     QCoreApplication application_{argc_, argv_};
-    Collector collector_;
+    TelemetryCollector collector_;
     std::shared_ptr<LogLines> log_ = std::make_shared<LogLines>();
 };
 
