@@ -1,4 +1,5 @@
 #include "imaging/dicom/FrameDecoder.h"
+#include "imaging/dicom/JpegHead.h"
 
 #include <gdcmByteValue.h>
 #include <gdcmDataElement.h>
@@ -24,6 +25,7 @@ namespace zorbel::imaging {
 namespace {
 
 constexpr auto damaged = "the compressed pixel data is damaged";
+constexpr auto otherImage = "the compressed pixel data does not match the image size";
 
 gdcm::DataElement encapsulate(const std::vector<std::byte>& stream) {
     std::vector<char> padded(stream.size() + stream.size() % 2, '\0');
@@ -55,40 +57,6 @@ bool endsProperly(const std::vector<std::byte>& stream) {
     return false;
 }
 
-/// What a JPEG stream says of itself ahead of its data.
-struct JpegHead {
-    unsigned precision = 0; ///< bits a sample; 0 when there is no frame header
-    bool lossy = false;
-    std::optional<Photometric> colors; ///< by a JFIF or Adobe marker
-};
-
-JpegHead readJpegHead(const std::vector<std::byte>& stream) {
-    const auto at = [&stream](std::size_t i) { return std::to_integer<unsigned>(stream[i]); };
-    const auto holds = [&](std::size_t position, std::string_view text) {
-        return position + text.size() <= stream.size() &&
-               std::memcmp(stream.data() + position, text.data(), text.size()) == 0;
-    };
-    JpegHead head;
-    std::size_t position = 2;
-    while (position + 4 < stream.size() && at(position) == 0xff && head.precision == 0) {
-        const unsigned marker = at(position + 1);
-        if (marker == 0xff) { // fill byte
-            ++position;
-            continue;
-        }
-        if (marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc) {
-            head.precision = at(position + 4);
-            head.lossy = marker <= 0xc2;
-        } else if (marker == 0xe0 && holds(position + 4, std::string_view("JFIF", 5))) {
-            head.colors = Photometric::YbrFull;
-        } else if (marker == 0xee && holds(position + 4, "Adobe") && position + 15 < stream.size()) {
-            head.colors = at(position + 15) == 0 ? Photometric::Rgb : Photometric::YbrFull;
-        }
-        position += 2 + (at(position + 2) << 8 | at(position + 3));
-    }
-    return head;
-}
-
 gdcm::PixelFormat pixelFormat(const StoredFormat& format) {
     return gdcm::PixelFormat(
         static_cast<unsigned short>(format.samples), static_cast<unsigned short>(format.bitsAllocated),
@@ -115,7 +83,14 @@ gdcm::PhotometricInterpretation photometric(const DicomFileHeader& header) {
 template <class Codec>
 void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, DecodedFrame& frame) {
     gdcm::PixelFormat pixels = pixelFormat(header.format);
-    const JpegHead head = readJpegHead(frame.scratch);
+    constexpr bool isJpeg = std::is_same_v<Codec, gdcm::JPEGCodec>;
+    JpegHead head;
+    if (isJpeg) {
+        head = readJpegHead(frame.scratch);
+        if (head.rows != header.rows || head.columns != header.columns ||
+            head.components != header.format.samples)
+            throw std::runtime_error(otherImage);
+    }
     const std::vector<unsigned int> size{
         static_cast<unsigned>(header.columns), static_cast<unsigned>(header.rows)};
     {
@@ -123,7 +98,7 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
         Codec probe;
         probe.SetPixelFormat(pixels);
         // The codec tries the precisions in turn and complains of each that fails, unless told the right one.
-        if (const unsigned bits = head.precision; std::is_same_v<Codec, gdcm::JPEGCodec> && bits > 0)
+        if (const unsigned bits = head.precision; isJpeg)
             probe.SetPixelFormat(gdcm::PixelFormat(
                 static_cast<unsigned short>(header.format.samples),
                 bits > 12  ? 16
@@ -137,11 +112,14 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
             throw std::runtime_error(damaged);
         if (probe.GetDimensions()[0] != size[0] || probe.GetDimensions()[1] != size[1] ||
             probe.GetPixelFormat().GetSamplesPerPixel() != header.format.samples)
-            throw std::runtime_error("the compressed pixel data does not match the image size");
+            throw std::runtime_error(otherImage);
         if (probe.GetPixelFormat().GetBitsAllocated() != pixels.GetBitsAllocated()) {
             pixels = probe.GetPixelFormat();
             pixels.SetPixelRepresentation(header.format.isSigned ? 1 : 0);
         }
+        // Fewer stored bits than these end the program in an assertion; whoever reads the samples masks them.
+        if (isJpeg && pixels.GetBitsAllocated() == 8)
+            pixels.SetBitsStored(8);
     }
     Codec codec;
     codec.SetNumberOfDimensions(2);
@@ -167,7 +145,7 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
         frame.format.highBit = result.GetHighBit();
     }
     // Many files with lossy JPEG are labelled RGB for what they show, not for what the stream holds.
-    if (std::is_same_v<Codec, gdcm::JPEGCodec> && head.lossy && head.colors && header.format.samples == 3)
+    if (isJpeg && head.lossy && head.colors && header.format.samples == 3)
         frame.photometric = *head.colors;
     frame.format.planar = codec.GetPlanarConfiguration() == 1 && header.format.samples > 1;
 }

@@ -72,10 +72,17 @@ public:
             static_cast<std::uint16_t>(integer(bytes.data() + 2, 2, encoding.bigEndian))};
         head.length = integer(bytes.data() + 4, 4, encoding.bigEndian);
         head.value = position + 8;
-        // Some writers slip elements without a type among the others; read as such, their length must make
-        // sense.
-        if (!encoding.explicitVr || head.tag.group == 0xfffe || !isUpper(bytes[4]) || !isUpper(bytes[5]))
+        if (!encoding.explicitVr || head.tag.group == 0xfffe)
             return head;
+        if (!isUpper(bytes[4]) || !isUpper(bytes[5])) {
+            // Some writers slip elements without a type among the others; some write blanks, zeros or "??"
+            // for a type they do not know, and a short length behind it.
+            const std::uint32_t behindType = integer(bytes.data() + 6, 2, encoding.bigEndian);
+            if (head.length != undefinedLength && !followedByLarger(head, head.length, encoding) &&
+                followedByLarger(head, behindType, encoding))
+                head.length = behindType;
+            return head;
+        }
         head.vr.assign({static_cast<char>(bytes[4]), static_cast<char>(bytes[5])});
         constexpr std::string_view longForms = "OB OD OF OL OV OW SQ SV UC UN UR UT UV";
         if (longForms.find(head.vr) == std::string_view::npos) {
@@ -119,6 +126,15 @@ public:
     }
 
 private:
+    /// Whether, behind a value of that length, the data set goes on in the ascending order of its tags.
+    bool followedByLarger(const Head& head, std::uint32_t length, Encoding encoding) {
+        std::array<unsigned char, 4> next{};
+        if (!source_.read(head.value + length, next.data(), next.size()))
+            return head.value + length == source_.size();
+        return Tag{static_cast<std::uint16_t>(integer(next.data(), 2, encoding.bigEndian)),
+                   static_cast<std::uint16_t>(integer(next.data() + 2, 2, encoding.bigEndian))} > head.tag;
+    }
+
     /// Leaves position behind the value.
     DataElement
     value(const Head& head, std::uint64_t& position, std::uint64_t end, Encoding encoding, int depth) {
@@ -127,6 +143,11 @@ private:
         position = head.value;
         if (head.value > end || (!open && head.length > end - head.value))
             throw std::runtime_error(damaged);
+        // Private sequences are nobody's concern here, and some of them are no sequences within.
+        if (head.tag.group % 2 == 1 && !open) {
+            position += head.length;
+            return element;
+        }
         // What has no type here is a sequence if it begins like one (PS3.5 6.2.2 for UN).
         const bool untyped = head.vr.empty() || head.vr == "UN";
         if (head.vr == "SQ" || open || (untyped && beginsItem(head, encoding))) {
@@ -138,8 +159,6 @@ private:
             return element;
         }
         position += head.length;
-        if (head.tag.group % 2 == 1)
-            return element;
         element.value.resize(head.length);
         if (!source_.read(head.value, element.value.data(), head.length))
             throw std::runtime_error(damaged);

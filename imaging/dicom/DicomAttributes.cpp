@@ -19,6 +19,9 @@ std::optional<double> parseNumber(std::string_view value) {
     std::string text = trimmed(value);
     if (text.starts_with('+'))
         text.erase(0, 1);
+    // Written by programs that print numbers as their country does; the standard knows no other comma.
+    if (const auto comma = text.find(','); comma != std::string::npos && text.find('.') == std::string::npos)
+        text[comma] = '.';
     double result = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), result);
     if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(result))

@@ -162,6 +162,12 @@ void readFrames(const DicomAttributes& root, std::size_t frameCount, DicomFileHe
     common.pixelSpacing = readSpacing(root, {0x0028, 0x0030});
     common.sliceSpacing = readSliceSpacing(root);
     common.windows = readWindows(root);
+    // Nuclear medicine: one place for each detector; the first holds for reconstructed slices.
+    if (const auto detectors = root.items({0x0054, 0x0022});
+        !detectors.empty() && !common.position && !common.orientation) {
+        common.position = readPosition(detectors.front());
+        common.orientation = readOrientation(detectors.front());
+    }
     readRescale(root, common);
     if (const auto scaling = root.number({0x3004, 0x000e}); scaling && *scaling > 0.0)
         common.rescale = {*scaling, 0.0};

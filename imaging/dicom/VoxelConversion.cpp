@@ -189,10 +189,8 @@ VoxelPlan planVoxels(const ImageBlock& block) {
             return {VoxelType::Float32, 1, false};
         widen(possible, possibleRange(*frame.header, frame.rescale));
     }
-    VoxelPlan plan = planVoxelsFor(possible);
-    if (bytesPerComponent(plan.type) > 2)
-        plan.type = VoxelType::Int16;
-    return plan;
+    const VoxelPlan plan = planVoxelsFor(possible);
+    return bytesPerComponent(plan.type) > 2 ? VoxelPlan{VoxelType::Int16, 1, true} : plan;
 }
 
 ValueRange convertGrey(

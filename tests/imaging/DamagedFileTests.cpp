@@ -88,6 +88,32 @@ TEST_F(DamagedFile, ATruncatedCodeStreamIsNoImage) {
     }
 }
 
+TEST_F(DamagedFile, AJpegStreamOfNoKnownPrecisionIsRefused) {
+    const auto file = sound();
+    compress(file, TransferSyntax::JPEGLosslessProcess14_1);
+    std::string bytes = readBytes(file);
+    const auto precision = bytes.find("\xff\xc3") + 4;
+    for (const int bits : {0, 1, 17, 156, 255}) {
+        bytes.at(precision) = static_cast<char>(bits);
+        writeBytes(file, bytes);
+        EXPECT_EQ(complaint(file), "sound.dcm: the compressed pixel data is damaged") << bits;
+    }
+}
+
+TEST_F(DamagedFile, ElementsThatMatterToNobodyMayBeOdd) {
+    const auto file = sound();
+    const std::string bytes = readBytes(file);
+    const auto pixelData = bytes.rfind(std::string("\xe0\x7f\x10\0", 4));
+    for (const std::string& odd :
+         {std::string("\x01\x70\x10\x10SQ\0\0\x0e\0\0\0no items within", 26),
+          std::string("\x01\x70\x10\x10UN\0\0\x0c\0\0\0\xfe\xff\0\xe0\x04\0\0\0none", 24),
+          std::string("\x01\x70\x10\x10??\x04\0abcd", 12), std::string("\x01\x70\x10\x10\0\0\x04\0abcd", 12),
+          std::string("\x01\x70\x10\x10\x04\0\0\0abcd", 12)}) {
+        writeBytes(file, bytes.substr(0, pixelData) + odd + bytes.substr(pixelData));
+        EXPECT_EQ(complaint(file), "") << testing::PrintToString(odd);
+    }
+}
+
 TEST_F(DamagedFile, PixelDataShorterThanItsDescription) {
     FileMaker maker(32, 32);
     EXPECT_EQ(

@@ -106,6 +106,11 @@ TEST_F(Metadata, SpacingAndWhereItComesFrom) {
     EXPECT_EQ(block.metadata.spacingSource, SpacingSource::ImagerPixelSpacing);
     EXPECT_NEAR(block.geometry.spacing()[1], 0.5, 1e-12);
 
+    both.text({0x0018, 0x1164}, VR::DS, "0,25\\0,75");
+    block = analyze(both, gdcm::TransferSyntax::ExplicitVRLittleEndian);
+    EXPECT_EQ(block.geometry.spacing()[0], 0.75);
+    EXPECT_EQ(block.geometry.spacing()[1], 0.25);
+
     for (const char* const nonsense : {"0\\0", "-1\\1", "0.5", "x\\y", "nan\\nan"}) {
         FileMaker maker(2, 2);
         maker.text({0x0028, 0x0030}, VR::DS, nonsense).text({0x0028, 0x0034}, VR::IS, "3\\2");

@@ -127,6 +127,22 @@ TEST_F(PixelDecoding, IntegerRescaleTakesTheSmallestType) {
     }
 }
 
+TEST_F(PixelDecoding, WhatNoIntegerHoldsBecomesFloat) {
+    const std::vector<std::uint32_t> values{0, 1, 2, 0xffffffffU};
+    const auto decodeWith = [&](double slope, double intercept) {
+        return decode(FileMaker(2, 2).format(32, 32, 31, false).rescale(slope, intercept).pixels(values));
+    };
+    EXPECT_EQ(decodeWith(1, 0)->voxelType(), VoxelType::UInt32);
+    for (const auto& [slope, intercept] : {std::pair{1.0, -1024.0}, {-1.0, 100.0}, {2.0, 3.0}}) {
+        const auto image = decodeWith(slope, intercept);
+        EXPECT_EQ(image->voxelType(), VoxelType::Float32);
+        for (int i = 0; i < 4; ++i)
+            EXPECT_FLOAT_EQ(
+                static_cast<float>(image->valueAt(i % 2, i / 2, 0)),
+                static_cast<float>(values[static_cast<std::size_t>(i)] * slope + intercept));
+    }
+}
+
 TEST_F(PixelDecoding, FractionsBecomeFloatEachSliceWithItsOwn) {
     for (int z = 0; z < 3; ++z)
         FileMaker(2, 2)
@@ -199,6 +215,17 @@ TEST_F(PixelDecoding, LosslessCodecsGiveTheStoredValues) {
                     << "syntax " << syntax << " bits " << stored << (isSigned ? " signed" : "");
             }
         }
+}
+
+TEST_F(PixelDecoding, JpegOfFewerBitsThanAByte) {
+    for (const int stored : {4, 7}) {
+        std::vector<std::uint8_t> values(16 * 16);
+        for (std::size_t i = 0; i < values.size(); ++i)
+            values[i] = static_cast<std::uint8_t>(i * 5 & ((1U << stored) - 1));
+        FileMaker(16, 16).format(8, stored, stored - 1, false).pixels(values).write(file());
+        compress(file(), TransferSyntax::JPEGLosslessProcess14_1);
+        EXPECT_TRUE(std::ranges::equal(loadOnly({file()})->voxels(), std::as_bytes(std::span(values))));
+    }
 }
 
 TEST_F(PixelDecoding, ColoursBecomeInterleavedRgb) {
