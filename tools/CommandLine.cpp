@@ -6,6 +6,7 @@
 #include <array>
 #include <exception>
 #include <ostream>
+#include <string>
 #include <string_view>
 
 namespace zorbel::tools {
@@ -33,6 +34,13 @@ void printUsage(std::ostream& stream) {
                << "\n      " << command.summary << '\n';
 }
 
+/// File names may hold anything.
+std::string onOneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, '?');
+    return text;
+}
+
 } // namespace
 
 int runCommandLine(std::span<const std::string> arguments, const Streams& streams) {
@@ -53,7 +61,7 @@ int runCommandLine(std::span<const std::string> arguments, const Streams& stream
     } catch (const std::bad_alloc&) {
         streams.error << "zorbel-tool: not enough memory\n";
     } catch (const std::exception& error) {
-        streams.error << "zorbel-tool: " << error.what() << '\n';
+        streams.error << "zorbel-tool: " << onOneLine(error.what()) << '\n';
     }
     if (status == 2)
         streams.error << "usage: zorbel-tool " << command->group << ' ' << command->name << ' '

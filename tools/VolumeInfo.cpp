@@ -1,6 +1,7 @@
 #include "tools/VolumeInfo.h"
 
 #include "imaging/DicomSeriesReader.h"
+#include "platform/SilentStandardError.h"
 
 #include <nlohmann/json.hpp>
 #include <openssl/evp.h>
@@ -141,6 +142,15 @@ Json describe(const ImageBlock& block) {
     };
 }
 
+/// One line holds one reason; the first file's stands for all.
+std::string firstReason(const std::vector<imaging::RejectedFile>& rejected) {
+    if (rejected.empty())
+        return {};
+    const std::size_t others = rejected.size() - 1;
+    return " (" + rejected.front().reason +
+           (others > 0 ? ", and " + std::to_string(others) + " more left out" : std::string()) + ")";
+}
+
 void printText(const Json& block, std::ostream& out) {
     for (const auto& [name, value] : block.items())
         out << "  " << name << std::string(27 - std::min<std::size_t>(name.size(), 26), ' ')
@@ -165,11 +175,14 @@ int runVolumeInfo(std::span<const std::string> arguments, const Streams& streams
 
     const imaging::DicomAnalysis analysis = DicomSeriesReader::analyze(filesBelow(folder));
     if (analysis.blocks.empty())
-        throw std::runtime_error("no DICOM image in " + folder);
+        throw std::runtime_error("no DICOM image in " + folder + firstReason(analysis.rejected));
     // Printed only once all blocks are decoded: half a list would look like a whole one.
     Json blocks = Json::array();
-    for (const ImageBlock& block : analysis.blocks)
-        blocks.push_back(describe(block));
+    {
+        const SilentStandardError silence;
+        for (const ImageBlock& block : analysis.blocks)
+            blocks.push_back(describe(block));
+    }
     if (json) {
         streams.out << blocks.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
     } else {

@@ -85,10 +85,30 @@ TEST_F(VolumeInfo, FailsWithOneLine) {
     EXPECT_EQ(run({"volume", "info", folder(), "--json"}), 1);
     EXPECT_TRUE(oneLine()) << error_.str();
 
+    imaging::test::writeBytes(folder_.path() / "two\nlines", "no image");
+    imaging::test::writeBytes(folder_.path() / "zero", "");
+    EXPECT_EQ(run({"volume", "info", folder(), "--json"}), 1);
+    EXPECT_TRUE(oneLine()) << error_.str();
+    EXPECT_NE(error_.str().find("(two?lines: not a DICOM file, and 1 more left out)"), std::string::npos);
+
     FileMaker(4, 4).pixels(std::vector<std::int16_t>(3)).write(folder_.path() / "short.dcm");
     EXPECT_EQ(run({"volume", "info", folder(), "--json"}), 1);
     EXPECT_TRUE(oneLine()) << error_.str();
     EXPECT_NE(error_.str().find("short.dcm"), std::string::npos);
+}
+
+TEST_F(VolumeInfo, WhatACodecHasToSayStaysInside) {
+    const auto file =
+        FileMaker(8, 8).pixels(std::vector<std::int16_t>(64)).write(folder_.path() / "damaged.dcm");
+    imaging::test::compress(file, gdcm::TransferSyntax::JPEGLosslessProcess14_1);
+    std::string bytes = imaging::test::readBytes(file);
+    bytes.at(bytes.find("\xff\xc4") + 4) = '\xef'; // no such Huffman table
+    imaging::test::writeBytes(file, bytes);
+    testing::internal::CaptureStderr();
+    const int status = run({"volume", "info", folder(), "--json"});
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(error_.str(), "zorbel-tool: damaged.dcm: the compressed pixel data is damaged\n");
 }
 
 TEST_F(VolumeInfo, RefusesOtherArguments) {
