@@ -15,6 +15,8 @@ namespace {
 
 /// Less than this, and a slant comes from orientation cosines written with few digits.
 constexpr double smallestTiltDegrees = 0.05;
+/// So does less than this, in millimetres from the first slice to the last, from positions written so.
+constexpr double smallestShift = 0.03;
 
 struct Candidate {
     std::shared_ptr<const DicomFileHeader> header;
@@ -291,11 +293,12 @@ private:
             if (run.irregularBeside)
                 own.push_back({SplitReasonType::SliceDistanceInconsistency, "irregular slice distance"});
             Vector3 step = normal * dot(run.step, normal);
+            const double shift = length(run.step - step) * static_cast<double>(run.count - 1);
             if (const double tilt = ImageGeometry(
                                         {1, 1, 1}, {}, members.front().orientation().first,
                                         members.front().orientation().second, {1.0, 1.0, 1.0}, run.step)
                                         .tiltDegrees();
-                run.count > 1 && tilt > smallestTiltDegrees) {
+                run.count > 1 && tilt > smallestTiltDegrees && shift > smallestShift) {
                 step = run.step;
                 std::array<char, 32> text{};
                 std::snprintf(text.data(), text.size(), "%.2f", tilt);

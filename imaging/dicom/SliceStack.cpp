@@ -16,8 +16,9 @@ struct Gap {
     std::size_t missing = 0;
 };
 
+/// Positions of slanted slices written with two decimals each stray by up to 0.0087 mm.
 double distanceTolerance(double spacing) {
-    return std::min(std::max(0.01 * spacing, 0.01) + 1e-6, 0.25 * spacing);
+    return std::min(std::max(0.01 * spacing, 0.02) + 1e-6, 0.25 * spacing);
 }
 
 double median(std::vector<double> values) {

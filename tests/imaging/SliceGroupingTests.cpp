@@ -93,6 +93,29 @@ TEST_F(SliceGrouping, RoundedPositionsStayOneBlock) {
     EXPECT_NEAR(result[0].geometry.spacing()[2], 1.0 / 3.0, 1e-3);
 }
 
+TEST_F(SliceGrouping, SlantedSlicesWithRoundedPositionsStayOneBlockToo) {
+    const auto rounded = [](double value) { return std::round(value * 100.0) / 100.0; };
+    for (const double angle : {0.3, 0.5, 0.7, 1.1})
+        for (const double spacing : {0.125, 0.2, 0.5, 1.0}) {
+            const ScratchFolder folder;
+            const double c = std::cos(angle), s = std::sin(angle);
+            const Vector3 row{c, 0, s}, column{-s * s, c, c * s};
+            const Vector3 normal = cross(row, column);
+            for (int i = 0; i < 40; ++i) {
+                const Vector3 place = normal * (spacing * i);
+                FileMaker(2, 2)
+                    .orientation(row, column)
+                    .position({rounded(place[0]), rounded(place[1]), rounded(place[2])})
+                    .pixels(std::vector<std::int16_t>(4))
+                    .write(folder.path() / std::to_string(i));
+            }
+            const auto result = DicomSeriesReader::analyze(folder.files()).blocks;
+            ASSERT_EQ(result.size(), 1U) << angle << ' ' << spacing;
+            EXPECT_TRUE(result[0].splitReasons.empty()) << angle << ' ' << spacing;
+            EXPECT_NEAR(result[0].geometry.spacing()[2], spacing, 1e-3);
+        }
+}
+
 TEST_F(SliceGrouping, SmallDeviationsThatAddUpAreNoRegularGrid) {
     std::vector<double> positions{0.0};
     for (int i = 0; i < 200; ++i)
