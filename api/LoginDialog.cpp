@@ -1,5 +1,7 @@
 #include "api/LoginDialog.h"
 
+#include "resources/Resources.h"
+
 #include "api/ZorbelApiClient.h"
 
 #include <QCoreApplication>
@@ -59,8 +61,7 @@ QLabel* styledLabel(const QString& text, const QString& style) {
 }
 
 QWidget* createLogo() {
-    const QString path =
-        QCoreApplication::applicationDirPath() + QStringLiteral("/resources/logo-zorbel-main.svg");
+    const QString path = resourcePath(QStringLiteral("logo-zorbel-main.svg"));
     if (QFileInfo::exists(path)) {
         auto logo = std::make_unique<QSvgWidget>(path);
         if (logo->renderer()->isValid()) {
@@ -210,7 +211,7 @@ void LoginDialog::addSubmit(QVBoxLayout* column) {
     connection->ensurePolished();
     const QString text = QStringLiteral("Encrypted connection • %1").arg(client_->config().baseUrl);
     connection->setText(connection->fontMetrics().elidedText(text, Qt::ElideMiddle, contentWidth - 30));
-    connection->setToolTip(text.toHtmlEscaped());
+    connection->setToolTip(text);
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
     row->addStretch();

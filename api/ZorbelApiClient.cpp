@@ -1,5 +1,6 @@
 #include "api/ZorbelApiClient.h"
 
+#include "api/EndpointRule.h"
 #include "api/HttpRequest.h"
 #include "api/ViewerSession.h"
 
@@ -13,17 +14,6 @@ namespace zorbel {
 namespace {
 
 constexpr int auditTimeoutMs = 5000;
-
-bool isAllowedServiceUrl(const QUrl& url) {
-    const QString host = url.host();
-    if (!url.isValid() || host.isEmpty())
-        return false;
-    if (url.scheme() == QLatin1String("https"))
-        return true;
-    return url.scheme() == QLatin1String("http") &&
-           (host == QLatin1String("localhost") || host == QLatin1String("127.0.0.1") ||
-            host == QLatin1String("::1"));
-}
 
 UserProfile readProfile(const QJsonObject& user) {
     const auto text = [&user](QLatin1String member) { return user.value(member).toString(); };
@@ -53,7 +43,7 @@ ZorbelApiClient::ZorbelApiClient(ApiClientConfig config)
     : config_(std::move(config)), session_(std::make_unique<ViewerSession>()) {
     while (config_.baseUrl.endsWith(QLatin1Char('/')))
         config_.baseUrl.chop(1);
-    if (!isAllowedServiceUrl(QUrl(config_.baseUrl)))
+    if (!isSecureEndpoint(QUrl(config_.baseUrl)))
         throw std::invalid_argument(
             "Zorbel API URL must use HTTPS (HTTP is allowed only for loopback development)");
 }

@@ -1,5 +1,6 @@
 #include "app/ApiBaseRule.h"
 
+#include "api/EndpointRule.h"
 #include "app/ServiceHost.h"
 
 #include <QUrl>
@@ -13,12 +14,12 @@ std::optional<QString> normalizeApiBase(const QString& apiBase) {
     QUrl url(trimmed);
     const QString scheme = url.scheme().toLower();
     const QString host = url.host(QUrl::FullyDecoded).toLower();
-    if (!url.isValid() || host.isEmpty())
+    // A name and password in the address would be shown wherever the address is.
+    if (!url.isValid() || host.isEmpty() || !url.userInfo().isEmpty())
         return std::nullopt;
 
     const QString domain = QString::fromLatin1(serviceDomain);
-    const bool loopback = host == QLatin1String("localhost") || host == QLatin1String("127.0.0.1") ||
-                          host == QLatin1String("::1");
+    const bool loopback = isLoopbackHost(host);
     const bool ownHost = host == domain || host.endsWith(QLatin1Char('.') + domain);
     const bool https = scheme == QLatin1String("https");
     if (!(loopback && (https || scheme == QLatin1String("http"))) && !(ownHost && https))

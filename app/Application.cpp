@@ -16,10 +16,11 @@
 #include "platform/LinkProtocol.h"
 #include "platform/PrivateFile.h"
 #include "platform/SystemInfo.h"
+#include "resources/Resources.h"
 #include "viewer/MainWindow.h"
-#include "viewer/Resources.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QFont>
 #include <QIcon>
 #include <QMessageBox>
@@ -40,12 +41,9 @@ namespace {
 constexpr char component[] = "App";
 constexpr char version[] = "1.0.0";
 
-std::filesystem::path toPath(const QString& path) {
-    return std::filesystem::path(path.toStdU16String());
-}
-
 std::filesystem::path configFolder() {
-    return toPath(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
+    return QFileInfo(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation))
+        .filesystemFilePath();
 }
 
 void applyIdentity() {
@@ -186,7 +184,7 @@ int runApplication(int& argc, char** argv, const std::function<void(QApplication
     telemetry.record("app.startup", {{"version", version}});
     logCrashReporting(crashReporting);
     removeLeftovers();
-    if (!registerLinkProtocol(toPath(QCoreApplication::applicationFilePath())))
+    if (!registerLinkProtocol(QFileInfo(QCoreApplication::applicationFilePath()).filesystemFilePath()))
         Logger::instance().warn(component, "Unable to register the per-user zorbel-viewer link protocol");
     const auto link = LinkRequest::parse(application.arguments());
     const auto client = buildClient(link);

@@ -1,6 +1,6 @@
 #include "app/StyleSheet.h"
 
-#include "viewer/Resources.h"
+#include "resources/Resources.h"
 
 namespace zorbel {
 
@@ -56,13 +56,13 @@ QLabel#viewerTitle { font-size: 16px; font-weight: 700; color: #002B5B; }
 QLabel#viewerSubtitle { font-size: 12px; color: #475569; }
 QLabel[chip="true"] { background: #E3F7FC; color: #0B5E75; border: 1px solid #A8E3F0; border-radius: 10px; padding: 4px 11px; font-size: 11px; font-weight: 800; }
 
-QScrollArea#viewerToolRail { background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #071C34, stop:1 #041426); border: 1px solid #1D4F7A; border-radius: 14px; }
-QWidget#viewerToolRailContent { background: transparent; }
+QWidget#viewerToolRail { background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #071C34, stop:1 #041426); border: 1px solid #1D4F7A; border-radius: 14px; }
+QScrollArea#viewerToolRailContent, QScrollArea#viewerToolRailContent > QWidget { background: transparent; border: 0; }
 QLabel#railGroup { color: #7FA6C6; font-size: 9px; font-weight: 700; letter-spacing: 1px; padding-top: 6px; }
-QWidget#viewerToolRailContent QToolButton { background: transparent; color: #DCEBF7; border: 1px solid transparent; border-radius: 9px; padding: 6px 2px; font-size: 11px; }
-QWidget#viewerToolRailContent QToolButton:hover { background: #12395F; border-color: #1D4F7A; }
-QWidget#viewerToolRailContent QToolButton:checked { background: #155A86; border-color: #39B4DA; color: #FFFFFF; }
-QWidget#viewerToolRailContent QToolButton:disabled { color: #4E6A85; }
+QWidget#viewerToolRail QToolButton { background: transparent; color: #DCEBF7; border: 1px solid transparent; border-radius: 9px; padding: 6px 2px; font-size: 11px; }
+QWidget#viewerToolRail QToolButton:hover { background: #12395F; border-color: #1D4F7A; }
+QWidget#viewerToolRail QToolButton:checked { background: #155A86; border-color: #39B4DA; color: #FFFFFF; }
+QWidget#viewerToolRail QToolButton:disabled { color: #4E6A85; }
 
 QFrame[viewport="true"] { background: #000000; border: 1px solid #24384E; border-radius: 4px; }
 QFrame[viewport="true"][active="true"] { border: 1px solid #39B4DA; }

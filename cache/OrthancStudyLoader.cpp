@@ -57,10 +57,6 @@ private:
     Clock::time_point lastReport_;
 };
 
-bool isSet(const CancelFlag& cancel) {
-    return cancel && cancel->load();
-}
-
 /// One series' way from the archive to a decoded image.
 class SeriesLoad {
 public:
@@ -94,6 +90,8 @@ private:
 
     /// False when the series has to be fetched instance by instance.
     bool stream(ReceivedSeries& received) {
+        if (study_.studyInstanceUID.isEmpty() || series_.seriesInstanceUID.isEmpty())
+            return streamingUnavailable(received, "the archive names no study or series UID");
         const auto start = Clock::now();
         std::int64_t bytes = 0;
         try {
@@ -118,7 +116,7 @@ private:
         Logger::instance().info(
             component, "Streaming DICOMweb transfer completed",
             {{"instances", std::to_string(received.instances().size())},
-             {"megabytes", std::to_string(bytes >> 20)},
+             {"megabytes", std::to_string(bytes / 1'000'000)},
              {"duration", milliseconds(start)}});
         return true;
     }
@@ -189,7 +187,7 @@ private:
     }
 
     void stopIfCancelled() const {
-        if (isSet(cancel_))
+        if (isCancelled(cancel_))
             throw LoadCancelled();
     }
 
@@ -242,9 +240,13 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
     result.series = series;
     result.modality = series.modality.isEmpty() ? study.modality : series.modality;
     result.sourceLabel = client->sourceLabel();
-    const auto fail = [&result](Outcome outcome, const QString& text) {
+    const auto fail = [&result](Outcome outcome, const QString& text, const std::string& reason) {
         result.outcome = outcome;
         result.failureText = text;
+        if (outcome == Outcome::Cancelled)
+            Logger::instance().info(component, "DICOM load cancelled");
+        else if (outcome == Outcome::Failed)
+            Logger::instance().error(component, "Study load failed", {{"reason", reason}});
     };
     try {
         result.image = SeriesLoad(client, study, series, workspace, cancel, progress).run();
@@ -252,22 +254,22 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
         result.volumetric = kind.isVolumetric() && result.image->isVolumetric();
         result.outcome = Outcome::Loaded;
     } catch (const LoadCancelled&) {
-        fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"));
+        fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
     } catch (const imaging::DicomReadCancelled&) {
-        fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"));
+        fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
     } catch (const IncompleteDicomSeriesError& error) {
-        fail(Outcome::Incomplete, QString::fromUtf8(error.what()));
+        fail(Outcome::Incomplete, QString::fromUtf8(error.what()), {});
     } catch (const std::bad_alloc&) {
-        fail(Outcome::Failed, QStringLiteral("Not enough memory to load this series."));
+        fail(Outcome::Failed, QStringLiteral("Not enough memory to load this series."), "out of memory");
     } catch (const std::exception& error) {
-        if (isSet(cancel))
-            fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"));
-        else {
-            Logger::instance().error(component, "Study load failed", {{"reason", logReason(error)}});
-            fail(Outcome::Failed, QString::fromUtf8(error.what()));
-        }
+        if (isCancelled(cancel))
+            fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
+        else
+            fail(Outcome::Failed, QString::fromUtf8(error.what()), logReason(error));
     } catch (...) {
-        fail(Outcome::Failed, QStringLiteral("Unknown exception while loading from Orthanc"));
+        fail(
+            Outcome::Failed, QStringLiteral("Unknown exception while loading from Orthanc"),
+            "unknown exception");
     }
     return result;
 }

@@ -4,6 +4,7 @@
 #include "platform/PrivateFile.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <exception>
@@ -20,10 +21,6 @@ namespace {
 
 const QString namePrefix = QStringLiteral("zorbel-viewer-session-");
 constexpr char lockName[] = "owner.lock";
-
-fs::path toPath(const QString& path) {
-    return fs::path(path.toStdU16String());
-}
 
 QString orTemporary(const QString& parentFolder) {
     return parentFolder.isEmpty() ? QDir::tempPath() : parentFolder;
@@ -76,7 +73,8 @@ public:
             if (!folder->isValid())
                 return nullptr;
             try {
-                if (auto lock = FileLock::tryAcquire(toPath(folder->path()) / lockName))
+                if (auto lock =
+                        FileLock::tryAcquire(QFileInfo(folder->path()).filesystemFilePath() / lockName))
                     return std::unique_ptr<Folder>(new Folder(std::move(folder), std::move(*lock)));
             } catch (const std::system_error&) {
                 // The folder is gone, or not to be written; another attempt tells.
@@ -89,7 +87,7 @@ public:
         lock_.removeFile();
     }
 
-    fs::path path() const { return toPath(folder_->path()); }
+    fs::path path() const { return QFileInfo(folder_->path()).filesystemFilePath(); }
     bool exists() const {
         std::error_code error;
         return fs::exists(path() / lockName, error);
@@ -130,7 +128,7 @@ SessionWorkspace::Leftovers SessionWorkspace::removeLeftovers(const QString& par
     Leftovers result;
     const QDir parent(orTemporary(parentFolder));
     for (const QString& name : parent.entryList({namePrefix + QLatin1Char('*')}, QDir::Dirs)) {
-        const fs::path folder = toPath(parent.filePath(name));
+        const fs::path folder = QFileInfo(parent.filePath(name)).filesystemFilePath();
         if (!isOwnFolder(folder))
             continue; // another user's; in a temporary folder for all, names prove nothing
         const Removal removal = removeUnlessOwned(folder);

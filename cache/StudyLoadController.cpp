@@ -20,6 +20,14 @@ QString sourceDetail(const QString& sourceLabel) {
 
 } // namespace
 
+StudyLoadFailure studyLoadFailure(const QString& message) {
+    return {
+        QStringLiteral("Load Error"),
+        QStringLiteral("Could not load imaging data.\n\n") + message +
+            QStringLiteral("\n\nCheck your Zorbel connection and confirm that the study is still available."),
+        QStringLiteral("Load failed — ") + message};
+}
+
 struct StudyLoadController::ListingResult {
     SeriesListing listing;
     QString failureText; ///< empty on success
@@ -29,48 +37,57 @@ StudyLoadController::StudyLoadController(std::shared_ptr<ZorbelApiClient> client
     : QObject(parent), client_(std::move(client)) {
     // A stale load may still wind down while the next one lists its series and downloads.
     pool_.setMaxThreadCount(3);
+    auditPool_.setMaxThreadCount(1);
 }
 
 StudyLoadController::~StudyLoadController() {
-    if (cancelFlag_)
-        cancelFlag_->store(true);
-    closing_->store(true);
-    pool_.waitForDone();
+    shutDown();
 }
 
-StudyLoadGuard::Ticket StudyLoadController::begin(const StudyRequest& study) {
+void StudyLoadController::shutDown() {
+    // No signal: the window that hears them may be half gone when this comes from the destructor.
+    if (cancelFlag_)
+        cancelFlag_->store(true);
+    guard_.take();
+    closing_->store(true);
+    pool_.waitForDone();
+    auditPool_.waitForDone();
+}
+
+void StudyLoadController::begin(const StudyRequest& study) {
     if (cancelFlag_)
         cancelFlag_->store(true); // what an older request still downloads is of no use to anybody
     cancelFlag_ = std::make_shared<std::atomic<bool>>(false);
-    correlationId_ = CorrelationId::generate();
     offeredSeries_.clear();
     study_ = study;
-    const auto ticket = guard_.take();
+    load_ = {guard_.take(), CorrelationId::generate(), study.studyInstanceUID.toStdString()};
     loading_ = true;
     Q_EMIT loadingChanged(true);
-    return ticket;
+    Q_EMIT statusChanged(QStringLiteral("Preparing study"));
 }
 
 void StudyLoadController::openStudy(const StudyRequest& study) {
-    const auto ticket = begin(study);
+    begin(study);
     Q_EMIT stageChanged(
         {QStringLiteral("Checking volume cache…"),
          QStringLiteral("Checking the private local cache before using the network")});
     Q_EMIT statusChanged(QStringLiteral("Checking volume cache…"));
     runInBackground(
-        pool_, this,
+        auditPool_, this,
         [client = client_, uid = study.studyInstanceUID, closing = closing_] {
             client->sendViewerAudit(
                 QStringLiteral("STUDY_OPEN"), uid, {}, closing); // a failure stops no reading
             return 0;
         },
         [](int) {});
-    startOrthancFallbackLoad(ticket);
+    startOrthancFallbackLoad();
 }
 
 void StudyLoadController::retry() {
-    if (study_)
-        startOrthancFallbackLoad(begin(StudyRequest(*study_)));
+    if (!study_)
+        return;
+    begin(StudyRequest(*study_)); // a copy: begin() writes to it
+    startOrthancFallbackLoad();
 }
 
 void StudyLoadController::cancel() {
@@ -82,13 +99,13 @@ void StudyLoadController::cancel() {
     Q_EMIT loadCancelled(QStringLiteral("Study loading cancelled"));
 }
 
-void StudyLoadController::startOrthancFallbackLoad(StudyLoadGuard::Ticket ticket) {
+void StudyLoadController::startOrthancFallbackLoad() {
     const QString text = QStringLiteral("Selecting the fastest authorized study source...");
     Q_EMIT stageChanged({text, QStringLiteral("Preparing secure imaging data…")});
     Q_EMIT statusChanged(text);
     runInBackground(
         pool_, this,
-        [client = client_, study = *study_, cancel = cancelFlag_, correlation = correlationId_] {
+        [client = client_, study = *study_, cancel = cancelFlag_, correlation = load_.correlationId] {
             const CorrelationId::Scope scope(correlation);
             ListingResult result;
             try {
@@ -105,13 +122,15 @@ void StudyLoadController::startOrthancFallbackLoad(StudyLoadGuard::Ticket ticket
             }
             return result;
         },
-        [this, ticket](const ListingResult& result) { onSeriesListed(ticket, result); });
+        [this, load = load_](const ListingResult& result) { onSeriesListed(load, result); });
 }
 
-void StudyLoadController::onSeriesListed(StudyLoadGuard::Ticket ticket, const ListingResult& result) {
-    const CorrelationId::Scope scope(correlationId_);
-    if (!guard_.isCurrent(ticket)) {
-        Logger::instance().info(component, "Discarded stale Orthanc series-list result");
+void StudyLoadController::onSeriesListed(const Load& load, const ListingResult& result) {
+    const CorrelationId::Scope scope(load.correlationId);
+    if (!guard_.isCurrent(load.ticket)) {
+        Logger::instance().info(
+            component, "Discarded stale Orthanc series-list result",
+            {{"studyInstanceUID", load.studyInstanceUID}});
         return;
     }
     if (!result.failureText.isEmpty()) {
@@ -121,11 +140,11 @@ void StudyLoadController::onSeriesListed(StudyLoadGuard::Ticket ticket, const Li
     study_ = result.listing.study;
     const auto& series = result.listing.series;
     if (series.size() == 1) {
-        startSeriesLoad(ticket, series.front());
+        startSeriesLoad(series.front());
         return;
     }
     offeredSeries_ = series;
-    Q_EMIT seriesChoiceNeeded(ticket, series, suggestedSeries(series));
+    Q_EMIT seriesChoiceNeeded(load.ticket, series, suggestedSeries(series));
 }
 
 void StudyLoadController::chooseSeries(StudyLoadGuard::Ticket question, std::optional<int> row) {
@@ -133,7 +152,7 @@ void StudyLoadController::chooseSeries(StudyLoadGuard::Ticket question, std::opt
         return;
     const auto offered = std::exchange(offeredSeries_, {});
     if (row && *row >= 0 && static_cast<std::size_t>(*row) < offered.size()) {
-        startSeriesLoad(question, offered[static_cast<std::size_t>(*row)]);
+        startSeriesLoad(offered[static_cast<std::size_t>(*row)]);
         return;
     }
     guard_.take();
@@ -141,8 +160,8 @@ void StudyLoadController::chooseSeries(StudyLoadGuard::Ticket question, std::opt
     Q_EMIT loadCancelled(QStringLiteral("Series selection cancelled. No images were loaded."));
 }
 
-void StudyLoadController::startSeriesLoad(StudyLoadGuard::Ticket ticket, const OrthancSeriesSummary& series) {
-    const CorrelationId::Scope scope(correlationId_);
+void StudyLoadController::startSeriesLoad(const OrthancSeriesSummary& series) {
+    const CorrelationId::Scope scope(load_.correlationId);
     const QString text =
         QStringLiteral("Loading selected DICOM series from %1...").arg(client_->sourceLabel());
     Q_EMIT stageChanged({text, QStringLiteral("Preparing secure imaging data…")});
@@ -151,18 +170,18 @@ void StudyLoadController::startSeriesLoad(StudyLoadGuard::Ticket ticket, const O
         component, "Selected Orthanc series for DICOM fallback",
         {{"seriesInstanceUID", series.seriesInstanceUID.toStdString()},
          {"modality", series.modality.toStdString()}});
-    const auto report = [this, ticket](const LoadProgress& progress) {
+    const auto report = [this, ticket = load_.ticket](const LoadProgress& progress) {
         QMetaObject::invokeMethod(
             this, [this, ticket, progress] { onProgress(ticket, progress); }, Qt::QueuedConnection);
     };
     runInBackground(
         pool_, this,
         [client = client_, study = *study_, series, workspace = &workspace_, cancel = cancelFlag_,
-         correlation = correlationId_, report] {
+         correlation = load_.correlationId, report] {
             const CorrelationId::Scope taskScope(correlation);
             return LoadStudyFromOrthanc(client, study, series, *workspace, cancel, report);
         },
-        [this, ticket](const OrthancImageLoadResult& result) { onStudyLoaded(ticket, result); });
+        [this, load = load_](const OrthancImageLoadResult& result) { onStudyLoaded(load, result); });
 }
 
 void StudyLoadController::onProgress(StudyLoadGuard::Ticket ticket, const LoadProgress& progress) {
@@ -192,10 +211,12 @@ void StudyLoadController::onProgress(StudyLoadGuard::Ticket ticket, const LoadPr
     Q_EMIT stageChanged(stage);
 }
 
-void StudyLoadController::onStudyLoaded(StudyLoadGuard::Ticket ticket, const OrthancImageLoadResult& result) {
-    const CorrelationId::Scope scope(correlationId_);
-    if (!guard_.isCurrent(ticket)) {
-        Logger::instance().info(component, "Discarded stale Orthanc study load result");
+void StudyLoadController::onStudyLoaded(const Load& load, const OrthancImageLoadResult& result) {
+    const CorrelationId::Scope scope(load.correlationId);
+    if (!guard_.isCurrent(load.ticket)) {
+        Logger::instance().info(
+            component, "Discarded stale Orthanc study load result",
+            {{"studyInstanceUID", load.studyInstanceUID}});
         return;
     }
     switch (result.outcome) {
@@ -231,12 +252,7 @@ void StudyLoadController::onStudyLoaded(StudyLoadGuard::Ticket ticket, const Ort
 
 void StudyLoadController::fail(const QString& message) {
     end();
-    Q_EMIT loadFailed(
-        {QStringLiteral("Load Error"),
-         QStringLiteral("Could not load imaging data.\n\n") + message +
-             QStringLiteral(
-                 "\n\nCheck your Zorbel connection and confirm that the study is still available."),
-         QStringLiteral("Load failed — ") + message});
+    Q_EMIT loadFailed(studyLoadFailure(message));
 }
 
 void StudyLoadController::end() {

@@ -31,6 +31,9 @@ struct StudyLoadFailure {
     QString status;
 };
 
+/// A load error's message in the words around it.
+StudyLoadFailure studyLoadFailure(const QString& message);
+
 /// Brings a study from the cheapest source to an image, in background tasks, and tells the window by signals
 /// alone; which sources there are is nobody else's business. One request is current at a time: results of
 /// older ones are discarded. Lives on the user-interface thread; its signals come there.
@@ -39,7 +42,7 @@ class StudyLoadController : public QObject {
 
 public:
     explicit StudyLoadController(std::shared_ptr<ZorbelApiClient> client, QObject* parent = nullptr);
-    /// Cancels what runs, waits for it, and removes the session's workspace.
+    /// shutDown(), and removes the session's workspace.
     ~StudyLoadController() override;
 
     void openStudy(const StudyRequest& study);
@@ -48,6 +51,8 @@ public:
     /// Ends the current load at once for the user; the background work stops soon after. Nothing without a
     /// load.
     void cancel();
+    /// Cancels what runs and waits for it, about a tenth of a second; nothing may be opened afterwards.
+    void shutDown();
     bool isLoading() const { return loading_; }
     const std::optional<StudyRequest>& currentStudy() const { return study_; }
 
@@ -73,22 +78,31 @@ Q_SIGNALS:
 private:
     struct ListingResult;
 
-    StudyLoadGuard::Ticket begin(const StudyRequest& study);
-    void startOrthancFallbackLoad(StudyLoadGuard::Ticket ticket);
-    void onSeriesListed(StudyLoadGuard::Ticket ticket, const ListingResult& result);
-    void startSeriesLoad(StudyLoadGuard::Ticket ticket, const OrthancSeriesSummary& series);
+    /// What a background task of one load carries along, so that its result can be told from others' and
+    /// logged as its own, however late it comes.
+    struct Load {
+        StudyLoadGuard::Ticket ticket;
+        std::string correlationId;
+        std::string studyInstanceUID;
+    };
+
+    void begin(const StudyRequest& study);
+    void startOrthancFallbackLoad();
+    void onSeriesListed(const Load& load, const ListingResult& result);
+    void startSeriesLoad(const OrthancSeriesSummary& series);
     void onProgress(StudyLoadGuard::Ticket ticket, const LoadProgress& progress);
-    void onStudyLoaded(StudyLoadGuard::Ticket ticket, const OrthancImageLoadResult& result);
+    void onStudyLoaded(const Load& load, const OrthancImageLoadResult& result);
     void fail(const QString& message);
     void end();
 
     std::shared_ptr<ZorbelApiClient> client_;
     SessionWorkspace workspace_;
     QThreadPool pool_;
+    QThreadPool auditPool_; ///< of its own, so that a service slow to take audits delays no study
     StudyLoadGuard guard_;
     CancelFlag cancelFlag_;
     CancelFlag closing_ = std::make_shared<std::atomic<bool>>(false); ///< ends what outlives a single load
-    std::string correlationId_;
+    Load load_;                                                       ///< the current one, or the last
     std::optional<StudyRequest> study_;
     std::vector<OrthancSeriesSummary> offeredSeries_; ///< while a series choice is open
     bool loading_ = false;

@@ -55,9 +55,13 @@ void ImageController::setImage(
     image_ = image;
     kind_ = kind;
     awaitsFrame_ = true;
-    view_->setImage(image, kind.isPanoramic());
+    present();
+}
+
+void ImageController::present() {
+    view_->setImage(image_, kind_.isPanoramic());
     const auto pose =
-        kind.isCephalometric() ? imaging::uprightCephalogram(*image) : imaging::ImageOrientation2D();
+        kind_.isCephalometric() ? imaging::uprightCephalogram(*image_) : imaging::ImageOrientation2D();
     turnedByContent_ = !pose.isOriginal();
     if (turnedByContent_) {
         view_->setOrientation(pose);
@@ -84,13 +88,17 @@ bool ImageController::hasSeveralFrames() const {
     return view_->sliceCount() > 1;
 }
 
+bool ImageController::showsCorrectedPanorama() const {
+    return kind_.isPanoramic() && !view_->orientation().isOriginal();
+}
+
 void ImageController::fitToView() {
     view_->fitToView();
 }
 
 void ImageController::resetView() {
     if (image_)
-        setImage(std::shared_ptr(image_), StudyClassification(kind_)); // copies: setImage() writes to both
+        present();
 }
 
 void ImageController::updateTexts() {
@@ -119,9 +127,9 @@ void ImageController::updateTexts() {
 
     const bool turned = !view_->orientation().isOriginal();
     orientationChip_->setText(
-        turned && kind_.isPanoramic() ? QStringLiteral("Panorama corrected upright")
-        : turned                      ? QStringLiteral("Turned upright")
-                                      : QStringLiteral("Original orientation"));
+        showsCorrectedPanorama() ? QStringLiteral("Panorama corrected upright")
+        : turned                 ? QStringLiteral("Turned upright")
+                                 : QStringLiteral("Original orientation"));
     toneChip_->setText(
         view_->isInverted() ? QStringLiteral("Inverted tones") : QStringLiteral("Normal tones"));
 }

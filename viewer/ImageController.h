@@ -19,7 +19,7 @@ class ViewportFrame;
 class ViewportOverlay;
 
 /// Shows a panoramic, cephalometric or other 2D image upright in the 2D view. The widgets belong to the
-/// workspace's layout.
+/// workspace's layout. User-interface thread.
 class ImageController : public QObject {
     Q_OBJECT
 
@@ -33,6 +33,8 @@ public:
     /// Moves through the frames of an image that has several.
     void step(int frames);
     bool hasSeveralFrames() const;
+    /// A panoramic image that had to be turned to stand upright.
+    bool showsCorrectedPanorama() const;
     void fitToView();
     void resetView();
 
@@ -44,6 +46,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void present();
     void updateTexts();
 
     imaging::ImageView2D* view_ = nullptr;

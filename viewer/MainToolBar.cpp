@@ -1,6 +1,6 @@
 #include "viewer/MainToolBar.h"
 
-#include "viewer/Resources.h"
+#include "resources/Resources.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -47,10 +47,10 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
     gap->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     addWidget(gap);
 
-    studies_ = addButton(
+    auto* studies = addButton(
         QStringLiteral("studies"), QStringLiteral("Studies"), QStringLiteral("Show or hide the study list"));
-    studies_->setCheckable(true);
-    studies_->setChecked(true);
+    studies->setCheckable(true);
+    studies->setChecked(true);
     retry_ = addButton(
         QStringLiteral("retry"), QStringLiteral("Retry from PACS"),
         QStringLiteral("Retry loading the current study through the secure Zorbel gateway."));
@@ -58,7 +58,7 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
     auto* signOut = addButton(
         QStringLiteral("signout"), QStringLiteral("Sign out"),
         QStringLiteral("Clear the in-memory Zorbel session and close the viewer"));
-    connect(studies_, &QToolButton::toggled, this, &MainToolBar::studiesToggled);
+    connect(studies, &QToolButton::toggled, this, &MainToolBar::studiesToggled);
     connect(retry_, &QToolButton::clicked, this, &MainToolBar::retryRequested);
     connect(signOut, &QToolButton::clicked, this, &MainToolBar::signOutRequested);
 }
@@ -74,10 +74,6 @@ QToolButton* MainToolBar::addButton(const QString& id, const QString& text, cons
     button->setFocusPolicy(Qt::TabFocus);
     addWidget(button);
     return button;
-}
-
-void MainToolBar::setStudiesShown(bool shown) {
-    studies_->setChecked(shown);
 }
 
 void MainToolBar::setRetryEnabled(bool enabled) {

@@ -16,7 +16,6 @@ public:
     /// apiBaseUrl: the service that vouches for the profile.
     MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, QWidget* parent = nullptr);
 
-    void setStudiesShown(bool shown);
     void setRetryEnabled(bool enabled);
 
 Q_SIGNALS:
@@ -27,7 +26,6 @@ Q_SIGNALS:
 private:
     QToolButton* addButton(const QString& id, const QString& text, const QString& toolTip);
 
-    QToolButton* studies_ = nullptr;
     QToolButton* retry_ = nullptr;
 };
 

@@ -2,10 +2,10 @@
 
 #include "api/StudyClassification.h"
 #include "app/log/Logger.h"
+#include "resources/Resources.h"
 #include "viewer/LoadingOverlay.h"
 #include "viewer/MainToolBar.h"
 #include "viewer/MprController.h"
-#include "viewer/Resources.h"
 #include "viewer/SeriesSelectionDialog.h"
 #include "viewer/StudyBrowserWidget.h"
 #include "viewer/ViewerWorkspace.h"
@@ -20,6 +20,7 @@
 #include <QStatusBar>
 
 #include <functional>
+#include <new>
 #include <utility>
 
 namespace zorbel {
@@ -51,15 +52,15 @@ void MainWindow::buildWorkspace() {
     browser_ = new StudyBrowserWidget(client_);
     browser_->setMinimumWidth(240);
     workspace_ = new ViewerWorkspace;
-    splitter_ = new QSplitter(Qt::Horizontal);
-    splitter_->setObjectName(QStringLiteral("workspaceSplitter"));
-    splitter_->addWidget(browser_);
-    splitter_->addWidget(workspace_);
-    splitter_->setStretchFactor(1, 1);
-    splitter_->setCollapsible(0, false);
-    splitter_->setCollapsible(1, false);
-    splitter_->setSizes({300, 1140});
-    setCentralWidget(splitter_);
+    auto* splitter = new QSplitter(Qt::Horizontal);
+    splitter->setObjectName(QStringLiteral("workspaceSplitter"));
+    splitter->addWidget(browser_);
+    splitter->addWidget(workspace_);
+    splitter->setStretchFactor(1, 1);
+    splitter->setCollapsible(0, false);
+    splitter->setCollapsible(1, false);
+    splitter->setSizes({300, 1140});
+    setCentralWidget(splitter);
     connect(browser_, &StudyBrowserWidget::studyDoubleClicked, this, &MainWindow::onStudyDoubleClicked);
     connect(workspace_, &ViewerWorkspace::imageDrawn, this, [this] {
         Q_EMIT studyDisplayed(sinceRequest_.elapsed());
@@ -112,7 +113,15 @@ void MainWindow::connectLoading() {
     });
     connect(loader_, &StudyLoadController::statusChanged, status_, &QLabel::setText);
     connect(loader_, &StudyLoadController::seriesChoiceNeeded, this, &MainWindow::askForSeries);
-    connect(loader_, &StudyLoadController::imageReady, this, &MainWindow::showImage);
+    connect(loader_, &StudyLoadController::imageReady, this, [this](const OrthancImageLoadResult& result) {
+        try {
+            showImage(result);
+        } catch (const std::bad_alloc&) {
+            // Two volumes are alive while one replaces the other; without both the window is usable again.
+            closeStudy();
+            showFailure(studyLoadFailure(QStringLiteral("Not enough memory to show this series.")));
+        }
+    });
     connect(loader_, &StudyLoadController::loadFailed, this, &MainWindow::showFailure);
     connect(loader_, &StudyLoadController::loadCancelled, status_, &QLabel::setText);
 }
@@ -228,6 +237,7 @@ void MainWindow::closeStudy() {
 }
 
 void MainWindow::signOut() {
+    loader_->cancel(); // or its tasks would end in "not authenticated"
     client_->signOut();
     close();
 }
@@ -235,6 +245,7 @@ void MainWindow::signOut() {
 void MainWindow::closeEvent(QCloseEvent* event) {
     Q_EMIT sessionEnding();
     closeStudy();
+    loader_->shutDown(); // the session's last words in the log must not come from a load that winds down
     event->accept();
 }
 

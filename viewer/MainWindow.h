@@ -10,7 +10,6 @@
 
 class QLabel;
 class QProgressBar;
-class QSplitter;
 
 namespace zorbel {
 
@@ -64,7 +63,6 @@ private:
     StudyBrowserWidget* browser_ = nullptr;
     ViewerWorkspace* workspace_ = nullptr;
     MainToolBar* toolBar_ = nullptr;
-    QSplitter* splitter_ = nullptr;
     QLabel* status_ = nullptr;
     QLabel* source_ = nullptr;
     QProgressBar* busy_ = nullptr;

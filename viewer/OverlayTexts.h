@@ -16,7 +16,7 @@ public:
     static QStringList patient(const imaging::ImageMetadata& metadata);
     /// "W: 1800  L: 400"; values under 10 with two decimals, as floating-point images need them.
     static QString window(const imaging::LevelWindow& window);
-    /// Slice distance and, of a tilted or lossy image, what a reader must know about it.
+    /// What a reader must know of a tilted or lossy image.
     static QStringList notes(const imaging::ImageMetadata& metadata, double tiltDegrees);
 };
 

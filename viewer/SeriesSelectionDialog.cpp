@@ -1,5 +1,7 @@
 #include "viewer/SeriesSelectionDialog.h"
 
+#include "viewer/PlainToolTip.h"
+
 #include <QDialogButtonBox>
 #include <QHeaderView>
 #include <QLabel>
@@ -56,7 +58,7 @@ SeriesSelectionDialog::SeriesSelectionDialog(
         const QStringList texts = cells(series[static_cast<std::size_t>(row)]);
         for (int column = 0; column < texts.size(); ++column) {
             auto* item = new QTableWidgetItem(texts[column]);
-            item->setToolTip(texts[column]);
+            item->setToolTip(plainToolTip(texts[column]));
             table_->setItem(row, column, item);
         }
     }

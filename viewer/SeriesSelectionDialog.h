@@ -4,7 +4,6 @@
 
 #include <QDialog>
 
-#include <optional>
 #include <vector>
 
 class QTableWidget;

@@ -4,6 +4,7 @@
 #include "api/LogReason.h"
 #include "api/StudyClassification.h"
 #include "app/log/Logger.h"
+#include "viewer/PlainToolTip.h"
 #include "viewer/StudyRows.h"
 
 #include <QButtonGroup>
@@ -34,7 +35,7 @@ enum ItemRole { PatientName = Qt::UserRole, StudyDate, Modality, StudyUID, Ortha
 
 QListWidgetItem* newRow(const ViewerStudySummary& study) {
     auto* item = new QListWidgetItem(StudyRows::text(study));
-    item->setToolTip(StudyRows::toolTip(study));
+    item->setToolTip(plainToolTip(StudyRows::toolTip(study)));
     item->setData(PatientName, study.patientName);
     item->setData(StudyDate, study.studyDate);
     item->setData(Modality, study.modality);
@@ -81,6 +82,7 @@ StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, 
     list_->setTextElideMode(Qt::ElideRight);
     status_ = new QLabel;
     status_->setWordWrap(true);
+    status_->setTextFormat(Qt::PlainText); // a failure is told in the service's own words
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(14, 14, 14, 10);
@@ -94,6 +96,7 @@ StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, 
     layout->addWidget(status_);
 
     list_->installEventFilter(this);
+    typeFilter_->installEventFilter(this);
 
     connect(refresh_, &QPushButton::clicked, this, &StudyBrowserWidget::loadStudiesAsync);
     connect(search_, &QLineEdit::textEdited, this, &StudyBrowserWidget::onSearchEdited);
@@ -110,8 +113,9 @@ StudyBrowserWidget::~StudyBrowserWidget() {
 }
 
 bool StudyBrowserWidget::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == list_ && event->type() == QEvent::ShortcutOverride) {
-        // The window's one-key shortcuts would otherwise take away the keys that walk through the list.
+    if (event->type() == QEvent::ShortcutOverride) {
+        // The window's one-key shortcuts would otherwise take away the keys that walk through list and
+        // filter.
         const int key = static_cast<QKeyEvent*>(event)->key();
         for (const int own :
              {Qt::Key_Up, Qt::Key_Down, Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End})
@@ -163,7 +167,7 @@ QWidget* StudyBrowserWidget::buildScopes() {
     organizationScope_ = addScope(QStringLiteral("Organization"), QStringLiteral("organizationScope"));
     recentScope_ = addScope(QStringLiteral("Recent"), QStringLiteral("recentScope"));
     organizationScope_->setChecked(true);
-    connect(group, &QButtonGroup::buttonClicked, this, &StudyBrowserWidget::rebuildRows);
+    connect(group, &QButtonGroup::buttonClicked, this, &StudyBrowserWidget::onScopeChosen);
     return scopes;
 }
 
@@ -176,13 +180,21 @@ void StudyBrowserWidget::onSearchEdited() {
         searchDelay_->start();
 }
 
+void StudyBrowserWidget::onScopeChosen() {
+    rebuildRows();
+    if (!showsRecent() && search_->text().trimmed() != listedSearch_)
+        loadStudiesAsync(); // typed while the recent studies were shown: the service has not been asked yet
+}
+
 void StudyBrowserWidget::loadStudiesAsync() {
     searchDelay_->stop();
     if (cancelFlag_)
         cancelFlag_->store(true);
     cancelFlag_ = std::make_shared<std::atomic<bool>>(false);
     const auto request = ++newestRequest_;
-    showStatus(QStringLiteral("Loading authorized studies…"), false);
+    listing_ = true;
+    failureText_.clear();
+    updateStatus();
     runInBackground(
         pool_, this,
         [client = client_, search = search_->text().trimmed(), cancel = cancelFlag_] {
@@ -194,6 +206,8 @@ void StudyBrowserWidget::loadStudiesAsync() {
                     Logger::instance().warn(
                         "StudyBrowser", "Could not load the study list", {{"reason", logReason(error)}});
                 result.failureText = QString::fromUtf8(error.what());
+            } catch (...) {
+                result.failureText = QStringLiteral("The study list could not be loaded.");
             }
             return result;
         },
@@ -205,8 +219,10 @@ void StudyBrowserWidget::loadStudiesAsync() {
 void StudyBrowserWidget::onListed(std::uint64_t request, const QString& search, const ListResult& result) {
     if (request != newestRequest_)
         return;
-    if (!result.failureText.isEmpty()) {
-        showStatus(result.failureText, true);
+    listing_ = false;
+    failureText_ = result.failureText;
+    if (!failureText_.isEmpty()) {
+        updateStatus();
         return;
     }
     studies_ = result.studies;
@@ -241,7 +257,7 @@ void StudyBrowserWidget::rebuildRows() {
         if (study.studyInstanceUID == currentUid)
             list_->setCurrentItem(item);
     }
-    showStatus(QStringLiteral("Showing %1 of %2 studies").arg(list_->count()).arg(source.size()), false);
+    updateStatus();
 }
 
 void StudyBrowserWidget::openCurrentRow() {
@@ -253,8 +269,17 @@ void StudyBrowserWidget::openCurrentRow() {
         item->data(Modality).toString(), item->data(StudyDate).toString());
 }
 
-void StudyBrowserWidget::showStatus(const QString& text, bool error) {
-    status_->setText(text);
+void StudyBrowserWidget::updateStatus() {
+    const bool service = !showsRecent();
+    const bool error = service && !listing_ && !failureText_.isEmpty();
+    if (error)
+        status_->setText(failureText_);
+    else if (service && listing_)
+        status_->setText(QStringLiteral("Loading authorized studies…"));
+    else
+        status_->setText(QStringLiteral("Showing %1 of %2 studies")
+                             .arg(list_->count())
+                             .arg(service ? studies_.size() : recent_.size()));
     status_->setObjectName(error ? QStringLiteral("zorbelStatusError") : QStringLiteral("zorbelStatus"));
     // The style sheet selects by object name and does not notice its change by itself.
     status_->style()->unpolish(status_);

@@ -20,7 +20,7 @@ class QToolButton;
 namespace zorbel {
 
 /// The list of the studies that the user may open, with search, type filter and the scopes "Organization"
-/// (the service's list) and "Recent" (the studies opened so far).
+/// (the service's list) and "Recent" (the studies opened so far). User-interface thread.
 class StudyBrowserWidget : public QWidget {
     Q_OBJECT
 
@@ -49,16 +49,19 @@ private:
     QWidget* buildScopes();
     bool showsRecent() const;
     void onSearchEdited();
+    void onScopeChosen();
     void onListed(std::uint64_t request, const QString& search, const ListResult& result);
     void rebuildRows();
     void openCurrentRow();
-    void showStatus(const QString& text, bool error);
+    void updateStatus();
 
     std::shared_ptr<ZorbelApiClient> client_;
     QThreadPool pool_;
     CancelFlag cancelFlag_;
     std::uint64_t newestRequest_ = 0; ///< an answer to an older request is dropped
     std::vector<ViewerStudySummary> studies_;
+    bool listing_ = false; ///< a request is under way
+    QString failureText_;  ///< of the last request; empty when it succeeded
     QString listedSearch_; ///< the search text that studies_ answers
     std::vector<ViewerStudySummary> recent_;
     QPushButton* refresh_ = nullptr;

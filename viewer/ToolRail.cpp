@@ -1,6 +1,6 @@
 #include "viewer/ToolRail.h"
 
-#include "viewer/Resources.h"
+#include "resources/Resources.h"
 
 #include <QLabel>
 #include <QToolButton>
@@ -9,13 +9,13 @@
 namespace zorbel {
 
 ToolRail::ToolRail(QWidget* parent) : QScrollArea(parent) {
-    setObjectName(QStringLiteral("viewerToolRail"));
+    setObjectName(QStringLiteral("viewerToolRailContent"));
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFixedWidth(96);
 
     auto* content = new QWidget;
-    content->setObjectName(QStringLiteral("viewerToolRailContent"));
+    content->setObjectName(QStringLiteral("viewerToolRail"));
     layout_ = new QVBoxLayout(content);
     layout_->setContentsMargins(8, 10, 8, 10);
     layout_->setSpacing(4);
@@ -58,7 +58,10 @@ ToolRail::ToolRail(QWidget* parent) : QScrollArea(parent) {
 }
 
 void ToolRail::addGroup(const QString& caption) {
-    auto* label = new QLabel(caption.toUpper());
+    auto* label = new QLabel(caption);
+    QFont capitals = label->font();
+    capitals.setCapitalization(QFont::AllUppercase);
+    label->setFont(capitals);
     label->setObjectName(QStringLiteral("railGroup"));
     label->setAlignment(Qt::AlignCenter);
     layout_->addWidget(label);

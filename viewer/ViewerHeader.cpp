@@ -1,5 +1,7 @@
 #include "viewer/ViewerHeader.h"
 
+#include "viewer/PlainToolTip.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -53,12 +55,12 @@ ViewerHeader::ViewerHeader(QWidget* parent) : QFrame(parent) {
 
 void ViewerHeader::setTitle(const QString& title) {
     title_->setText(title);
-    title_->setToolTip(title.toHtmlEscaped());
+    title_->setToolTip(plainToolTip(title));
 }
 
 void ViewerHeader::setSubtitle(const QString& subtitle, const QString& toolTip) {
     subtitle_->setText(subtitle);
-    subtitle_->setToolTip(toolTip.toHtmlEscaped());
+    subtitle_->setToolTip(plainToolTip(toolTip));
 }
 
 void ViewerHeader::setStudyChip(const QString& text) {

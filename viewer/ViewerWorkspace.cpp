@@ -81,7 +81,6 @@ QWidget* ViewerWorkspace::buildEmptyPage() {
 
 void ViewerWorkspace::setMode(ViewMode mode, const StudyIdentity& study) {
     mode_ = mode;
-    study_ = study;
     const bool slices = mode == ViewMode::Mpr || (mode == ViewMode::TwoD && image_->hasSeveralFrames());
     rail_->setAvailable(mode != ViewMode::None, mode == ViewMode::Mpr, slices);
     constexpr int noPlane = -1;
@@ -118,7 +117,7 @@ void ViewerWorkspace::showImage(
     setMode(ViewMode::TwoD, study);
     header_->setStudyChip(QStringLiteral("2D Study"));
     header_->setModeChip(
-        kind.isPanoramic() ? QStringLiteral("PANO · upright") : QStringLiteral("2D review"),
+        image_->showsCorrectedPanorama() ? QStringLiteral("PANO · upright") : QStringLiteral("2D review"),
         QStringLiteral("This non-volumetric study opens in the dedicated 2D viewer."));
 }
 

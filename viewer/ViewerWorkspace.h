@@ -28,7 +28,6 @@ public:
     explicit ViewerWorkspace(QWidget* parent = nullptr);
 
     ViewMode viewMode() const { return mode_; }
-    const StudyIdentity& study() const { return study_; }
 
     void showVolume(const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image);
     void showImage(
@@ -54,7 +53,6 @@ private:
     void setMode(ViewMode mode, const StudyIdentity& study);
 
     ViewMode mode_ = ViewMode::None;
-    StudyIdentity study_;
     MprController* mpr_ = nullptr;
     ImageController* image_ = nullptr;
     ToolRail* rail_ = nullptr;

@@ -1,5 +1,6 @@
 #include "app/telemetry/TelemetryEmitter.h"
 
+#include "api/EndpointRule.h"
 #include "api/HttpRequest.h"
 #include "app/log/Logger.h"
 #include "platform/SystemInfo.h"
@@ -79,13 +80,7 @@ QUrl TelemetryEmitter::endpointFromEnvironment() {
 }
 
 bool TelemetryEmitter::isAllowed(const QUrl& endpoint) {
-    const QString host = endpoint.host();
-    if (!endpoint.isValid() || host.isEmpty())
-        return false;
-    const bool loopback = host == QLatin1String("localhost") || host == QLatin1String("127.0.0.1") ||
-                          host == QLatin1String("::1");
-    return endpoint.scheme() == QLatin1String("https") ||
-           (endpoint.scheme() == QLatin1String("http") && loopback);
+    return isSecureEndpoint(endpoint);
 }
 
 void TelemetryEmitter::record(

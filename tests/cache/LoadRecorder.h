@@ -74,6 +74,10 @@ public:
         text_.append(line, length);
     }
     void flush() override {}
+    void clear() {
+        const std::lock_guard lock(mutex_);
+        text_.clear();
+    }
     bool contains(const std::string& text) const {
         const std::lock_guard lock(mutex_);
         return text_.find(text) != std::string::npos;

@@ -1,10 +1,8 @@
 #include "TestSeries.h"
 #include "cache/InstanceIdentity.h"
 #include "cache/ReceivedSeries.h"
-#include "cache/SessionWorkspace.h"
 #include "imaging/DicomIdentity.h"
 
-#include <QDir>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -104,34 +102,6 @@ TEST_F(ReceivedSeriesTest, saysWhenTheDiskRefuses) {
     } catch (const std::runtime_error& error) {
         EXPECT_NE(std::string(error.what()).find("disk space"), std::string::npos);
     }
-}
-
-TEST(SessionWorkspace, leavesNothingBehindAndSurvivesAClearedTemporaryFolder) {
-    QTemporaryDir parent;
-    const auto entries = [&parent] {
-        return QDir(parent.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-    };
-    {
-        SessionWorkspace workspace(parent.path());
-        EXPECT_TRUE(entries().isEmpty()) << "made on first use";
-        {
-            const auto first = workspace.newLoadFolder();
-            const auto second = workspace.newLoadFolder();
-            EXPECT_NE(first->path(), second->path());
-            std::ofstream(first->path() / "1.dcm") << "x";
-            ASSERT_EQ(entries().size(), 1);
-            EXPECT_TRUE(entries().front().startsWith(QStringLiteral("zorbel-viewer-session-")));
-            EXPECT_EQ(
-                std::filesystem::status(first->path().parent_path()).permissions() &
-                    (std::filesystem::perms::group_all | std::filesystem::perms::others_all),
-                std::filesystem::perms::none);
-        }
-        QDir(parent.filePath(entries().front())).removeRecursively();
-        EXPECT_TRUE(std::filesystem::exists(workspace.newLoadFolder()->path().parent_path()));
-    }
-    EXPECT_TRUE(entries().isEmpty());
-    SessionWorkspace nowhere(parent.filePath(QStringLiteral("missing/deeper")));
-    EXPECT_THROW(nowhere.newLoadFolder(), std::runtime_error);
 }
 
 } // namespace

@@ -40,11 +40,11 @@ TEST_F(StudyLoadControllerTest, opensAVolumeAndSaysHowFarItIs) {
     expectSeries(*result.image, series);
 
     const QStringList firstOfAll{
-        QStringLiteral("Checking volume cache…"),
+        QStringLiteral("Preparing study"), QStringLiteral("Checking volume cache…"),
         QStringLiteral("Selecting the fastest authorized study source..."),
         QStringLiteral("Loading selected DICOM series from Zorbel Cloud..."),
         QStringLiteral("Downloading DICOM instances")};
-    EXPECT_EQ(recorder.statuses.mid(0, 4), firstOfAll);
+    EXPECT_EQ(recorder.statuses.mid(0, 5), firstOfAll);
     EXPECT_EQ(recorder.statuses.last(), QStringLiteral("Building diagnostic volume"));
     for (const char* line :
          {"Selected Orthanc series for DICOM fallback", "Starting Orthanc DICOM download",
@@ -52,7 +52,7 @@ TEST_F(StudyLoadControllerTest, opensAVolumeAndSaysHowFarItIs) {
           "Orthanc fallback volume ready"})
         EXPECT_TRUE(capture_->contains(line)) << line;
     EXPECT_TRUE(capture_->contains("\"correlationId\":\"sess-"));
-    EXPECT_FALSE(capture_->contains("Test Patient"));
+    EXPECT_FALSE(capture_->contains("Patient"));
     const auto audits = service_->auditRecords();
     EXPECT_TRUE(std::any_of(audits.begin(), audits.end(), [&](const demo::AuditRecord& audit) {
         return audit.event == "STUDY_OPEN" && audit.targetId == study.studyInstanceUID.toStdString();
@@ -177,6 +177,20 @@ TEST_F(StudyLoadControllerTest, showsOnlyTheNewestRequest) {
     ASSERT_EQ(recorder.images.size(), 1u);
     expectSeries(*recorder.images.front().image, wanted);
     EXPECT_TRUE(recorder.failures.empty());
+
+    service_->clearFaults();
+    service_->setFault(
+        demo::Fault::throttle("*/dicom-web/studies/" + slow.studyInstanceUID.toStdString() + "/*", 4000));
+    LoadRecorder second(controller);
+    controller.openStudy(slow);
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return second.statuses.contains(QStringLiteral("Downloading DICOM instances")); }, 20000));
+    controller.openStudy(study);
+    ASSERT_TRUE(second.waitForEnd());
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return capture_->contains("Discarded stale Orthanc study load result"); }, 10000));
+    ASSERT_EQ(second.images.size(), 1u);
+    expectSeries(*second.images.front().image, wanted);
 }
 
 } // namespace

@@ -21,7 +21,8 @@ struct TestSeries {
     std::string description = "CBCT test";
     std::string modality = "CT";
     int slices = 8;
-    int size = 32;
+    int size = 32; ///< columns
+    int rows = 32;
     std::vector<int> leftOut{}; ///< slices that are not written
 
     std::string studyUid() const { return demo::uidOf(study); }
@@ -46,10 +47,10 @@ struct TestSeries {
         dicom.text(0x00280030, "0.5\\0.5");
         dicom.text(0x00281052, "0");
         dicom.text(0x00281053, "1");
-        std::vector<std::uint16_t> pixels(static_cast<std::size_t>(size) * static_cast<std::size_t>(size));
+        std::vector<std::uint16_t> pixels(static_cast<std::size_t>(size) * static_cast<std::size_t>(rows));
         for (std::size_t index = 0; index < pixels.size(); ++index)
             pixels[index] = static_cast<std::uint16_t>(slice * 100 + static_cast<int>(index) % size);
-        dicom.pixels(size, size, pixels.data(), 12);
+        dicom.pixels(size, rows, pixels.data(), 12);
         dicom.write(file);
     }
 

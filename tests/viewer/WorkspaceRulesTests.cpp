@@ -1,4 +1,3 @@
-#include "viewer/MprController.h"
 #include "viewer/OverlayTexts.h"
 #include "viewer/StudyIdentity.h"
 
@@ -37,12 +36,6 @@ TEST(OverlayTexts, warnsOfTiltAndLossyCompression) {
     EXPECT_EQ(
         OverlayTexts::notes(metadata, -18.53),
         (QStringList{QStringLiteral("Gantry tilt 18.5°"), QStringLiteral("Lossy compression")}));
-}
-
-TEST(MprController, stepsOneSliceANotchTenWithShiftATenthWithAlt) {
-    EXPECT_DOUBLE_EQ(MprController::wheelStep(2, Qt::NoModifier), 2.0);
-    EXPECT_DOUBLE_EQ(MprController::wheelStep(-1, Qt::ShiftModifier), -10.0);
-    EXPECT_DOUBLE_EQ(MprController::wheelStep(1, Qt::AltModifier), 0.1);
 }
 
 } // namespace

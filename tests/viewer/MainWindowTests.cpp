@@ -1,0 +1,117 @@
+#include "demo/DemoAccounts.h"
+#include "demo/DemoService.h"
+#include "tests/cache/TestSeries.h"
+#include "viewer/MainWindow.h"
+
+#include <QAbstractButton>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+namespace zorbel {
+namespace {
+
+class MainWindowTest : public testing::Test {
+protected:
+    void SetUp() override {
+        service_.start();
+        ApiClientConfig config;
+        config.baseUrl = QString::fromStdString(service_.baseUrl());
+        client_ = std::make_shared<ZorbelApiClient>(config);
+        ASSERT_TRUE(client_
+                        ->signIn(
+                            QString::fromLatin1(demo::readerAccount.email),
+                            QString::fromLatin1(demo::readerAccount.password))
+                        .success);
+        window_ = std::make_unique<MainWindow>(client_);
+        window_->show();
+    }
+
+    StudyRequest upload(const test::TestSeries& series) {
+        const auto folder = std::filesystem::path(folder_.path().toStdString()) / series.study;
+        series.write(folder);
+        EXPECT_TRUE(service_.uploadFolder(folder).failures.empty());
+        const QString uid = QString::fromStdString(series.studyUid());
+        for (const auto& row : client_->listStudies({}, 200))
+            if (row.studyInstanceUID == uid)
+                return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+        ADD_FAILURE() << "the uploaded study is not listed";
+        return {};
+    }
+    bool open(const StudyRequest& study) {
+        QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);
+        window_->onStudyDoubleClicked(
+            study.orthancId, study.studyInstanceUID, study.patientName, study.modality, study.studyDate);
+        EXPECT_TRUE(window_->findChild<QProgressBar*>(QStringLiteral("statusBusy"))->isVisible());
+        return displayed.wait(60000);
+    }
+    QString text(const char* name) { return window_->findChild<QLabel*>(QString::fromLatin1(name))->text(); }
+
+    demo::DemoService service_;
+    QTemporaryDir folder_;
+    std::shared_ptr<ZorbelApiClient> client_;
+    std::unique_ptr<MainWindow> window_;
+};
+
+TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
+    EXPECT_EQ(window_->windowTitle(), QStringLiteral("Zorbel Diagnostic Viewer — Clinical Workspace"));
+    EXPECT_EQ(text("statusText"), QStringLiteral("Ready"));
+    EXPECT_EQ(text("identityText"), QStringLiteral("Rita Reader  •  Demo Dental Clinic"));
+    const auto volume = upload({.study = "volume"});
+    ASSERT_TRUE(open(volume));
+    EXPECT_EQ(
+        text("statusText"),
+        QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (CT).  |  Series: CBCT test"));
+    EXPECT_EQ(
+        text("statusSource"), QStringLiteral("Loaded volume from Zorbel Cloud: ") + volume.studyInstanceUID);
+    EXPECT_EQ(text("viewerTitle"), QStringLiteral("Test Patient"));
+    EXPECT_EQ(
+        text("viewerSubtitle"), QStringLiteral("CT  ·  31 Jan 2024  ·  Study ") + volume.studyInstanceUID);
+    EXPECT_FALSE(window_->findChild<QProgressBar*>(QStringLiteral("statusBusy"))->isVisible());
+
+    // Higher than wide, and no orientation in the file: a panorama that has to be turned.
+    const auto panorama =
+        upload({.study = "panorama", .description = "PANORAMIC", .modality = "PX", .slices = 1, .rows = 64});
+    ASSERT_TRUE(open(panorama));
+    EXPECT_EQ(
+        text("statusText"),
+        QStringLiteral("Non-volumetric study loaded in 2D mode (PX).  |  Series: PANORAMIC"));
+    EXPECT_EQ(
+        text("statusSource"),
+        QStringLiteral("Loaded in 2D mode from Zorbel Cloud: ") + panorama.studyInstanceUID);
+    EXPECT_EQ(text("studyChip"), QStringLiteral("2D Study"));
+    EXPECT_EQ(text("modeChip"), QStringLiteral("PANO · upright"));
+    EXPECT_EQ(text("orientationChip"), QStringLiteral("Panorama corrected upright"));
+    window_->close();
+    EXPECT_EQ(text("statusText"), QStringLiteral("Study closed"));
+    EXPECT_EQ(text("viewerTitle"), QStringLiteral("No study selected"));
+}
+
+TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
+    const auto shown = upload({.study = "shown"});
+    const auto broken = upload({.study = "broken", .slices = 7});
+    ASSERT_TRUE(open(shown));
+    service_.setFault(demo::Fault::error("*/viewer-proxy/studies/*", 503, "Under maintenance", ""));
+    window_->openStudy(broken);
+    const auto box = [this] { return window_->findChild<QMessageBox*>(QStringLiteral("loadFailureBox")); };
+    ASSERT_TRUE(QTest::qWaitFor([&] { return box() != nullptr; }, 20000));
+    EXPECT_EQ(box()->windowTitle(), QStringLiteral("Load Error"));
+    EXPECT_EQ(text("statusText"), QStringLiteral("Load failed — Under maintenance"));
+    EXPECT_TRUE(text("viewerSubtitle").endsWith(shown.studyInstanceUID));
+    box()->button(QMessageBox::Ok)->click();
+
+    service_.clearFaults();
+    QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);
+    QTest::mouseClick(window_->findChild<QToolButton*>(QStringLiteral("toolbar-retry")), Qt::LeftButton);
+    ASSERT_TRUE(displayed.wait(60000));
+    EXPECT_TRUE(text("viewerSubtitle").endsWith(broken.studyInstanceUID));
+}
+
+} // namespace
+} // namespace zorbel
