@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <map>
 #include <set>
+#include <string_view>
 #include <tuple>
 
 namespace zorbel::imaging {
@@ -124,6 +125,13 @@ ImageBlock makeBlock(const Candidates& frames, const Vector3* step, std::vector<
     return block;
 }
 
+std::vector<Vector3> positionsOf(const Candidates& frames) {
+    std::vector<Vector3> positions;
+    for (const Candidate& candidate : frames)
+        positions.push_back(*candidate.frame().position);
+    return positions;
+}
+
 /// Frames of one orientation and their places along the normal.
 class Stack {
 public:
@@ -159,7 +167,39 @@ public:
         return byOrder();
     }
 
+    /// Acquisitions whose slices lie among each other's, each of them regular where all together are not;
+    /// empty where no key tells such apart.
+    std::vector<Candidates> interleaved() const {
+        if (overlapping() || isRegular(frames_))
+            return {};
+        for (std::size_t key = 0; key < frames_.front().frame().acquisitionKeys.size(); ++key) {
+            std::size_t changes = 0;
+            for (std::size_t i = 1; i < frames_.size(); ++i)
+                changes += keyOf(frames_[i], key) != keyOf(frames_[i - 1], key);
+            const std::vector<Candidates> sets = partition(
+                frames_, [&](const auto& a, const auto& b) { return keyOf(a, key) == keyOf(b, key); });
+            if (sets.size() > 1 && changes >= sets.size() &&
+                std::all_of(sets.begin(), sets.end(), [&](const auto& set) {
+                    return set.size() > 2 && isRegular(set);
+                }))
+                return sets;
+        }
+        return {};
+    }
+
 private:
+    static std::string_view keyOf(const Candidate& candidate, std::size_t key) {
+        const auto& keys = candidate.frame().acquisitionKeys;
+        return key < keys.size() ? std::string_view(keys[key]) : std::string_view();
+    }
+
+    /// But for missing slices.
+    bool isRegular(const Candidates& frames) const {
+        const auto runs = splitStack(positionsOf(frames), normal_);
+        return std::none_of(
+            runs.begin(), runs.end(), [](const SliceRun& run) { return run.irregularBeside; });
+    }
+
     double distance(const Candidate& candidate) const { return dot(*candidate.frame().position, normal_); }
 
     /// Frames nearer to each other than this lie at one place.
@@ -273,16 +313,20 @@ private:
             reasons.push_back(
                 {SplitReasonType::OverlappingFrames, std::to_string(frames.size()) + " frames at " +
                                                          std::to_string(stack.placeCount()) + " positions"});
-        for (const Candidates& acquisition : stack.acquisitions())
+        std::vector<Candidates> acquisitions = stack.interleaved();
+        if (acquisitions.empty())
+            acquisitions = stack.acquisitions();
+        else
+            reasons.push_back(
+                {SplitReasonType::OverlappingFrames,
+                 std::to_string(acquisitions.size()) + " interleaved acquisitions"});
+        for (const Candidates& acquisition : acquisitions)
             addAcquisition(acquisition, stack.normal(), reasons);
     }
 
     void
     addAcquisition(const Candidates& frames, const Vector3& normal, const std::vector<SplitReason>& reasons) {
-        std::vector<Vector3> positions;
-        for (const Candidate& candidate : frames)
-            positions.push_back(*candidate.frame().position);
-        for (const SliceRun& run : splitStack(positions, normal)) {
+        for (const SliceRun& run : splitStack(positionsOf(frames), normal)) {
             std::vector<SplitReason> own = reasons;
             const auto begin = frames.begin() + static_cast<std::ptrdiff_t>(run.first);
             const Candidates members(begin, begin + static_cast<std::ptrdiff_t>(run.count));

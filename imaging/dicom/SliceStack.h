@@ -17,7 +17,7 @@ struct SliceRun {
 };
 
 /// Cuts a stack into regular runs. positions: at least one, ascending along `normal`, no two at one distance.
-/// The usual distance is the most common one; distances count as equal within 1 % or 0.01 mm, whichever is
+/// The usual distance is the most common one; distances count as equal within 1 % or 0.02 mm, whichever is
 /// more, so that positions written with two decimals stay regular.
 std::vector<SliceRun> splitStack(const std::vector<Vector3>& positions, const Vector3& normal);
 

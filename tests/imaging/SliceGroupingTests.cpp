@@ -199,6 +199,23 @@ TEST_F(SliceGrouping, InterleavedAcquisitionsComeApart) {
     }
 }
 
+TEST_F(SliceGrouping, AcquisitionsBetweenEachOthersSlicesComeApart) {
+    for (int i = 0; i < 8; ++i)
+        for (const int acquisition : {1, 2})
+            slice({0, 0, i + 0.3 * acquisition}, acquisition)
+                .text({0x0020, 0x0012}, VR::IS, std::to_string(acquisition))
+                .write(nextFile());
+    const auto result = blocks();
+    ASSERT_EQ(result.size(), 2U);
+    for (const ImageBlock& block : result) {
+        EXPECT_EQ(block.frameCount(), 8U);
+        EXPECT_EQ(detailsOf(block, SplitReasonType::OverlappingFrames), "2 interleaved acquisitions");
+        EXPECT_NEAR(block.geometry.spacing()[2], 1.0, 1e-9);
+        const auto image = DicomSeriesReader::load(block);
+        EXPECT_EQ(image->metadata().minimum, image->metadata().maximum) << "frames of two acquisitions mixed";
+    }
+}
+
 TEST_F(SliceGrouping, AcquisitionsWithoutAnyNumberComeApartByInstanceNumber) {
     for (int pass = 0; pass < 2; ++pass)
         for (int i = 0; i < 5; ++i)
