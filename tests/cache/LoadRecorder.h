@@ -5,8 +5,8 @@
 #include "app/log/ILogSink.h"
 #include "app/log/Logger.h"
 #include "cache/StudyLoadController.h"
-#include "demo/DemoAccounts.h"
 #include "demo/DemoService.h"
+#include "tests/demo/SignedInClient.h"
 
 #include <QDir>
 #include <QStringList>
@@ -105,13 +105,7 @@ protected:
         QDir().mkpath(tempFolder());
         capture_ = std::make_shared<LogCapture>();
         Logger::instance().addSink(capture_);
-        ApiClientConfig config;
-        config.baseUrl = QString::fromStdString(service_->baseUrl());
-        client_ = std::make_shared<ZorbelApiClient>(config);
-        const auto outcome = client_->signIn(
-            QString::fromLatin1(demo::readerAccount.email),
-            QString::fromLatin1(demo::readerAccount.password));
-        ASSERT_TRUE(outcome.success) << outcome.errorMessage.toStdString();
+        client_ = signedInClient(*service_);
     }
 
     void TearDown() override {

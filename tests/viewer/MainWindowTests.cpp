@@ -1,6 +1,6 @@
-#include "demo/DemoAccounts.h"
 #include "demo/DemoService.h"
 #include "tests/cache/TestSeries.h"
+#include "tests/demo/SignedInClient.h"
 #include "viewer/MainWindow.h"
 
 #include <QAbstractButton>
@@ -21,14 +21,7 @@ class MainWindowTest : public testing::Test {
 protected:
     void SetUp() override {
         service_.start();
-        ApiClientConfig config;
-        config.baseUrl = QString::fromStdString(service_.baseUrl());
-        client_ = std::make_shared<ZorbelApiClient>(config);
-        ASSERT_TRUE(client_
-                        ->signIn(
-                            QString::fromLatin1(demo::readerAccount.email),
-                            QString::fromLatin1(demo::readerAccount.password))
-                        .success);
+        client_ = test::signedInClient(service_);
         window_ = std::make_unique<MainWindow>(client_);
         window_->show();
     }

@@ -1,5 +1,5 @@
-#include "demo/DemoAccounts.h"
 #include "demo/DemoService.h"
+#include "tests/demo/SignedInClient.h"
 #include "viewer/SeriesSelectionDialog.h"
 #include "viewer/StudyBrowserWidget.h"
 
@@ -37,14 +37,7 @@ protected:
     static void TearDownTestSuite() { service_.reset(); }
 
     void SetUp() override {
-        ApiClientConfig config;
-        config.baseUrl = QString::fromStdString(service_->baseUrl());
-        client_ = std::make_shared<ZorbelApiClient>(config);
-        ASSERT_TRUE(client_
-                        ->signIn(
-                            QString::fromLatin1(demo::readerAccount.email),
-                            QString::fromLatin1(demo::readerAccount.password))
-                        .success);
+        client_ = test::signedInClient(*service_);
         service_->setFault(demo::Fault::reply(studyList, 200, threeStudies));
         browser_ = std::make_unique<StudyBrowserWidget>(client_);
         browser_->resize(320, 700);
