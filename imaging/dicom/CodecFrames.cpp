@@ -90,6 +90,11 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
         if (head.rows != header.rows || head.columns != header.columns ||
             head.components != header.format.samples)
             throw std::runtime_error(otherImage);
+        // A sample takes a bit at the very least, a block of 8 × 8 lossy ones as well. The decoder would
+        // invent the rest, all gigabytes of it.
+        const auto count = static_cast<std::size_t>(header.rows) * static_cast<std::size_t>(header.columns);
+        if (count / (head.lossy ? 512 : 8) > frame.scratch.size())
+            throw std::runtime_error(damaged);
     }
     const std::vector<unsigned int> size{
         static_cast<unsigned>(header.columns), static_cast<unsigned>(header.rows)};

@@ -100,6 +100,18 @@ TEST_F(DamagedFile, AJpegStreamOfNoKnownPrecisionIsRefused) {
     }
 }
 
+TEST_F(DamagedFile, AJpegStreamTooShortForItsSizeIsRefused) {
+    FileMaker maker(32, 32);
+    maker.pixels(std::vector<std::int16_t>(32 * 32)).write(folder_.path() / "small");
+    compress(folder_.path() / "small", TransferSyntax::JPEGLosslessProcess14_1);
+    std::string bytes = readBytes(folder_.path() / "small");
+    for (const auto& mark : {std::string("\x28\0\x10\0US", 6), std::string("\x28\0\x11\0US", 6)})
+        bytes.replace(bytes.find(mark) + 8, 2, "\0\x10", 2);
+    bytes.replace(bytes.find("\xff\xc3") + 5, 4, "\x10\0\x10\0", 4);
+    writeBytes(folder_.path() / "claims", bytes);
+    EXPECT_EQ(complaint(folder_.path() / "claims"), "claims: the compressed pixel data is damaged");
+}
+
 TEST_F(DamagedFile, ElementsThatMatterToNobodyMayBeOdd) {
     const auto file = sound();
     const std::string bytes = readBytes(file);
