@@ -1,5 +1,6 @@
 #include "imaging/dicom/FrameDecoder.h"
 #include "imaging/dicom/JpegHead.h"
+#include "imaging/dicom/LosslessJpegScan.h"
 
 #include <gdcmByteValue.h>
 #include <gdcmDataElement.h>
@@ -93,7 +94,7 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
         // A sample takes a bit at the very least, a block of 8 × 8 lossy ones as well. The decoder would
         // invent the rest, all gigabytes of it.
         const auto count = static_cast<std::size_t>(header.rows) * static_cast<std::size_t>(header.columns);
-        if (count / (head.lossy ? 512 : 8) > frame.scratch.size())
+        if (count / (head.lossy ? 512 : 8) > frame.scratch.size() || !losslessJpegScanIsWhole(frame.scratch))
             throw std::runtime_error(damaged);
     }
     const std::vector<unsigned int> size{

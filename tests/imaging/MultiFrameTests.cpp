@@ -110,6 +110,20 @@ TEST_F(MultiFrame, OffsetsPlaceFramesAlongTheNormal) {
     EXPECT_EQ(DicomSeriesReader::load(block)->valueAt(0, 0, 0), 102);
 }
 
+TEST_F(MultiFrame, ADetectorMayHoldThePosition) {
+    auto detector = FileMaker::item({0x0020, 0x0032}, VR::DS, "1\\2\\3");
+    FileMaker::addText(detector, {0x0020, 0x0037}, VR::DS, "1\\0\\0\\0\\1\\0");
+    numberedFrames(4)
+        .text({0x0018, 0x0088}, VR::DS, "-2")
+        .remove({0x0020, 0x0032})
+        .remove({0x0020, 0x0037})
+        .sequence({0x0054, 0x0022}, {detector})
+        .write(file());
+    const ImageBlock block = onlyBlock();
+    EXPECT_TRUE(block.splitReasons.empty());
+    EXPECT_EQ(block.geometry.origin(), (Vector3{1, 2, -3}));
+}
+
 TEST_F(MultiFrame, OnePositionAndADistanceMakeAStack) {
     numberedFrames(4).position({0, 0, 10}).text({0x0018, 0x0088}, VR::DS, "0.25").write(file());
     ImageBlock block = onlyBlock();
