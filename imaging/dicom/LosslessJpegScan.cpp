@@ -3,15 +3,33 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace zorbel::imaging {
 
 namespace {
 
-/// By the next 16 bits: how many of them belong to the code word, and to the difference behind it; 0 for
-/// none.
-using CodeTable = std::vector<std::uint8_t>;
+/// How many of the next bits belong to the code word and to the difference behind it; 0 for none. Nearly all
+/// words are short, and `byTenBits` stays in the processor's nearest cache.
+struct CodeTable {
+    static constexpr std::uint8_t longer = 255; ///< ten bits do not tell
+    std::vector<std::uint8_t> bySixteenBits;
+    std::array<std::uint8_t, 1024> byTenBits{};
+
+    unsigned bits(unsigned next) const {
+        const unsigned found = byTenBits[next >> 6];
+        return found == longer ? bySixteenBits[next] : found;
+    }
+    void shorten() {
+        for (std::size_t ten = 0; ten < byTenBits.size(); ++ten) {
+            const auto first = bySixteenBits.begin() + static_cast<std::ptrdiff_t>(ten * 64);
+            const bool same =
+                std::all_of(first, first + 64, [first](std::uint8_t bits) { return bits == *first; });
+            byTenBits[ten] = same ? *first : longer;
+        }
+    }
+};
 
 class Scan {
 public:
@@ -68,7 +86,8 @@ private:
 
     void readTables(std::size_t at, std::size_t end) {
         while (at + 17 <= end) {
-            CodeTable& table = tables_[byte(at) & 3];
+            CodeTable& codes = tables_[byte(at) & 3];
+            std::vector<std::uint8_t>& table = codes.bySixteenBits;
             table.assign(65536, 0);
             std::size_t symbol = at + 17;
             std::size_t code = 0;
@@ -84,6 +103,7 @@ private:
                         table.begin() + static_cast<std::ptrdiff_t>(first),
                         table.begin() + static_cast<std::ptrdiff_t>(last), static_cast<std::uint8_t>(bits));
                 }
+            codes.shorten();
             at = symbol;
         }
     }
@@ -93,7 +113,7 @@ private:
             return false;
         for (std::size_t i = 0; i < components_; ++i) {
             used_[i] = &tables_[byte(at + 2 + 2 * i) >> 4 & 3];
-            if (used_[i]->empty())
+            if (used_[i]->bySixteenBits.empty())
                 return false;
         }
         return true;
@@ -102,15 +122,21 @@ private:
     /// The coded bytes up to the next marker, without stuffing; 8 bytes of zeros follow them.
     const std::vector<std::uint8_t>& nextInterval() {
         coded_.clear();
+        const auto* const bytes = reinterpret_cast<const std::uint8_t*>(stream_.data());
         while (position_ < stream_.size()) {
-            const unsigned value = byte(position_++);
-            if (value == 0xff) {
-                while (byte(position_) == 0xff)
-                    ++position_;
-                if (byte(position_++) != 0)
-                    break;
-            }
-            coded_.push_back(static_cast<std::uint8_t>(value));
+            const void* const found = std::memchr(bytes + position_, 0xff, stream_.size() - position_);
+            const std::size_t end =
+                found ? static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - bytes)
+                      : stream_.size();
+            coded_.insert(coded_.end(), bytes + position_, bytes + end);
+            position_ = end + 1;
+            if (!found)
+                break;
+            while (byte(position_) == 0xff)
+                ++position_;
+            if (byte(position_++) != 0)
+                break;
+            coded_.push_back(0xff);
         }
         coded_.resize(coded_.size() + 8, 0);
         return coded_;
@@ -124,7 +150,7 @@ private:
                 const std::uint8_t* const from = bytes.data() + at / 8;
                 const unsigned three = static_cast<unsigned>(from[0]) << 16 |
                                        static_cast<unsigned>(from[1]) << 8 | static_cast<unsigned>(from[2]);
-                const unsigned bits = (*used_[i])[three >> (8 - at % 8) & 0xffffU];
+                const unsigned bits = used_[i]->bits(three >> (8 - at % 8) & 0xffffU);
                 at += bits;
                 if (bits == 0 || at > end)
                     return false;
