@@ -62,7 +62,8 @@ bool matches(const json& row, const std::string& search) {
     std::string digits = date.substr(0, 10);
     digits.erase(std::remove(digits.begin(), digits.end(), '-'), digits.end());
     std::string text = row.at("patient").at("fullName").get<std::string>() + "\n" + date + "\n" + digits +
-                       "\n" + row.at("studyDescription").get<std::string>();
+                       "\n" + row.at("studyDescription").get<std::string>() + "\n" +
+                       row.at("studyInstanceUID").get<std::string>();
     for (const json& modality : row.at("modalitiesInStudy")) {
         text += "\n" + modality.get<std::string>();
     }
