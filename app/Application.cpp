@@ -153,6 +153,7 @@ int runSession(
     QObject::connect(
         &window, &MainWindow::sessionEnding, &window, [&telemetry] { telemetry.record("SESSION_END"); });
     window.show();
+    window.activateWindow(); // the sign-in dialog had the keyboard until now
     QApplication::setQuitOnLastWindowClosed(true);
     if (link)
         QTimer::singleShot(

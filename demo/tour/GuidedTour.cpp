@@ -1,5 +1,6 @@
 #include "GuidedTour.h"
 
+#include "imaging/rendering/PlaneView.h"
 #include "imaging/rendering/VolumeView.h"
 #include "viewer/MainWindow.h"
 
@@ -96,7 +97,13 @@ void GuidedTour::planReading() {
             for (int step = 0; step < 40; ++step)
                 QTest::keyClick(mainWindow(), Qt::Key_Left);
         },
-        [this] { return sinceAct_.elapsed() > 400 && studyShown(); });
+        [this] {
+            const auto* sagittal = qobject_cast<imaging::PlaneView*>(visible("sagittalView"));
+            const auto& slices = sagittal->navigation();
+            // The volume opened in its middle; the keys must have left it.
+            return sinceAct_.elapsed() > 400 && studyShown() &&
+                   slices.currentSlice() < slices.sliceCount() / 2 - 30;
+        });
     addOpening(QStringLiteral("panoramic"), [this] { return rowContaining(QStringLiteral("Panoramic")); });
     addOpening(
         QStringLiteral("cephalometric"), [this] { return rowContaining(QStringLiteral("Cephalometric")); });

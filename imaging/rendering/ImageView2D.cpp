@@ -77,11 +77,6 @@ void ImageView2D::setWindow(double center, double width) {
     setVoi(window);
 }
 
-void ImageView2D::resetWindow() {
-    if (image_)
-        setVoi(initialVoi(*image_));
-}
-
 void ImageView2D::setVoi(const VoiChoice& voi) {
     voi_ = voi;
     invalidate();
@@ -270,7 +265,7 @@ void ImageView2D::mousePressEvent(QMouseEvent* event) {
 void ImageView2D::mouseMoveEvent(QMouseEvent* event) {
     const QPointF moved = event->position() - lastPosition_;
     lastPosition_ = event->position();
-    const bool left = leftDragPans_ && event->buttons().testFlag(Qt::LeftButton);
+    const bool left = event->buttons().testFlag(Qt::LeftButton);
     if (left || event->buttons().testFlag(Qt::MiddleButton))
         panBy(moved);
 }

@@ -38,8 +38,6 @@ public:
 
     /// A LINEAR window instead of the file's own.
     void setWindow(double center, double width);
-    /// Back to the file's own table or window.
-    void resetWindow();
     void setVoi(const VoiChoice& voi);
     const VoiChoice& voi() const { return voi_; }
     /// Exchanges black and white of what the image shows by itself.
@@ -62,8 +60,6 @@ public:
     void panBy(const QPointF& pixels);
     /// Logical pixels for the shorter side of an image pixel.
     double scale() const { return scale_; }
-    /// False where a tool of the viewer takes the left button: the middle one still moves the image.
-    void setLeftDragPans(bool pans) { leftDragPans_ = pans; }
 
     QPointF imageToWidget(const QPointF& position) const;
     QPointF widgetToImage(const QPointF& position) const;
@@ -105,7 +101,6 @@ private:
     double scale_ = 1.0;
     double fittedScale_ = 1.0;
     bool fitted_ = true;
-    bool leftDragPans_ = true;
     QPointF lastPosition_;
     WheelAccumulator wheel_;
 };

@@ -1,4 +1,5 @@
 #include "demo/DemoService.h"
+#include "imaging/rendering/PlaneView.h"
 #include "tests/cache/TestSeries.h"
 #include "tests/demo/SignedInClient.h"
 #include "viewer/MainWindow.h"
@@ -84,6 +85,30 @@ TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
     window_->close();
     EXPECT_EQ(text("statusText"), QStringLiteral("Study closed"));
     EXPECT_EQ(text("viewerTitle"), QStringLiteral("No study selected"));
+}
+
+TEST_F(MainWindowTest, stepsAndChoosesPlanesByKeys) {
+    ASSERT_TRUE(open(upload({.study = "keys", .slices = 40})));
+    window_->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window_.get(), 20000));
+    const auto position = [this](const char* view) {
+        return window_->findChild<imaging::PlaneView*>(QString::fromLatin1(view))
+            ->navigation()
+            .slicePosition();
+    };
+    const auto press = [this](Qt::Key key) { QTest::keyClick(window_.get(), key); };
+    const double axial = position("axialView");
+    press(Qt::Key_Right);
+    press(Qt::Key_Up);
+    press(Qt::Key_Left);
+    EXPECT_DOUBLE_EQ(position("axialView"), axial + 1.0);
+    press(Qt::Key_PageDown);
+    EXPECT_DOUBLE_EQ(position("axialView"), axial - 9.0);
+    const double sagittal = position("sagittalView");
+    press(Qt::Key_S);
+    press(Qt::Key_Down);
+    EXPECT_DOUBLE_EQ(position("sagittalView"), sagittal - 1.0);
+    EXPECT_DOUBLE_EQ(position("axialView"), axial - 9.0);
 }
 
 TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
