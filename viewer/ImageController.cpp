@@ -32,6 +32,7 @@ ImageController::ImageController(QObject* parent) : QObject(parent) {
     view_ = new imaging::ImageView2D;
     view_->setObjectName(QStringLiteral("imageView"));
     view_->setMinimumSize(320, 320);
+    view_->setFocusPolicy(Qt::ClickFocus);
     frame_ = new ViewportFrame(QStringLiteral("2D IMAGE"), QColor(0x18, 0xB6, 0xD9), view_);
     frame_->setObjectName(QStringLiteral("imageViewport"));
     orientationChip_ = new QLabel;

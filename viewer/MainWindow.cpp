@@ -191,6 +191,7 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
             component, "DICOM fallback image displayed in 2D mode",
             {{"study", study.studyInstanceUID.toStdString()}, {"mode", "2D"}});
     }
+    workspace_->setFocus(); // the arrows now move through the slices, no longer through the list
     ViewerStudySummary recent;
     recent.orthancId = study.orthancId;
     recent.studyInstanceUID = study.studyInstanceUID;

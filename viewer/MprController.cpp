@@ -42,6 +42,7 @@ void MprController::buildPlane(int index) {
     auto* view = new imaging::PlaneView(looks.direction);
     view->setObjectName(name.toLower() + QStringLiteral("View"));
     view->setMinimumSize(260, 220);
+    view->setFocusPolicy(Qt::ClickFocus); // a click takes the keys away from the study list
     auto* frame = new ViewportFrame(name, QColor::fromRgba(looks.colour), view);
     frame->setObjectName(name.toLower() + QStringLiteral("Viewport"));
     planes_[static_cast<std::size_t>(index)] = view;
@@ -67,6 +68,7 @@ void MprController::buildVolume() {
     volume_ = new imaging::VolumeView;
     volume_->setObjectName(QStringLiteral("volumeView"));
     volume_->setMinimumSize(260, 220);
+    volume_->setFocusPolicy(Qt::ClickFocus);
     auto* frame = new ViewportFrame(QStringLiteral("3D VOLUME"), QColor(0xFF, 0xD9, 0x3D), volume_);
     frame->setObjectName(QStringLiteral("volumeViewport"));
     frames_[Volume] = frame;

@@ -23,6 +23,7 @@ enum Page { EmptyPage, MprPage, ImagePage };
 
 ViewerWorkspace::ViewerWorkspace(QWidget* parent) : QWidget(parent) {
     setObjectName(QStringLiteral("viewerWorkspace"));
+    setFocusPolicy(Qt::ClickFocus);
     mpr_ = new MprController(this);
     image_ = new ImageController(this);
     rail_ = new ToolRail;

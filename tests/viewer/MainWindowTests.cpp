@@ -5,6 +5,7 @@
 #include "viewer/MainWindow.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
@@ -88,15 +89,16 @@ TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
 }
 
 TEST_F(MainWindowTest, stepsAndChoosesPlanesByKeys) {
-    ASSERT_TRUE(open(upload({.study = "keys", .slices = 40})));
     window_->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(window_.get(), 20000));
+    window_->findChild<QWidget*>(QStringLiteral("studyList"))->setFocus(); // where a double-click leaves it
+    ASSERT_TRUE(open(upload({.study = "keys", .slices = 40})));
     const auto position = [this](const char* view) {
         return window_->findChild<imaging::PlaneView*>(QString::fromLatin1(view))
             ->navigation()
             .slicePosition();
     };
-    const auto press = [this](Qt::Key key) { QTest::keyClick(window_.get(), key); };
+    const auto press = [](Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); };
     const double axial = position("axialView");
     press(Qt::Key_Right);
     press(Qt::Key_Up);
