@@ -30,6 +30,15 @@ struct OrthancSeriesSummary {
     QStringList instanceIds;
 };
 
+/// A clinic's on-site archive, as the service lists it.
+struct LocalNodeEntry {
+    QString clinicId; ///< the node's id
+    QString name;
+    QString baseUrl;
+    QString status;
+    QString appVersion;
+};
+
 /// Where image data comes from: the cloud's viewer proxy or a Local Node's.
 struct ImageDataRoute {
     QString baseUrl;

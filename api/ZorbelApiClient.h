@@ -21,6 +21,9 @@
 
 namespace zorbel {
 
+/// Where a study's images may come from. The values are stored in settings.
+enum class SourceKind { Automatic = 0, CloudOnly = 1, LocalNodeRequired = 2 };
+
 /// The one client of the service's REST API and of Local Nodes. Calls are synchronous and may come from any
 /// thread; each runs its own network manager and event loop on the calling thread. One mutex guards the
 /// session and is never held across network traffic. Failures are thrown as ZorbelApiError unless a call says
@@ -58,6 +61,24 @@ public:
     OrthancSeriesSummary seriesSummary(const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
     /// The series' instance ids as they are now, in the archive's order.
     QStringList seriesInstanceIds(const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
+
+    // ---- Local Nodes
+    // ----------------------------------------------------------------------------------------------------
+    /// The organization's nodes; also remembered for resolveStudyOnLocalNode().
+    std::vector<LocalNodeEntry> listLocalNodes(const CancelFlag& cancel = {});
+    void saveLocalNode(const QString& nodeId, const QString& baseUrl, const CancelFlag& cancel = {}) const;
+    /// Where image data comes from until the next call; what was opened on another node is given up.
+    void selectSource(SourceKind kind, const QString& nodeId);
+    SourceKind sourceKind() const;
+    /// Opens a session on the selected node, or renews it.
+    void openLocalNodeSession(const CancelFlag& cancel = {});
+    /// The node's own id of the study, which from now on is read from there; empty: read it from the cloud.
+    /// Throws where only the node is allowed and cannot serve it.
+    QString resolveStudyOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel = {});
+    /// Back to the cloud after the node failed in the middle of a study, and leaves the node alone for a
+    /// while. Only in the automatic mode; false, and nothing changes, when the route is not a node's or only
+    /// the node is allowed.
+    bool abandonLocalNode();
 
     // ---- DICOM retrieval
     // -----------------------------------------------------------------------------------------
@@ -99,6 +120,7 @@ public:
     QByteArray proxyGet(
         const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes,
         const CancelFlag& cancel = {}) const;
+    /// Renews a Local Node session that has run out.
     ImageDataRoute imageDataRoute() const;
     /// context: a short label such as "Zorbel login", part of the message on failure.
     static QJsonObject parseObject(const QByteArray& body, const QString& context);

@@ -12,6 +12,7 @@ packages_build=(
     libgtest-dev
     libqt6opengl6-dev
     libssl-dev
+    libvalijson-dev
     libvtk9-dev
     ninja-build
     nlohmann-json3-dev

@@ -1,0 +1,1 @@
+#include "cache/archive/StudyArchiveReader.h"

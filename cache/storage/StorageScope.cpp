@@ -1,0 +1,1 @@
+#include "cache/storage/StorageScope.h"

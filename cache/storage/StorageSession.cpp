@@ -1,0 +1,1 @@
+#include "cache/storage/StorageSession.h"

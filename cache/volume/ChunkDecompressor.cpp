@@ -1,0 +1,1 @@
+#include "cache/volume/ChunkDecompressor.h"

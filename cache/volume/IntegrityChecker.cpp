@@ -1,0 +1,1 @@
+#include "cache/volume/IntegrityChecker.h"
