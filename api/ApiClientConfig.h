@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 
 namespace zorbel {
 
@@ -13,6 +14,9 @@ struct ApiClientConfig {
     std::int32_t transferTimeoutMs = 180000;
     std::uint64_t maximumResponseBytes = 16777216;
     std::uint64_t maximumDicomBytes = 536870912;
+    /// Seconds since the Unix epoch, for what expires; empty means the system's clock. Called from any
+    /// thread.
+    std::function<std::int64_t()> clock{};
 };
 
 } // namespace zorbel

@@ -10,11 +10,17 @@ namespace zorbel {
 
 namespace {
 
-ImageDataRoute authenticatedRoute(const ZorbelApiClient& client) {
-    ImageDataRoute route = client.imageDataRoute();
-    if (route.token.isEmpty())
-        throw ZorbelApiError("Zorbel viewer session is not authenticated", 401);
-    return route;
+ImageDataRoute authenticatedRoute(const ZorbelApiClient& client, const CancelFlag& cancel) {
+    try {
+        ImageDataRoute route = client.imageDataRoute(cancel);
+        if (route.token.isEmpty())
+            throw ZorbelApiError("Zorbel viewer session is not authenticated", 401);
+        return route;
+    } catch (const std::exception&) {
+        if (isCancelled(cancel))
+            throw ZorbelApiError("DICOM download cancelled");
+        throw;
+    }
 }
 
 } // namespace
@@ -24,7 +30,7 @@ void ZorbelApiClient::DownloadInstances(
     unsigned parallelism) const {
     if (!sink)
         throw std::invalid_argument("A DICOM download sink is required");
-    InstanceDownload(authenticatedRoute(*this), config_, sink, cancel, parallelism).run(instanceIds);
+    InstanceDownload(authenticatedRoute(*this, cancel), config_, sink, cancel, parallelism).run(instanceIds);
 }
 
 void ZorbelApiClient::StreamSeries(
@@ -34,7 +40,7 @@ void ZorbelApiClient::StreamSeries(
         throw std::invalid_argument("Streaming DICOMweb retrieval requires study and series UIDs");
     if (expectedInstanceIds.isEmpty() || !sink)
         throw std::invalid_argument("Streaming DICOMweb retrieval requires expected instances and a sink");
-    const ImageDataRoute route = authenticatedRoute(*this);
+    const ImageDataRoute route = authenticatedRoute(*this, cancel);
     const QString url = route.baseUrl + route.prefix + QStringLiteral("dicom-web/studies/") +
                         QString::fromLatin1(QUrl::toPercentEncoding(studyInstanceUid)) +
                         QStringLiteral("/series/") +

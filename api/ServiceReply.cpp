@@ -30,6 +30,10 @@ QString ZorbelApiClient::errorMessage(const QByteArray& body, const QString& fal
     return fallback;
 }
 
+QByteArray compactJson(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
 void throwUnlessSuccessful(int httpStatus, const QByteArray& body) {
     if (httpStatus >= 200 && httpStatus <= 299)
         return;

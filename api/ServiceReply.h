@@ -1,9 +1,11 @@
 #pragma once
 
 #include <QByteArray>
-#include <QString>
+#include <QJsonObject>
 
 namespace zorbel {
+
+QByteArray compactJson(const QJsonObject& object);
 
 /// Throws ZorbelApiError with the status, the server's message or "Zorbel API returned HTTP …", and the
 /// server's error code, unless the status is a success.

@@ -3,18 +3,26 @@
 #include "api/UserProfile.h"
 #include "api/ZorbelApiClient.h"
 
+#include <QHash>
+
 namespace zorbel {
 
 /// The clinic's on-site archive the user chose, and the short session opened on it. Times are seconds since
 /// the Unix epoch.
 struct LocalNodeSelection {
-    int sourceKind = 0;
+    SourceKind sourceKind = SourceKind::Automatic;
     QString nodeId;
     QString baseUrl;
     QString token;
     std::int64_t sessionExpiry = 0;
     std::int64_t retryAfter = 0;
     bool sessionActive = false;
+    /// Raised by whatever gives up the session, so that a call that began before does not bring it back.
+    std::uint64_t generation = 0;
+
+    bool isOpen(std::int64_t now) const {
+        return !baseUrl.isEmpty() && !token.isEmpty() && sessionExpiry > now;
+    }
 
     /// Back to the cloud; the choice of node stays.
     void closeSession() {
@@ -23,6 +31,7 @@ struct LocalNodeSelection {
         sessionExpiry = 0;
         retryAfter = 0;
         sessionActive = false;
+        ++generation;
     }
 };
 
@@ -30,6 +39,8 @@ struct ZorbelApiClient::ViewerSession {
     QString accessToken;
     UserProfile profile;
     LocalNodeSelection localNode;
+    /// The last list of the organization's nodes by id; null before there was one.
+    std::shared_ptr<const QHash<QString, LocalNodeEntry>> nodes;
 };
 
 } // namespace zorbel

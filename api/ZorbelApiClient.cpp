@@ -2,9 +2,8 @@
 
 #include "api/EndpointRule.h"
 #include "api/HttpRequest.h"
+#include "api/ServiceReply.h"
 #include "api/ViewerSession.h"
-
-#include <QJsonDocument>
 
 #include <algorithm>
 #include <stdexcept>
@@ -31,10 +30,6 @@ UserProfile readProfile(const QJsonObject& user) {
 
 ZorbelApiError notAuthenticated() {
     return ZorbelApiError("Zorbel viewer session is not authenticated", 401);
-}
-
-QByteArray compactJson(const QJsonObject& object) {
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
 } // namespace
@@ -74,17 +69,9 @@ QByteArray ZorbelApiClient::authenticatedRequest(
         method, QUrl(config_.baseUrl + path), body, contentType, token, timeoutMs, maxBytes, cancel);
 }
 
-ImageDataRoute ZorbelApiClient::imageDataRoute() const {
-    const std::lock_guard lock(mutex_);
-    const LocalNodeSelection& node = session_->localNode;
-    if (node.sessionActive && !node.baseUrl.isEmpty() && !node.token.isEmpty())
-        return {node.baseUrl, QStringLiteral("/api/local-node/desktop/viewer-proxy/"), node.token, true};
-    return {config_.baseUrl, QStringLiteral("/apps/pacs/api/viewer-proxy/"), session_->accessToken, false};
-}
-
 QByteArray ZorbelApiClient::proxyGet(
     const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel) const {
-    const ImageDataRoute route = imageDataRoute();
+    const ImageDataRoute route = imageDataRoute(cancel);
     if (route.token.isEmpty())
         throw notAuthenticated();
     return request(
@@ -154,6 +141,7 @@ void ZorbelApiClient::signOut() {
     session_->profile = {};
     session_->localNode.nodeId.clear();
     session_->localNode.closeSession();
+    session_->nodes.reset();
 }
 
 bool ZorbelApiClient::isSignedIn() const {
@@ -164,11 +152,6 @@ bool ZorbelApiClient::isSignedIn() const {
 UserProfile ZorbelApiClient::profile() const {
     const std::lock_guard lock(mutex_);
     return session_->profile;
-}
-
-QString ZorbelApiClient::sourceLabel() const {
-    const std::lock_guard lock(mutex_);
-    return session_->localNode.sessionActive ? QStringLiteral("Local Node") : QStringLiteral("Zorbel Cloud");
 }
 
 bool ZorbelApiClient::sendViewerAudit(

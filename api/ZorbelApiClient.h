@@ -64,19 +64,24 @@ public:
 
     // ---- Local Nodes
     // ----------------------------------------------------------------------------------------------------
-    /// The organization's nodes; also remembered for resolveStudyOnLocalNode().
+    /// The organization's nodes; also remembered for resolveStudyOnLocalNode() until sign-out.
     std::vector<LocalNodeEntry> listLocalNodes(const CancelFlag& cancel = {});
     void saveLocalNode(const QString& nodeId, const QString& baseUrl, const CancelFlag& cancel = {}) const;
-    /// Where image data comes from until the next call; what was opened on another node is given up.
+    /// Where image data comes from until the next call; what was opened on another node is given up, also by
+    /// calls that are still under way.
     void selectSource(SourceKind kind, const QString& nodeId);
     SourceKind sourceKind() const;
-    /// Opens a session on the selected node, or renews it.
+    /// The id given to selectSource(); empty after sign-out.
+    QString selectedLocalNode() const;
+    /// Opens a session on the selected node, or renews it. On failure nothing of it is kept.
     void openLocalNodeSession(const CancelFlag& cancel = {});
     /// The node's own id of the study, which from now on is read from there; empty: read it from the cloud.
-    /// Throws where only the node is allowed and cannot serve it.
+    /// Throws where only the node is allowed and cannot serve it, and when the flag cancels it. In the
+    /// automatic mode only a node that listLocalNodes() has told of is asked, and one that failed is left
+    /// alone for a minute; a node that merely does not hold the study has not failed.
     QString resolveStudyOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel = {});
     /// Back to the cloud after the node failed in the middle of a study, and leaves the node alone for a
-    /// while. Only in the automatic mode; false, and nothing changes, when the route is not a node's or only
+    /// minute. Only in the automatic mode; false, and nothing changes, when the route is not a node's or only
     /// the node is allowed.
     bool abandonLocalNode();
 
@@ -120,8 +125,8 @@ public:
     QByteArray proxyGet(
         const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes,
         const CancelFlag& cancel = {}) const;
-    /// Renews a Local Node session that has run out.
-    ImageDataRoute imageDataRoute() const;
+    /// Renews a Local Node session that has run out; throws when that fails.
+    ImageDataRoute imageDataRoute(const CancelFlag& cancel = {}) const;
     /// context: a short label such as "Zorbel login", part of the message on failure.
     static QJsonObject parseObject(const QByteArray& body, const QString& context);
     static QString errorCode(const QByteArray& body);
@@ -129,6 +134,10 @@ public:
 
 private:
     struct ViewerSession;
+
+    std::int64_t now() const;
+    void renewLocalNodeSession(const CancelFlag& cancel) const;
+    QString findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const;
 
     ApiClientConfig config_;
     mutable std::mutex mutex_;

@@ -1,0 +1,295 @@
+#include "api/LogReason.h"
+#include "api/ServiceReply.h"
+#include "api/ViewerSession.h"
+#include "app/log/Logger.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+#include <chrono>
+
+namespace zorbel {
+
+namespace {
+
+constexpr std::int64_t retryPauseSeconds = 60;
+constexpr std::int64_t renewalLeadSeconds = 30;
+constexpr std::int64_t shortestSessionSeconds = 15;
+constexpr std::int64_t usualSessionSeconds = 600;
+// No session lasts longer, whatever the service says; keeps the sum with the present time in range.
+constexpr std::int64_t longestSessionSeconds = 366LL * 24 * 3600;
+constexpr std::int32_t identityTimeoutMs = 5000;
+constexpr std::int32_t resolutionTimeoutMs = 8000;
+
+/// The node answered, and it does not hold the study.
+class StudyNotOnNode : public ZorbelApiError {
+public:
+    StudyNotOnNode() : ZorbelApiError("Study is not available on the Local Node") {}
+};
+
+ZorbelApiError selectionChanged() {
+    return ZorbelApiError("The Local Node selection has changed");
+}
+
+LocalNodeEntry readNode(const QJsonObject& object) {
+    const auto text = [&object](QLatin1String member) { return object.value(member).toString(); };
+    return {
+        text(QLatin1String("clinicId")), text(QLatin1String("name")), text(QLatin1String("baseUrl")),
+        text(QLatin1String("status")), text(QLatin1String("appVersion"))};
+}
+
+/// Without slashes at its end; empty unless paths and queries can be joined to it and the token is safe from
+/// ending up in it. A node in the clinic's own network may speak plain HTTP.
+QString usableNodeUrl(QString text) {
+    text = text.trimmed();
+    while (text.endsWith(QLatin1Char('/')))
+        text.chop(1);
+    const QUrl url(text, QUrl::StrictMode);
+    const bool web = url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+    const bool plain = url.userInfo().isEmpty() && !url.hasQuery() && !url.hasFragment();
+    return url.isValid() && web && plain && !url.host().isEmpty() ? text : QString();
+}
+
+std::int64_t expiryOf(const QJsonObject& session, std::int64_t now) {
+    const std::int64_t told = session.value(QLatin1String("expiresInSeconds")).toInteger(usualSessionSeconds);
+    const std::int64_t seconds = std::clamp(told, renewalLeadSeconds, longestSessionSeconds);
+    return now + std::max(seconds - renewalLeadSeconds, shortestSessionSeconds);
+}
+
+} // namespace
+
+std::int64_t ZorbelApiClient::now() const {
+    if (config_.clock)
+        return config_.clock();
+    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::seconds>(sinceEpoch).count();
+}
+
+// ---- Choice of the source
+// ------------------------------------------------------------------------------------------
+
+std::vector<LocalNodeEntry> ZorbelApiClient::listLocalNodes(const CancelFlag& cancel) {
+    QString token;
+    {
+        const std::lock_guard lock(mutex_);
+        token = session_->accessToken;
+    }
+    const QByteArray body = authenticatedRequest(
+        "GET", QStringLiteral("/apps/pacs/api/desktop/local-nodes"), {}, {}, true, config_.requestTimeoutMs,
+        config_.maximumResponseBytes, cancel);
+    const QJsonObject reply = parseObject(body, QStringLiteral("Zorbel local node list"));
+    std::vector<LocalNodeEntry> entries;
+    auto nodes = std::make_shared<QHash<QString, LocalNodeEntry>>();
+    for (const QJsonValue& value : reply.value(QLatin1String("nodes")).toArray()) {
+        entries.push_back(readNode(value.toObject()));
+        nodes->insert(entries.back().clinicId.trimmed(), entries.back());
+    }
+    const std::lock_guard lock(mutex_);
+    // After a sign-out meanwhile this is another session's list.
+    if (session_->accessToken == token)
+        session_->nodes = std::move(nodes);
+    return entries;
+}
+
+void ZorbelApiClient::saveLocalNode(
+    const QString& nodeId, const QString& baseUrl, const CancelFlag& cancel) const {
+    authenticatedRequest(
+        "POST", QStringLiteral("/apps/pacs/api/desktop/local-nodes"),
+        compactJson({{QStringLiteral("clinicId"), nodeId}, {QStringLiteral("baseUrl"), baseUrl}}),
+        "application/json", true, config_.requestTimeoutMs, config_.maximumResponseBytes, cancel);
+}
+
+void ZorbelApiClient::selectSource(SourceKind kind, const QString& nodeId) {
+    const std::lock_guard lock(mutex_);
+    session_->localNode.sourceKind = kind;
+    session_->localNode.nodeId = nodeId.trimmed();
+    session_->localNode.closeSession();
+}
+
+SourceKind ZorbelApiClient::sourceKind() const {
+    const std::lock_guard lock(mutex_);
+    return session_->localNode.sourceKind;
+}
+
+QString ZorbelApiClient::selectedLocalNode() const {
+    const std::lock_guard lock(mutex_);
+    return session_->localNode.nodeId;
+}
+
+QString ZorbelApiClient::sourceLabel() const {
+    const std::lock_guard lock(mutex_);
+    return session_->localNode.sessionActive ? QStringLiteral("Local Node") : QStringLiteral("Zorbel Cloud");
+}
+
+// ---- Session on the node
+// -------------------------------------------------------------------------------------------
+
+void ZorbelApiClient::openLocalNodeSession(const CancelFlag& cancel) {
+    renewLocalNodeSession(cancel);
+}
+
+void ZorbelApiClient::renewLocalNodeSession(const CancelFlag& cancel) const {
+    QString nodeId;
+    QString organizationId;
+    std::uint64_t generation = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        nodeId = session_->localNode.nodeId;
+        organizationId = session_->profile.organizationId;
+        generation = session_->localNode.generation;
+    }
+    if (nodeId.isEmpty())
+        throw ZorbelApiError("Select a Zorbel Local Node first");
+    const QByteArray sessionBody = authenticatedRequest(
+        "POST", QStringLiteral("/apps/pacs/api/desktop/local-nodes/session"),
+        compactJson({{QStringLiteral("clinicId"), nodeId}}), "application/json", true,
+        config_.requestTimeoutMs, config_.maximumResponseBytes, cancel);
+    const QJsonObject session = parseObject(sessionBody, QStringLiteral("Zorbel local node session"));
+    const QString baseUrl = usableNodeUrl(session.value(QLatin1String("baseUrl")).toString());
+    const QString token = session.value(QLatin1String("token")).toString();
+    if (baseUrl.isEmpty() || token.isEmpty())
+        throw ZorbelApiError("Zorbel local node session is incomplete");
+
+    const QByteArray identityBody = request(
+        "GET", QUrl(baseUrl + QStringLiteral("/api/local-node/desktop/identity")), {}, {}, token,
+        std::min(config_.requestTimeoutMs, identityTimeoutMs), config_.maximumResponseBytes, cancel);
+    const QJsonObject identity = parseObject(identityBody, QStringLiteral("Zorbel local node identity"));
+    if (organizationId.isEmpty() ||
+        identity.value(QLatin1String("organizationId")).toString() != organizationId)
+        throw ZorbelApiError("Local Node belongs to a different Zorbel organization");
+
+    const std::int64_t expiry = expiryOf(session, now());
+    const std::lock_guard lock(mutex_);
+    LocalNodeSelection& node = session_->localNode;
+    if (node.generation != generation)
+        throw selectionChanged();
+    node.baseUrl = baseUrl;
+    node.token = token;
+    node.sessionExpiry = expiry;
+    node.retryAfter = 0;
+}
+
+ImageDataRoute ZorbelApiClient::imageDataRoute(const CancelFlag& cancel) const {
+    const std::int64_t present = now();
+    std::unique_lock lock(mutex_);
+    const LocalNodeSelection& node = session_->localNode;
+    if (node.sessionActive && node.sessionExpiry <= present) {
+        const std::uint64_t generation = node.generation;
+        lock.unlock();
+        try {
+            renewLocalNodeSession(cancel);
+            lock.lock();
+        } catch (...) {
+            lock.lock();
+            // A session that was given up meanwhile needs no renewal.
+            if (node.generation == generation)
+                throw;
+        }
+    }
+    if (node.sessionActive && !node.baseUrl.isEmpty() && !node.token.isEmpty())
+        return {node.baseUrl, QStringLiteral("/api/local-node/desktop/viewer-proxy/"), node.token, true};
+    return {config_.baseUrl, QStringLiteral("/apps/pacs/api/viewer-proxy/"), session_->accessToken, false};
+}
+
+// ---- Studies on the node
+// -------------------------------------------------------------------------------------------
+
+QString ZorbelApiClient::findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const {
+    if (studyInstanceUid.isEmpty())
+        throw StudyNotOnNode();
+    const auto present = now();
+    std::unique_lock lock(mutex_);
+    const LocalNodeSelection& node = session_->localNode;
+    if (!node.isOpen(present)) {
+        lock.unlock();
+        renewLocalNodeSession(cancel);
+        lock.lock();
+    }
+    const QString baseUrl = node.baseUrl;
+    const QString token = node.token;
+    lock.unlock();
+    if (baseUrl.isEmpty() || token.isEmpty())
+        throw selectionChanged();
+
+    const QString url = baseUrl + QStringLiteral("/api/local-node/desktop/resolve-study?studyInstanceUID=") +
+                        QString::fromLatin1(QUrl::toPercentEncoding(studyInstanceUid));
+    QByteArray body;
+    try {
+        body = request(
+            "GET", QUrl(url), {}, {}, token, std::min(config_.requestTimeoutMs, resolutionTimeoutMs),
+            config_.maximumResponseBytes, cancel);
+    } catch (const ZorbelApiError& error) {
+        if (error.status == 404)
+            throw StudyNotOnNode();
+        throw;
+    }
+    const QJsonObject reply = parseObject(body, QStringLiteral("Zorbel local study resolution"));
+    const QString id = reply.value(QLatin1String("orthancId")).toString();
+    if (id.isEmpty())
+        throw StudyNotOnNode();
+    return id;
+}
+
+QString ZorbelApiClient::resolveStudyOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) {
+    const std::int64_t present = now();
+    SourceKind kind = SourceKind::Automatic;
+    std::uint64_t generation = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        LocalNodeSelection& node = session_->localNode;
+        node.sessionActive = false;
+        kind = node.sourceKind;
+        generation = node.generation;
+        const bool listed =
+            session_->nodes && !session_->nodes->value(node.nodeId).baseUrl.trimmed().isEmpty();
+        if (kind == SourceKind::CloudOnly ||
+            (kind == SourceKind::Automatic &&
+             (node.retryAfter > present || node.nodeId.isEmpty() || !listed)))
+            return {};
+    }
+
+    bool nodeFailed = true;
+    try {
+        const QString id = findOnLocalNode(studyInstanceUid, cancel);
+        const std::lock_guard lock(mutex_);
+        if (session_->localNode.generation != generation)
+            throw selectionChanged();
+        session_->localNode.sessionActive = true;
+        return id;
+    } catch (const StudyNotOnNode&) {
+        nodeFailed = false;
+        Logger::instance().info("LocalNode", "The study is not on the Local Node");
+    } catch (const std::exception& error) {
+        if (isCancelled(cancel))
+            throw;
+        Logger::instance().warn(
+            "LocalNode", "The Local Node did not serve the study", {{"reason", logReason(error)}});
+    }
+    if (nodeFailed) {
+        const std::int64_t retryAfter = now() + retryPauseSeconds;
+        const std::lock_guard lock(mutex_);
+        LocalNodeSelection& node = session_->localNode;
+        if (node.generation == generation) {
+            // The node may have forgotten the session; the next attempt opens another.
+            node.closeSession();
+            if (kind == SourceKind::Automatic)
+                node.retryAfter = retryAfter;
+        }
+    }
+    if (kind == SourceKind::LocalNodeRequired)
+        throw ZorbelApiError("The selected study cannot be resolved on the Local Node");
+    return {};
+}
+
+bool ZorbelApiClient::abandonLocalNode() {
+    const std::int64_t retryAfter = now() + retryPauseSeconds;
+    const std::lock_guard lock(mutex_);
+    LocalNodeSelection& node = session_->localNode;
+    if (!node.sessionActive || node.sourceKind != SourceKind::Automatic)
+        return false;
+    node.closeSession();
+    node.retryAfter = retryAfter;
+    return true;
+}
+
+} // namespace zorbel
