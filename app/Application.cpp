@@ -6,6 +6,7 @@
 #include "app/ServiceHost.h"
 #include "app/SessionLock.h"
 #include "app/SettingsMigration.h"
+#include "app/StorageStartUp.h"
 #include "app/StyleSheet.h"
 #include "app/log/FileSink.h"
 #include "app/log/Logger.h"
@@ -17,6 +18,7 @@
 #include "platform/PrivateFile.h"
 #include "platform/SystemInfo.h"
 #include "resources/Resources.h"
+#include "settings/SourceSettings.h"
 #include "viewer/MainWindow.h"
 
 #include <QApplication>
@@ -138,17 +140,10 @@ void takeSessionLock(const SessionLock& lock) {
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [lock] { lock.remove(); });
 }
 
-int runSession(
+/// From the main window's first moment to its last; the event loop's result.
+int runMainWindow(
     const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link,
     TelemetryEmitter& telemetry) {
-    QSettings settings;
-    migrateSettings(settings);
-    const SessionLock lock(configFolder());
-    takeSessionLock(lock);
-    // Taken now: the user may sign out before the window closes.
-    const TelemetryEmitter::Payload context{
-        {"organizationId", client->profile().organizationId.toStdString()}};
-
     MainWindow window(client);
     QObject::connect(
         &window, &MainWindow::sessionEnding, &window, [&telemetry] { telemetry.record("SESSION_END"); });
@@ -158,11 +153,28 @@ int runSession(
     if (link)
         QTimer::singleShot(
             0, &window, [&window, uid = link->studyInstanceUID] { window.openLinkedStudy(uid); });
-    const int result = QApplication::exec();
+    return QApplication::exec();
+}
+
+int runSession(
+    const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link,
+    TelemetryEmitter& telemetry) {
+    // Taken now: the user may sign out before the window closes.
+    const UserProfile profile = client->profile();
+    QSettings settings;
+    migrateSettings(settings);
+    OpenedStorage storage = openStorage(profile, settings);
+    const auto source = SourceSettings::read(settings, profile.organizationId);
+    client->selectSource(source.kind, source.nodeId);
+    const SessionLock lock(configFolder());
+    takeSessionLock(lock);
+
+    const int result = runMainWindow(client, link, telemetry);
 
     lock.remove();
-    telemetry.record("app.shutdown", context);
+    telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});
     telemetry.shutDown();
+    storage.session.reset(); // nobody works with the storage any more
     Logger::instance().info(component, "Zorbel Desktop Workstation exiting cleanly");
     Logger::instance().flush();
     return result;
