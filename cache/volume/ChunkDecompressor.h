@@ -10,7 +10,8 @@ namespace zorbel {
 
 class ChunkDecompressor {
 public:
-    /// The chunk's uncompressedByteLength bytes. Throws ZorbelError (Decoding). Any thread.
+    /// The chunk's uncompressedByteLength bytes. Reads no more of the file than its compressedByteLength.
+    /// Throws ZorbelError (Decoding) or std::bad_alloc. Any thread.
     static std::vector<std::byte> decompress(const std::filesystem::path& chunkFile, const ChunkEntry& chunk);
 };
 

@@ -4,6 +4,7 @@
 #include "cache/volume/VolumeCacheOptions.h"
 #include "cache/volume/ZorbelError.h"
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -29,10 +30,13 @@ struct IntegrityFailure {
 /// manifest alone, then of the chunk files.
 class IntegrityChecker {
 public:
-    /// requestedStudyUid: empty when any study will do. Any thread; throws std::bad_alloc at most.
+    /// requestedStudyUid: empty when any study will do. Chunk files are hashed several at a time; the failure
+    /// is that of the first bad chunk in slice order all the same. Any thread; throws CacheLoadCancelled once
+    /// the flag is set, and std::bad_alloc.
     static std::variant<ValidatedLayout, IntegrityFailure> check(
         const VolumeCacheManifest& manifest, const std::string& requestedStudyUid,
-        const VolumeCacheOptions& options, const std::filesystem::path& cacheDirectory);
+        const VolumeCacheOptions& options, const std::filesystem::path& cacheDirectory,
+        const std::atomic<bool>* cancel = nullptr);
 };
 
 } // namespace zorbel
