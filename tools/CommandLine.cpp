@@ -1,6 +1,8 @@
 #include "tools/CommandLine.h"
 
 #include "tools/VolumeInfo.h"
+#include "tools/VolumePack.h"
+#include "tools/VolumeVerify.h"
 
 #include <algorithm>
 #include <array>
@@ -24,7 +26,17 @@ struct Command {
 constexpr std::array commands{
     Command{
         "volume", "info", "FOLDER [--json]",
-        "groups and decodes a folder of DICOM files and prints the blocks", runVolumeInfo},
+        "groups and decodes a folder of DICOM files and prints the blocks; sha256 is that of the values\n"
+        "      in voxel order as little-endian 64-bit floats, whatever the voxel type",
+        runVolumeInfo},
+    Command{
+        "volume", "pack", "DICOM-FOLDER CACHE-FOLDER [--chunk-slices N] [--no-sha256]",
+        "writes the one complete series below a folder of DICOM files as a volume cache", runVolumePack},
+    Command{
+        "volume", "verify", "CACHE-FOLDER [--uid UID] [--require-sha256]",
+        "loads a volume cache as the viewer does; prints the volume as volume info --json does, or as JSON\n"
+        "      why it was refused, with exit status 1",
+        runVolumeVerify},
 };
 
 void printUsage(std::ostream& stream) {

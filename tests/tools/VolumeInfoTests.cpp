@@ -1,30 +1,14 @@
-#include "tests/imaging/DicomFixture.h"
-#include "tools/CommandLine.h"
-
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "tests/tools/ToolFixture.h"
 
 #include <algorithm>
-#include <sstream>
 
 namespace zorbel::tools {
 namespace {
 
 using imaging::test::FileMaker;
-using imaging::test::ScratchFolder;
 
-class VolumeInfo : public testing::Test {
+class VolumeInfo : public test::ToolTest {
 protected:
-    ScratchFolder folder_;
-    std::ostringstream out_;
-    std::ostringstream error_;
-
-    int run(const std::vector<std::string>& arguments) {
-        out_.str({});
-        error_.str({});
-        return runCommandLine(arguments, {out_, error_});
-    }
-    std::string folder() const { return folder_.path().string(); }
     void series(std::initializer_list<double> places) {
         int count = 0;
         for (const double z : places) {
@@ -64,8 +48,8 @@ TEST_F(VolumeInfo, PrintsTheBlocksAsJson) {
     EXPECT_EQ(block["window"], (nlohmann::json{{"center", 40.0}, {"width", 400.0}, {"function", "LINEAR"}}));
     EXPECT_EQ(block["photometricInterpretation"], "MONOCHROME2");
     EXPECT_TRUE(block["decodeMs"].is_number());
-    // sha256 of the little-endian words -1000 -999 -1000 -998 -1000 -1000
-    EXPECT_EQ(block["sha256"], "c879add78b918cb02edc4f444c01f05d1507c3485e13f530e4fcf2890e871fac");
+    // sha256 of the little-endian doubles -1000 -999 -1000 -998 -1000 -1000
+    EXPECT_EQ(block["sha256"], "8daa0f13514a109f0e72266e7417e641ebb99a6710bf8c1ce44b2cdf72635c95");
 }
 
 TEST_F(VolumeInfo, NamesReasonsWithTheirDetails) {
@@ -118,7 +102,16 @@ TEST_F(VolumeInfo, RefusesOtherArguments) {
              {"volume", "what"},
              {"volume", "info"},
              {"volume", "info", "a", "b"},
-             {"volume", "info", "a", "--xml"}}) {
+             {"volume", "info", "a", "--xml"},
+             {"volume", "pack", "a"},
+             {"volume", "pack", "a", "b", "c"},
+             {"volume", "pack", "a", "b", "--chunk-slices"},
+             {"volume", "pack", "a", "b", "--chunk-slices", "0"},
+             {"volume", "pack", "a", "b", "--chunk-slices", "4x"},
+             {"volume", "verify"},
+             {"volume", "verify", "a", "b"},
+             {"volume", "verify", "a", "--uid"},
+             {"volume", "verify", "a", "--uid", ""}}) {
         EXPECT_EQ(run(arguments), 2);
         EXPECT_NE(error_.str().find("usage:"), std::string::npos);
     }

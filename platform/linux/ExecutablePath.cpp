@@ -1,0 +1,9 @@
+#include "platform/ExecutablePath.h"
+
+namespace zorbel {
+
+std::filesystem::path executablePath() {
+    return std::filesystem::read_symlink("/proc/self/exe");
+}
+
+} // namespace zorbel
