@@ -32,6 +32,8 @@ public:
     std::array<double, 2> toPlane(const Vector3& point) const;
     Vector3 fromPlane(double along0, double along1) const;
 
+    friend bool operator==(const PlaneGeometry&, const PlaneGeometry&) = default;
+
 private:
     Vector3 center_{0.0, 0.0, 0.0};
     std::array<Vector3, 2> axes_{Vector3{1.0, 0.0, 0.0}, Vector3{0.0, 1.0, 0.0}};
