@@ -26,7 +26,7 @@ Vector3 rotated(const Vector3& vector, const Vector3& axis, double cosine, doubl
 bool areOrthogonal(const PlaneBases& bases) {
     constexpr double tolerance = 0.001;
     for (const PlaneBasis& basis : bases) {
-        if (!basis.isValid())
+        if (!basis.isValid() || vanishes(basis.normal()))
             return false;
     }
     for (std::size_t first = 0; first < bases.size(); ++first) {

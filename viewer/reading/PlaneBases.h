@@ -35,7 +35,8 @@ inline const PlaneBasis& basisOf(const PlaneBases& bases, imaging::ViewDirection
     return bases[static_cast<std::size_t>(plane)];
 }
 
-/// All three are valid and each two normals n, m hold |n · m| ≤ 0.001.
+/// All three are valid planes (axes on one line span none) and each two unit normals n, m hold |n · m| ≤
+/// 0.001.
 bool areOrthogonal(const PlaneBases& bases);
 
 /// The bases after turning the two planes other than `source` by an angle (radians) about source's normal,

@@ -1,0 +1,168 @@
+#include "viewer/reading/LayoutModel.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace zorbel {
+namespace {
+
+LayoutModel shownVolume() {
+    LayoutModel model;
+    model.setVolumeShown(true);
+    return model;
+}
+
+TEST(CellPlan, fillsTheGridOfEveryLayoutWithoutGapsOrOverlaps) {
+    for (const Layout layout : {Layout::Quad, Layout::Single, Layout::SideBySide, Layout::PrimaryPlusThree}) {
+        for (int primary = AxialViewport; primary <= VolumeViewport; ++primary) {
+            const CellPlan plan = cellPlan(layout, primary);
+            std::array<std::array<int, 2>, 3> taken{};
+            for (const auto& cell : plan.cells) {
+                EXPECT_EQ(cell.visible, cell.rowSpan > 0);
+                for (int row = cell.row; row < cell.row + cell.rowSpan; ++row) {
+                    for (int column = cell.column; column < cell.column + cell.columnSpan; ++column)
+                        ++taken.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column));
+                }
+            }
+            for (int row = 0; row < 3; ++row) {
+                EXPECT_EQ(plan.rowStretch.at(static_cast<std::size_t>(row)) > 0, row < plan.rows);
+                for (int column = 0; column < 2; ++column)
+                    EXPECT_EQ(
+                        taken.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column)),
+                        row < plan.rows && column < plan.columns)
+                        << layoutName(layout) << " around " << primary;
+            }
+        }
+    }
+}
+
+TEST(CellPlan, putsTheViewportsInTheirPlaces) {
+    const CellPlan quad = cellPlan(Layout::Quad, CoronalViewport);
+    EXPECT_EQ(quad.cells[CoronalViewport], (CellPlan::Cell{0, 1, 1, 1, true}));
+    EXPECT_EQ(quad.cells[SagittalViewport], (CellPlan::Cell{1, 0, 1, 1, true}));
+
+    const std::array<int, 3> companions{CoronalViewport, SagittalViewport, AxialViewport};
+    for (int primary = 0; primary < 3; ++primary) {
+        const CellPlan pair = cellPlan(Layout::SideBySide, primary);
+        EXPECT_EQ(pair.cells.at(static_cast<std::size_t>(primary)).column, 0);
+        const int companion = companions.at(static_cast<std::size_t>(primary));
+        EXPECT_EQ(pair.cells.at(static_cast<std::size_t>(companion)), (CellPlan::Cell{0, 1, 1, 1, true}));
+        EXPECT_EQ(pair.columnStretch, (std::array<int, 2>{1, 1}));
+    }
+
+    const CellPlan three = cellPlan(Layout::PrimaryPlusThree, CoronalViewport);
+    EXPECT_EQ(three.cells[CoronalViewport], (CellPlan::Cell{0, 0, 3, 1, true}));
+    EXPECT_EQ(three.cells[AxialViewport], (CellPlan::Cell{0, 1, 1, 1, true}));
+    EXPECT_EQ(three.cells[SagittalViewport], (CellPlan::Cell{1, 1, 1, 1, true}));
+    EXPECT_EQ(three.cells[VolumeViewport], (CellPlan::Cell{2, 1, 1, 1, true}));
+    EXPECT_EQ(three.columnStretch, (std::array<int, 2>{3, 1}));
+}
+
+TEST(Layout, hasNamesThatComeBack) {
+    for (const Layout layout : {Layout::Quad, Layout::Single, Layout::SideBySide, Layout::PrimaryPlusThree})
+        EXPECT_EQ(layoutFromName(layoutName(layout)), layout);
+    EXPECT_EQ(layoutFromName("Quad"), std::nullopt);
+    EXPECT_EQ(layoutName(Layout::PrimaryPlusThree), "primary-plus-three");
+    EXPECT_EQ(layoutLabel(Layout::SideBySide), "1x2");
+}
+
+TEST(LayoutModel, buildsShortcutLayoutsAroundTheActivePlaneButNeverAroundTheVolume) {
+    LayoutModel model = shownVolume();
+    model.setActiveViewport(VolumeViewport);
+    const LayoutChange change = model.setLayoutFromShortcut(Layout::PrimaryPlusThree);
+    EXPECT_TRUE(change.layout);
+    EXPECT_EQ(change.layoutText, "Layout 1+3");
+    EXPECT_EQ(model.primary(), AxialViewport);
+    EXPECT_EQ(model.activeViewport(), VolumeViewport);
+    EXPECT_EQ(model.cellPlan().cells[VolumeViewport], (CellPlan::Cell{2, 1, 1, 1, true}));
+
+    model.setActiveViewport(SagittalViewport);
+    model.setLayoutFromShortcut(Layout::SideBySide);
+    EXPECT_EQ(model.cellPlan().cells[SagittalViewport].column, 0);
+    EXPECT_EQ(model.cellPlan().cells[AxialViewport].column, 1);
+}
+
+TEST(LayoutModel, maximisesAndComesBackToTheLayoutBefore) {
+    LayoutModel model = shownVolume();
+    model.setLayoutFromShortcut(Layout::PrimaryPlusThree);
+    LayoutChange change = model.toggleMaximise(AxialViewport);
+    EXPECT_EQ(change.activeText, "Active plane: Axial");
+    EXPECT_EQ(change.layoutText, "Axial maximised");
+    EXPECT_FALSE(change.active);
+
+    // Another plane takes the place of the maximised one; the way back stays the same.
+    change = model.toggleMaximise(CoronalViewport);
+    EXPECT_TRUE(change.active);
+    EXPECT_EQ(change.activeText, "Active plane: Coronal");
+    EXPECT_EQ(change.layoutText, "Coronal maximised");
+    EXPECT_EQ(model.activeViewport(), CoronalViewport);
+    EXPECT_TRUE(model.cellPlan().cells[CoronalViewport].visible);
+
+    change = model.toggleMaximise(CoronalViewport);
+    EXPECT_EQ(change.layoutText, "Layout restored");
+    EXPECT_TRUE(change.activeText.empty());
+    EXPECT_EQ(model.layout(), Layout::PrimaryPlusThree);
+    EXPECT_EQ(model.primary(), CoronalViewport);
+}
+
+TEST(LayoutModel, comesBackFromASingleLayoutHoweverItWasReached) {
+    LayoutModel model = shownVolume();
+    model.setLayoutFromShortcut(Layout::SideBySide);
+    model.setLayoutFromShortcut(Layout::Single);
+    model.setLayoutFromShortcut(Layout::Single);
+    EXPECT_EQ(model.toggleMaximise(model.activeViewport()).layoutText, "Layout restored");
+    EXPECT_EQ(model.layout(), Layout::SideBySide);
+
+    // The volume stands for the axial plane, which then becomes the active one.
+    model.setActiveViewport(VolumeViewport);
+    const LayoutChange change = model.toggleMaximise(model.activeViewport());
+    EXPECT_TRUE(change.active);
+    EXPECT_EQ(change.layoutText, "Axial maximised");
+    EXPECT_EQ(model.activeViewport(), AxialViewport);
+}
+
+TEST(LayoutModel, focusesTheVolumeAndRestoresWhatWasThere) {
+    LayoutModel model = shownVolume();
+    model.setActiveViewport(CoronalViewport);
+    model.setLayoutFromShortcut(Layout::PrimaryPlusThree);
+    const CellPlan before = model.cellPlan();
+
+    EXPECT_EQ(model.toggleVolumeFocus().layoutText, "Focused 3D view");
+    EXPECT_EQ(model.activeViewport(), VolumeViewport);
+    const CellPlan focused = model.cellPlan();
+    EXPECT_EQ(focused.cells[VolumeViewport], (CellPlan::Cell{0, 0, 1, 1, true}));
+    EXPECT_EQ(
+        std::count_if(focused.cells.begin(), focused.cells.end(), [](const auto& c) { return c.visible; }),
+        1);
+
+    EXPECT_EQ(model.toggleVolumeFocus().layoutText, "Restored MPR + 3D layout");
+    EXPECT_EQ(model.cellPlan().cells, before.cells);
+
+    // A layout request ends the focus, and Space does not take it for a maximised plane.
+    model.toggleVolumeFocus();
+    EXPECT_EQ(model.toggleMaximise(model.activeViewport()).layoutText, "Axial maximised");
+    EXPECT_FALSE(model.isVolumeFocused());
+    EXPECT_TRUE(model.cellPlan().cells[AxialViewport].visible);
+}
+
+TEST(LayoutModel, leavesTheGridAloneWithoutAVolume) {
+    LayoutModel model = shownVolume();
+    model.setActiveViewport(SagittalViewport);
+    model.setLayoutFromShortcut(Layout::SideBySide);
+    model.setVolumeShown(false);
+    EXPECT_EQ(model.layout(), Layout::Quad);
+    EXPECT_EQ(model.activeViewport(), AxialViewport);
+
+    for (const LayoutChange& change :
+         {model.setLayoutFromShortcut(Layout::Single), model.toggleMaximise(CoronalViewport),
+          model.toggleVolumeFocus(), model.applyLayout(Layout::Single, 1)}) {
+        EXPECT_FALSE(change.layout);
+        EXPECT_TRUE(change.layoutText.empty());
+    }
+    EXPECT_EQ(model.layout(), Layout::Quad);
+    EXPECT_FALSE(model.setActiveViewport(4).active);
+}
+
+} // namespace
+} // namespace zorbel
