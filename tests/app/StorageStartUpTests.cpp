@@ -1,0 +1,97 @@
+#include "api/UserProfile.h"
+#include "app/StorageStartUp.h"
+#include "app/log/Logger.h"
+#include "settings/SettingsKeys.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace zorbel {
+namespace {
+
+namespace fs = std::filesystem;
+
+class LinesSink : public ILogSink {
+public:
+    void write(const char* line, std::size_t length) override { lines.append(line, length); }
+    void flush() override {}
+    std::string lines;
+};
+
+class StorageStartUp : public testing::Test {
+protected:
+    StorageStartUp() {
+        Logger::instance().addSink(log);
+        set(cacheDirKey, QString::fromStdString(root.string()));
+    }
+    ~StorageStartUp() override { Logger::instance().removeSink(log); }
+
+    void set(const char* key, const QVariant& value) { settings.setValue(QLatin1String(key), value); }
+    bool logged(const std::string& text) const { return log->lines.find(text) != std::string::npos; }
+
+    QTemporaryDir folder;
+    const fs::path root = fs::path(folder.path().toStdString()) / "cache";
+    QSettings settings{folder.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
+    const std::shared_ptr<LinesSink> log = std::make_shared<LinesSink>();
+    UserProfile profile = [] {
+        UserProfile user;
+        user.id = QStringLiteral("user-1");
+        user.organizationId = QStringLiteral("org-1");
+        return user;
+    }();
+};
+
+TEST_F(StorageStartUp, AppliesThePolicyToTheUsersStudies) {
+    const auto study = root / StorageScope::of("org-1", "user-1").identifier() / "1.2";
+    fs::create_directories(study);
+    std::ofstream(study / "manifest.json") << "12345";
+    const auto expired = study.parent_path() / "1.3";
+    fs::create_directories(expired);
+    fs::last_write_time(expired, ViewerStorage::Time::clock::now() - std::chrono::hours(49));
+    set(cacheRetentionDaysKey, 2);
+    const auto opened = openStorage(profile, settings);
+    ASSERT_TRUE(opened.storage && opened.session);
+    EXPECT_TRUE(fs::exists(study));
+    EXPECT_FALSE(fs::exists(expired));
+    EXPECT_TRUE(logged(R"("Viewer cache policy applied")")) << log->lines;
+    EXPECT_TRUE(logged(R"("removedDirectories":"1")")) << log->lines;
+    EXPECT_TRUE(logged(R"("remainingBytes":"5")")) << log->lines;
+    EXPECT_TRUE(logged(R"("retentionDays":"2")")) << log->lines;
+}
+
+TEST_F(StorageStartUp, SessionOnlyLeavesNothing) {
+    set(cacheRetentionDaysKey, 0);
+    auto opened = openStorage(profile, settings);
+    const auto study = opened.storage->studyDirectory("1.2");
+    fs::create_directories(study);
+    opened.session.reset();
+    EXPECT_FALSE(fs::exists(study.parent_path()));
+}
+
+TEST_F(StorageStartUp, GoesOnWithoutWhatFails) {
+    set(cacheRetentionDaysKey, 366);
+    EXPECT_TRUE(openStorage(profile, settings).session);
+    EXPECT_TRUE(logged(R"("Viewer cache policy could not be applied")")) << log->lines;
+    EXPECT_TRUE(logged("Viewer cache retention is outside the allowed range")) << log->lines;
+
+    fs::remove_all(root);
+    std::ofstream(root) << "in the way";
+    EXPECT_FALSE(openStorage(profile, settings).session);
+    EXPECT_TRUE(logged(R"("Viewer cache is unavailable")")) << log->lines;
+
+    set(cacheDirKey, QString());
+    EXPECT_FALSE(openStorage(profile, settings).storage);
+    EXPECT_TRUE(logged("Viewer cache root is empty")) << log->lines;
+
+    profile.id.clear();
+    EXPECT_FALSE(openStorage(profile, settings).storage);
+    EXPECT_TRUE(logged("Viewer storage requires organization and user identity")) << log->lines;
+}
+
+} // namespace
+} // namespace zorbel
