@@ -1,8 +1,9 @@
-# The one place where compiler flags are set, and the three functions by which every folder declares its targets.
+# The one place where compiler flags are set, and the functions by which every folder declares its targets.
 include(GNUInstallDirs)
 
 option(ZORBEL_SANITIZE_ADDRESS "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(ZORBEL_SANITIZE_THREAD "Build with ThreadSanitizer" OFF)
+option(ZORBEL_FUZZ "Build the fuzz targets, everything instrumented for them; needs Clang and ZORBEL_SANITIZE_ADDRESS" OFF)
 
 add_library(zorbel_flags INTERFACE)
 target_include_directories(zorbel_flags INTERFACE ${CMAKE_SOURCE_DIR})
@@ -16,8 +17,11 @@ target_compile_definitions(zorbel_flags INTERFACE QT_NO_KEYWORDS)
 if(ZORBEL_SANITIZE_ADDRESS)
     # The added checks make GCC 12 warn wrongly about std::regex.
     target_compile_options(zorbel_flags INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer
-        -fno-sanitize-recover=undefined -Wno-maybe-uninitialized)
+        -fno-sanitize-recover=undefined $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(zorbel_flags INTERFACE -fsanitize=address,undefined)
+endif()
+if(ZORBEL_FUZZ)
+    target_compile_options(zorbel_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(ZORBEL_SANITIZE_THREAD)
     target_compile_options(zorbel_flags INTERFACE -fsanitize=thread -fno-omit-frame-pointer -Wno-tsan)
@@ -58,4 +62,15 @@ function(zorbel_test name)
     add_test(NAME ${name} COMMAND ${ARG_LAUNCHER} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}> --gtest_brief=1)
     set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT}
         ENVIRONMENT "${ARG_ENVIRONMENT}")
+endfunction()
+
+# zorbel_fuzz_target(name SOURCES … LINKS …): a libFuzzer program in the build's bin/fuzz folder.
+add_custom_target(fuzz_targets)
+function(zorbel_fuzz_target name)
+    zorbel_program(fuzz_${name} ${ARGN})
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    target_compile_definitions(fuzz_${name} PRIVATE ZORBEL_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+    set_target_properties(fuzz_${name} PROPERTIES AUTOMOC OFF OUTPUT_NAME ${name}
+        RUNTIME_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/fuzz)
+    add_dependencies(fuzz_targets fuzz_${name})
 endfunction()

@@ -38,6 +38,11 @@ packages_test=(
     git
 )
 
+packages_fuzz=(
+    clang
+    libclang-rt-14-dev
+)
+
 packages_windows=(
     g++-mingw-w64-x86-64-posix
     googletest
