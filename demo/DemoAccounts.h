@@ -21,7 +21,7 @@ inline constexpr const char* otherOrganizationId = "org-other-clinic";
 
 inline constexpr DemoAccount administratorAccount{
     "user-admin",   "admin@zorbel.example", "Demo-admin-1",      "Ada Admin",
-    "CLINIC_ADMIN", demoOrganizationId,     "Demo Dental Clinic"};
+    "CLIENT_ADMIN", demoOrganizationId,     "Demo Dental Clinic"};
 inline constexpr DemoAccount readerAccount{
     "user-reader", "reader@zorbel.example", "Demo-reader-1",     "Rita Reader",
     "DOCTOR",      demoOrganizationId,      "Demo Dental Clinic"};

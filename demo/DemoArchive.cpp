@@ -152,12 +152,16 @@ bool DemoArchive::ownsInstance(const std::string& organizationId, const std::str
     return owns(studyOfInstance_, organizationId, instanceId);
 }
 
-bool DemoArchive::ownsStudyUid(const std::string& organizationId, const std::string& studyInstanceUid) const {
-    const json studies = getJson("/studies?expand");
-    return std::any_of(studies.begin(), studies.end(), [&](const json& study) {
-        return tag(study, "MainDicomTags", "StudyInstanceUID") == studyInstanceUid &&
-               ownsStudy(organizationId, study.at("ID").get<std::string>());
-    });
+std::string
+DemoArchive::studyWithUid(const std::string& organizationId, const std::string& studyInstanceUid) const {
+    for (const json& study : getJson("/studies?expand")) {
+        const std::string id = study.at("ID").get<std::string>();
+        if (tag(study, "MainDicomTags", "StudyInstanceUID") == studyInstanceUid &&
+            ownsStudy(organizationId, id)) {
+            return id;
+        }
+    }
+    return {};
 }
 
 std::unique_ptr<LoopbackReply> DemoArchive::open(const std::string& target, const std::string& accept) const {

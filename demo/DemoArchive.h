@@ -31,7 +31,8 @@ public:
     bool ownsStudy(const std::string& organizationId, const std::string& studyId) const;
     bool ownsSeries(const std::string& organizationId, const std::string& seriesId) const;
     bool ownsInstance(const std::string& organizationId, const std::string& instanceId) const;
-    bool ownsStudyUid(const std::string& organizationId, const std::string& studyInstanceUid) const;
+    /// Orthanc's id of the organization's study; empty when it has none of that UID.
+    std::string studyWithUid(const std::string& organizationId, const std::string& studyInstanceUid) const;
 
     std::unique_ptr<LoopbackReply> open(const std::string& target, const std::string& accept = {}) const;
 

@@ -1,24 +1,41 @@
 #include "demo/DemoService.h"
 
 #include "demo/DemoArchive.h"
+#include "demo/DemoLocalNode.h"
 #include "demo/DicomImport.h"
 #include "demo/Gateway.h"
 #include "demo/OrthancProcess.h"
 #include "demo/PhantomStudies.h"
 
-#include <nlohmann/json.hpp>
-
-#include <cstdlib>
+#include <future>
 #include <stdexcept>
 
 namespace zorbel::demo {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// A volume that is also in the cloud, and not the one that everything else is shown with.
+constexpr const char* studyOnTheNode = "several-series";
+
+std::future<std::unique_ptr<DemoLocalNode>> beginNode(bool wanted) {
+    return std::async(wanted ? std::launch::async : std::launch::deferred, [wanted] {
+        return wanted ? std::make_unique<DemoLocalNode>() : nullptr;
+    });
+}
+
+} // namespace
+
+/// The two archives start side by side.
 struct DemoService::Parts {
+    explicit Parts(bool withNode) : starting(beginNode(withNode)) {}
+
+    std::future<std::unique_ptr<DemoLocalNode>> starting;
     OrthancProcess orthanc;
     DemoArchive archive{orthanc};
-    Gateway gateway{archive};
+    std::unique_ptr<DemoLocalNode> node = starting.get();
+    Gateway gateway{archive, node.get()};
 };
 
 DemoService::DemoService() = default;
@@ -33,8 +50,11 @@ void DemoService::start() {
     if (parts_) {
         return;
     }
-    parts_ = std::make_unique<Parts>();
+    parts_ = std::make_unique<Parts>(options_.localNode);
     try {
+        if (parts_->node) {
+            parts_->node->start();
+        }
         parts_->gateway.start(options_.port);
         importAll();
     } catch (...) {
@@ -45,7 +65,11 @@ void DemoService::start() {
 
 void DemoService::importAll() {
     if (options_.phantoms) {
-        uploadFolder(phantomFolder(options_.cacheFolder, options_.notice));
+        const fs::path phantoms = phantomFolder(options_.cacheFolder, options_.notice);
+        uploadFolder(phantoms);
+        if (parts_->node) {
+            parts_->node->uploadFolder(phantoms / studyOnTheNode);
+        }
     }
     for (const fs::path& folder : options_.imports) {
         const ImportResult result = uploadFolder(folder);
@@ -125,6 +149,13 @@ std::vector<AuditRecord> DemoService::auditRecords() const {
 
 OrthancProcess& DemoService::orthanc() {
     return parts_->orthanc;
+}
+
+DemoLocalNode& DemoService::localNode() {
+    if (!parts_ || !parts_->node) {
+        throw std::logic_error("The demo service runs without a Local Node.");
+    }
+    return *parts_->node;
 }
 
 } // namespace zorbel::demo

@@ -2,6 +2,7 @@
 
 #include "demo/DemoAccounts.h"
 #include "demo/Fault.h"
+#include "demo/ImportResult.h"
 #include "demo/RequestRecord.h"
 
 #include <cstddef>
@@ -13,6 +14,7 @@
 
 namespace zorbel::demo {
 
+class DemoLocalNode;
 class OrthancProcess;
 
 /// The imaging service for development, tests and a first look: a gateway that speaks the service's REST API
@@ -23,6 +25,9 @@ public:
     struct Options {
         /// Put the phantom studies into the archive (seconds to make, once; then from the cache folder).
         bool phantoms = false;
+        /// Give the demo organization a Local Node; with the phantoms it holds one of their studies,
+        /// "CBCT WITH SCOUT".
+        bool localNode = false;
         /// Folders of DICOM files to put into the archive as they are.
         std::vector<std::filesystem::path> imports{};
         /// Where made phantoms are kept; empty means "zorbel-demo" under the user's cache folder.
@@ -33,12 +38,7 @@ public:
         std::function<void(const std::string&)> notice{};
     };
 
-    struct ImportResult {
-        std::size_t stored = 0;
-        std::size_t alreadyStored = 0;
-        std::size_t skipped = 0;           ///< files that are not DICOM images
-        std::vector<std::string> failures; ///< "path: reason" of DICOM files that the archive refused
-    };
+    using ImportResult = demo::ImportResult;
 
     DemoService();
     explicit DemoService(Options options);
@@ -79,6 +79,8 @@ public:
 
     /// The archive behind the gateway, for tests that look at it or stop it.
     OrthancProcess& orthanc();
+    /// Only with the option localNode.
+    DemoLocalNode& localNode();
 
 private:
     struct Parts;

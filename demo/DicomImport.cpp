@@ -64,7 +64,7 @@ public:
     Import(std::vector<fs::path> files, const std::function<bool(std::string_view)>& store)
         : files_(std::move(files)), store_(store) {}
 
-    DemoService::ImportResult run() {
+    ImportResult run() {
         std::vector<std::thread> threads;
         for (std::size_t i = 0; i < std::min(connections, files_.size()); ++i) {
             threads.emplace_back([this] { work(); });
@@ -134,13 +134,12 @@ private:
     const std::function<bool(std::string_view)>& store_;
     std::atomic<std::size_t> next_{0};
     std::mutex mutex_;
-    DemoService::ImportResult result_;
+    ImportResult result_;
 };
 
 } // namespace
 
-DemoService::ImportResult
-importDicom(const fs::path& folder, const std::function<bool(std::string_view file)>& store) {
+ImportResult importDicom(const fs::path& folder, const std::function<bool(std::string_view file)>& store) {
     return Import(filesBelow(folder), store).run();
 }
 

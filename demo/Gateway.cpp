@@ -1,16 +1,15 @@
 #include "demo/Gateway.h"
 
 #include "demo/DemoAccounts.h"
-#include "demo/MultipartFault.h"
+#include "demo/DemoLocalNode.h"
+#include "demo/Loopback.h"
+#include "demo/RestReplies.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cctype>
-#include <regex>
 #include <stdexcept>
-
-#include <fnmatch.h>
 
 namespace zorbel::demo {
 
@@ -20,24 +19,6 @@ namespace {
 
 constexpr const char* apps = "/apps/pacs/api/";
 constexpr const char* proxyPrefix = "/apps/pacs/api/viewer-proxy/";
-// With the parameter cpp-httplib leaves the body uncompressed, so that sizes are what they seem.
-constexpr const char* jsonType = "application/json; charset=utf-8";
-
-HttpReply jsonReply(const json& object, int status = 200) {
-    return HttpReply::bytes(status, jsonType, object.dump(-1, ' ', false, json::error_handler_t::replace));
-}
-
-HttpReply failure(int status, const std::string& message, const std::string& code) {
-    return jsonReply({{"error", message}, {"code", code}}, status);
-}
-
-HttpReply notFound() {
-    return failure(404, "Not found", "NOT_FOUND");
-}
-
-bool startsWith(const std::string& text, const std::string& start) {
-    return text.rfind(start, 0) == 0;
-}
 
 json userOf(const DemoAccount& account) {
     // Services fill one or the other member: the administrator's has both, the others' only the second.
@@ -90,8 +71,11 @@ numberItem(const HttpServer::Request& request, const char* name, std::size_t fal
 
 } // namespace
 
-Gateway::Gateway(DemoArchive& archive)
-    : archive_(archive), server_([this](const Request& request) { return answer(request); }) {}
+Gateway::Gateway(DemoArchive& archive, DemoLocalNode* node)
+    : archive_(archive), proxy_(archive), node_(node),
+      server_(
+          [this](const Request& request) { return route(request); },
+          [this](const Request& request) { return control(request); }) {}
 
 std::string Gateway::issueToken(const DemoAccount& account) {
     for (const DemoAccount& known : demoAccounts) {
@@ -110,106 +94,15 @@ void Gateway::revokeTokens() {
     tokens_.clear();
 }
 
-std::vector<RequestRecord> Gateway::requests(const std::string& pathPattern) const {
-    const std::lock_guard lock(mutex_);
-    std::vector<RequestRecord> found;
-    for (const RequestRecord& one : requests_) {
-        if (fnmatch(pathPattern.c_str(), one.path.c_str(), 0) == 0) {
-            found.push_back(one);
-        }
-    }
-    return found;
-}
-
-void Gateway::resetRequests() {
-    const std::lock_guard lock(mutex_);
-    requests_.clear();
-}
-
 std::vector<AuditRecord> Gateway::auditRecords() const {
     const std::lock_guard lock(mutex_);
     return audit_;
 }
 
-void Gateway::record(const Request& request) {
-    RequestRecord one{
-        request.method,
-        request.path,
-        {request.params.begin(), request.params.end()},
-        request.get_header_value("Accept"),
-        request.get_header_value("User-Agent"),
-        startsWith(request.get_header_value("Authorization"), "Bearer ")};
-    const std::lock_guard lock(mutex_);
-    requests_.push_back(std::move(one));
-}
-
 const DemoAccount* Gateway::accountOf(const Request& request) const {
-    const std::string header = request.get_header_value("Authorization");
-    if (!startsWith(header, "Bearer ")) {
-        return nullptr;
-    }
     const std::lock_guard lock(mutex_);
-    const auto found = tokens_.find(header.substr(7));
+    const auto found = tokens_.find(bearerToken(request));
     return found == tokens_.end() ? nullptr : found->second;
-}
-
-HttpReply Gateway::answer(const Request& request) {
-    try {
-        if (startsWith(request.path, "/demo/")) {
-            return control(request);
-        }
-        record(request);
-        const std::vector<Fault> faults = faults_.take(request.path);
-        std::optional<HttpReply> early;
-        for (const Fault& fault : faults) {
-            if (fault.kind == Fault::Kind::Delay) {
-                server_.pause(fault.delay);
-            } else if (fault.kind == Fault::Kind::NoReply && !early) {
-                early.emplace();
-                early->silent = true;
-            } else if (fault.kind == Fault::Kind::Reply && !early) {
-                early = HttpReply::bytes(fault.status, fault.contentType, fault.body);
-            } else if (fault.kind == Fault::Kind::Redirect && !early) {
-                early = HttpReply::bytes(302, "text/plain", "");
-                early->headers.emplace("Location", fault.location);
-            }
-        }
-        return withBodyFaults(early ? std::move(*early) : route(request), faults);
-    } catch (const std::exception&) {
-        // What went wrong may name a patient; the client gets the fact alone.
-        return failure(502, "The image archive does not answer", "ARCHIVE_UNAVAILABLE");
-    }
-}
-
-HttpReply Gateway::withBodyFaults(HttpReply reply, const std::vector<Fault>& faults) {
-    if (reply.silent) {
-        return reply;
-    }
-    for (const Fault& fault : faults) {
-        if (changesParts(fault.kind) && reply.status == 200 && startsWith(reply.contentType, "multipart/")) {
-            MultipartReply changed = withFault({reply.contentType, readAll(*reply.body)}, fault);
-            reply.contentType = std::move(changed.contentType);
-            reply.body = std::make_unique<MemorySource>(std::move(changed.body));
-            reply.length.reset();
-        }
-    }
-    const Pause pause = [this](std::chrono::milliseconds time) { return server_.pause(time); };
-    for (const Fault& fault : faults) {
-        if (fault.kind == Fault::Kind::Oversize) {
-            reply.body = std::make_unique<PaddedSource>(std::move(reply.body), fault.bytes);
-            reply.length = fault.announced ? std::optional(fault.bytes) : std::nullopt;
-        }
-    }
-    for (const Fault& fault : faults) {
-        if (fault.kind == Fault::Kind::Throttle) {
-            reply.body = std::make_unique<ThrottledSource>(std::move(reply.body), fault.bytes, pause);
-        } else if (fault.kind == Fault::Kind::DropBody || fault.kind == Fault::Kind::Hang) {
-            const bool hangs = fault.kind == Fault::Kind::Hang;
-            reply.body =
-                std::make_unique<CutSource>(std::move(reply.body), fault.bytes, hangs ? pause : Pause());
-        }
-    }
-    return reply;
 }
 
 HttpReply Gateway::route(const Request& request) {
@@ -238,9 +131,11 @@ HttpReply Gateway::route(const Request& request) {
         return audit(request, *account);
     }
     if (startsWith(request.path, proxyPrefix) && get) {
-        return proxy(request, *account);
+        return proxy_.get(
+            request.path.substr(std::string(proxyPrefix).size()), request.get_header_value("Accept"),
+            account->organizationId);
     }
-    return notFound();
+    return localNodes(request, *account);
 }
 
 HttpReply Gateway::logIn(const Request& request) {
@@ -248,12 +143,9 @@ HttpReply Gateway::logIn(const Request& request) {
     if (!body.is_object()) {
         return failure(400, "The request body is not a JSON object", "VALIDATION_ERROR");
     }
-    const auto text = [&body](const char* name) {
-        const auto member = body.find(name);
-        return member != body.end() && member->is_string() ? member->get<std::string>() : std::string();
-    };
     for (const DemoAccount& account : demoAccounts) {
-        if (lower(text("email")) == account.email && text("password") == account.password) {
+        if (lower(textMember(body, "email")) == account.email &&
+            textMember(body, "password") == account.password) {
             return jsonReply({{"token", issueToken(account)}, {"user", userOf(account)}});
         }
     }
@@ -285,93 +177,143 @@ HttpReply Gateway::studies(const Request& request, const DemoAccount& account) c
 
 HttpReply Gateway::audit(const Request& request, const DemoAccount& account) {
     const json body = json::parse(request.body, nullptr, false);
-    if (!body.is_object() || !body.contains("event") || !body["event"].is_string()) {
+    const std::string event = textMember(body, "event");
+    if (event.empty()) {
         return failure(400, "The event is missing", "VALIDATION_ERROR");
     }
-    const auto target = body.find("targetId");
     const auto details = body.find("details");
     AuditRecord one{
-        account.id, body["event"].get<std::string>(),
-        target != body.end() && target->is_string() ? target->get<std::string>() : std::string(),
+        account.id, event, textMember(body, "targetId"),
         details != body.end() ? details->dump() : std::string()};
     const std::lock_guard lock(mutex_);
     audit_.push_back(std::move(one));
     return jsonReply({{"success", true}}, 201);
 }
 
-HttpReply Gateway::proxy(const Request& request, const DemoAccount& account) const {
-    static const std::regex resource("(studies|series|instances)/([0-9a-f-]{44})(/instances|/file)?");
-    static const std::regex dicomWeb("dicom-web/studies/([0-9.]{1,64})/series/([0-9.]{1,64})");
-    const std::string path = request.path.substr(std::string(proxyPrefix).size());
-    const std::string accept = request.get_header_value("Accept");
-    const std::string organization = account.organizationId;
-    std::smatch found;
-    if (std::regex_match(path, found, dicomWeb)) {
-        return archive_.ownsStudyUid(organization, found[1]) ? relay("/" + path, accept) : notFound();
+// ---- Local Nodes
+// ---------------------------------------------------------------------------------------------------
+
+HttpReply Gateway::localNodes(const Request& request, const DemoAccount& account) {
+    const std::string what = request.method + " " + request.path;
+    if (what == "GET /apps/pacs/api/desktop/local-nodes") {
+        return listNodes(account);
     }
-    if (!std::regex_match(path, found, resource)) {
-        return notFound();
+    if (what == "POST /apps/pacs/api/desktop/local-nodes") {
+        return saveNode(request, account);
     }
-    const std::string kind = found[1];
-    const std::string rest = found[3];
-    if ((rest == "/instances" && kind == "instances") || (rest == "/file" && kind != "instances")) {
-        return notFound();
+    if (what == "POST /apps/pacs/api/desktop/local-nodes/session") {
+        const json body = json::parse(request.body, nullptr, false);
+        if (!ownsNode(account) || textMember(body, "clinicId") != DemoLocalNode::id) {
+            return failure(404, "No such Local Node", "NODE_NOT_FOUND");
+        }
+        const DemoLocalNode::Session session = node_->openSession(account.organizationId);
+        return jsonReply(
+            {{"baseUrl", nodeAddress()},
+             {"token", session.token},
+             {"expiresInSeconds", session.expiresInSeconds}});
     }
-    const bool allowed = kind == "studies"  ? archive_.ownsStudy(organization, found[2])
-                         : kind == "series" ? archive_.ownsSeries(organization, found[2])
-                                            : archive_.ownsInstance(organization, found[2]);
-    return allowed ? relay("/" + path, accept) : notFound();
+    return notFound();
 }
 
-HttpReply Gateway::relay(const std::string& target, const std::string& accept) const {
-    std::unique_ptr<LoopbackReply> upstream = archive_.open(target, accept);
-    if (upstream->status() == 404) {
+bool Gateway::ownsNode(const DemoAccount& account) const {
+    return node_ != nullptr && account.organizationId == std::string(demoOrganizationId);
+}
+
+std::string Gateway::nodeAddress() const {
+    const std::lock_guard lock(mutex_);
+    return nodeAddress_.empty() ? node_->baseUrl() : nodeAddress_;
+}
+
+HttpReply Gateway::listNodes(const DemoAccount& account) const {
+    json list = json::array();
+    if (ownsNode(account)) {
+        list.push_back(
+            {{"clinicId", DemoLocalNode::id},
+             {"name", DemoLocalNode::name},
+             {"baseUrl", nodeAddress()},
+             {"status", node_->isRunning() ? "ONLINE" : "OFFLINE"},
+             {"appVersion", DemoLocalNode::appVersion}});
+    }
+    return jsonReply({{"nodes", list}});
+}
+
+HttpReply Gateway::saveNode(const Request& request, const DemoAccount& account) {
+    if (account.role != std::string(administratorAccount.role)) {
+        return failure(403, "Only an organization administrator may do this", "FORBIDDEN");
+    }
+    const json body = json::parse(request.body, nullptr, false);
+    const std::string address = textMember(body, "baseUrl");
+    if (!startsWith(address, "http://") && !startsWith(address, "https://")) {
+        return failure(
+            400, "The address of a Local Node begins with http:// or https://", "VALIDATION_ERROR");
+    }
+    if (!ownsNode(account) || textMember(body, "clinicId") != DemoLocalNode::id) {
+        return failure(404, "No such Local Node", "NODE_NOT_FOUND");
+    }
+    const std::lock_guard lock(mutex_);
+    nodeAddress_ = address;
+    return jsonReply({{"success", true}});
+}
+
+// ---- Control
+// -------------------------------------------------------------------------------------------------------
+
+namespace {
+
+json listOf(const std::vector<RequestRecord>& requests) {
+    json list = json::array();
+    for (const RequestRecord& one : requests) {
+        list.push_back({{"method", one.method}, {"path", one.path}});
+    }
+    return {{"requests", list}};
+}
+
+/// `what` is the method and the path below the board's own, such as "DELETE /3".
+HttpReply controlFaults(FaultBoard& board, const std::string& what, const std::string& body) {
+    if (what == "GET ") {
+        return jsonReply({{"faults", board.toJson()}});
+    }
+    if (what == "POST ") {
+        try {
+            return jsonReply({{"id", board.add(FaultBoard::fromJson(json::parse(body)))}}, 201);
+        } catch (const std::exception& error) {
+            return failure(400, error.what(), "VALIDATION_ERROR");
+        }
+    }
+    const std::string removal = "DELETE /";
+    if (what == "DELETE ") {
+        board.clear();
+    } else if (startsWith(what, removal)) {
+        board.remove(std::atoi(what.c_str() + removal.size()));
+    } else {
         return notFound();
     }
-    if (upstream->status() == 400 || upstream->status() == 406) {
-        return failure(upstream->status(), "The archive cannot give this form of the data", "NOT_ACCEPTABLE");
-    }
-    if (upstream->status() < 200 || upstream->status() > 299) {
-        return failure(502, "The image archive failed", "ARCHIVE_ERROR");
-    }
-    HttpReply reply;
-    reply.status = upstream->status();
-    reply.contentType = upstream->contentType();
-    reply.length = upstream->contentLength();
-    reply.body = std::make_unique<ArchiveSource>(std::move(upstream));
-    return reply;
+    return jsonReply({{"success", true}});
 }
+
+} // namespace
 
 HttpReply Gateway::control(const Request& request) {
     const DemoAccount* account = accountOf(request);
     if (account == nullptr || account->id != std::string(administratorAccount.id)) {
         return failure(account == nullptr ? 401 : 403, "Only the administrator may do this", "FORBIDDEN");
     }
+    const std::string faults = "/demo/faults";
+    const std::string nodeFaults = "/demo/node/faults";
+    if (startsWith(request.path, faults)) {
+        return controlFaults(
+            server_.faults(), request.method + " " + request.path.substr(faults.size()), request.body);
+    }
+    if (node_ != nullptr && startsWith(request.path, nodeFaults)) {
+        return controlFaults(
+            node_->faults(), request.method + " " + request.path.substr(nodeFaults.size()), request.body);
+    }
     const std::string what = request.method + " " + request.path;
-    if (what == "GET /demo/faults") {
-        return jsonReply({{"faults", faults_.toJson()}});
-    }
-    if (what == "POST /demo/faults") {
-        try {
-            return jsonReply({{"id", faults_.add(FaultBoard::fromJson(json::parse(request.body)))}}, 201);
-        } catch (const std::exception& error) {
-            return failure(400, error.what(), "VALIDATION_ERROR");
-        }
-    }
-    if (what == "DELETE /demo/faults") {
-        faults_.clear();
-        return jsonReply({{"success", true}});
-    }
-    if (startsWith(what, "DELETE /demo/faults/")) {
-        faults_.remove(std::atoi(what.c_str() + std::string("DELETE /demo/faults/").size()));
-        return jsonReply({{"success", true}});
-    }
     if (what == "GET /demo/requests") {
-        json list = json::array();
-        for (const RequestRecord& one : requests("*")) {
-            list.push_back({{"method", one.method}, {"path", one.path}});
-        }
-        return jsonReply({{"requests", list}});
+        return jsonReply(listOf(requests("*")));
+    }
+    if (node_ != nullptr && what == "GET /demo/node/requests") {
+        return jsonReply(listOf(node_->requests()));
     }
     if (what == "GET /demo/audit") {
         json list = json::array();

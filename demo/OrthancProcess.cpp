@@ -83,6 +83,26 @@ void removeLeftovers(const fs::path& parent) {
     }
 }
 
+/// A new folder that nobody takes for a leftover: it bears its name only once it is locked.
+int makeLockedFolder(const fs::path& parent, fs::path& folder) {
+    std::string unfinished = parent / "zorbel-demo-new-XXXXXX";
+    if (mkdtemp(unfinished.data()) == nullptr) {
+        throw std::runtime_error("No temporary folder for Orthanc can be made in " + parent.string());
+    }
+    const int lock = lockFolder(unfinished);
+    folder = parent / (folderPrefix + unfinished.substr(unfinished.size() - 6));
+    std::error_code error;
+    fs::rename(unfinished, folder, error);
+    if (lock < 0 || error) {
+        fs::remove_all(unfinished, error);
+        if (lock >= 0) {
+            close(lock);
+        }
+        throw std::runtime_error("No temporary folder for Orthanc can be made in " + parent.string());
+    }
+    return lock;
+}
+
 } // namespace
 
 /// Forks and reaps from one thread that lives as long as the child, because the signal that ends the child on
@@ -193,12 +213,7 @@ OrthancProcess::OrthancProcess() {
     }
     const fs::path parent = fs::temp_directory_path();
     removeLeftovers(parent);
-    std::string name = parent / (std::string(folderPrefix) + "XXXXXX");
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("No temporary folder for Orthanc can be made in " + parent.string());
-    }
-    folder_ = name;
-    lock_ = lockFolder(folder_);
+    lock_ = makeLockedFolder(parent, folder_);
     try {
         const std::string password = randomToken();
         authorization_ = basicAuthorization(user, password);

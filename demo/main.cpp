@@ -1,3 +1,4 @@
+#include "demo/DemoLocalNode.h"
 #include "demo/DemoService.h"
 #include "demo/PhantomStudies.h"
 #include "demo/ViewerProcess.h"
@@ -29,6 +30,7 @@ constexpr const char* usage =
 Options of run and serve:
   --import FOLDER   put the DICOM files below FOLDER into the demo archive (may be repeated)
   --no-phantoms     leave the archive without the phantom studies
+  --no-local-node   leave the demo clinic without a Local Node
   --cache DIR       where made phantoms are kept
   --port N          the service's port (default: a free one)
   --home DIR        where the viewer keeps settings, cache and data of the demonstration (run only)
@@ -62,6 +64,7 @@ int numberOf(const std::string& text, int most) {
 CommandLine parse(const std::vector<std::string>& words) {
     CommandLine line;
     line.service.phantoms = true;
+    line.service.localNode = true;
     if (words.empty()) {
         throw UsageError("A command is missing.");
     }
@@ -87,6 +90,8 @@ CommandLine parse(const std::vector<std::string>& words) {
             line.service.imports.emplace_back(value());
         } else if (service && word == "--no-phantoms") {
             line.service.phantoms = false;
+        } else if (service && word == "--no-local-node") {
+            line.service.localNode = false;
         } else if (service && word == "--cache") {
             line.service.cacheFolder = value();
         } else if (service && word == "--port") {
@@ -144,9 +149,13 @@ fs::path temporaryFolder(const fs::path& home) {
     return privateFolder(home / (prefix + std::to_string(getpid())));
 }
 
-void announce(const DemoService& service) {
-    std::cout << "Demo service at " << service.baseUrl() << "\n"
-              << "  sign in as  " << readerAccount.email << "\n"
+void announce(DemoService& service, bool withNode) {
+    std::cout << "Demo service at " << service.baseUrl() << "\n";
+    if (withNode) {
+        std::cout << "  Local Node  \"" << DemoLocalNode::name << "\" at " << service.localNode().baseUrl()
+                  << "\n";
+    }
+    std::cout << "  sign in as  " << readerAccount.email << "\n"
               << "  password    " << readerAccount.password << "\n"
               << std::flush;
 }
@@ -154,7 +163,7 @@ void announce(const DemoService& service) {
 int serve(const CommandLine& line) {
     DemoService service(line.service);
     service.start();
-    announce(service);
+    announce(service, line.service.localNode);
     std::cout << "  or as       " << administratorAccount.email << " / " << administratorAccount.password
               << "\n"
               << "Ctrl+C ends it.\n"
@@ -167,7 +176,7 @@ int run(const CommandLine& line) {
     const fs::path home = privateFolder(fs::absolute(line.home.empty() ? defaultHome() : line.home));
     DemoService service(line.service);
     service.start();
-    announce(service);
+    announce(service, line.service.localNode);
     const fs::path temporary = temporaryFolder(home);
     const std::map<std::string, std::string> environment{
         {"ZORBEL_API_BASE_URL", service.baseUrl()},

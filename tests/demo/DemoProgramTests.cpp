@@ -1,5 +1,6 @@
 #include "ServiceFixture.h"
 
+#include "demo/DicomFile.h"
 #include "demo/PhantomStudies.h"
 
 #include <array>
@@ -36,7 +37,8 @@ TEST(DemoProgram, runsTheViewerInItsOwnFoldersWithPhantomsAndImportsInPlace) {
     const fs::path imports = folder.path() / "imports";
     writeBenchSeries(imports, 2, 16);
     const fs::path script = folder.path() / "viewer.sh";
-    std::ofstream(script) << R"sh(set -e
+    std::ofstream(script) << "NODE_STUDY=" << uidOf("several-series") << "\n"
+                          << R"sh(set -e
 for d in "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$TMPDIR"; do
     test "$(stat -c %a "$d")" = 700
 done
@@ -44,6 +46,12 @@ touch "$XDG_CONFIG_HOME/kept" "$TMPDIR/dropped"
 token=$(curl -s -H 'Content-Type: application/json' \
     -d "{\"email\":\"$ZORBEL_DEMO_ACCOUNT\",\"password\":\"$ZORBEL_DEMO_PASSWORD\"}" \
     "$ZORBEL_API_BASE_URL/api/auth/login" | sed 's/.*"token":"\([0-9a-f]*\)".*/\1/')
+session=$(curl -s -H "Authorization: Bearer $token" -d '{"clinicId":"node-demo-clinic"}' \
+    "$ZORBEL_API_BASE_URL/apps/pacs/api/desktop/local-nodes/session")
+node=$(echo "$session" | sed 's/.*"baseUrl":"\([^"]*\)".*/\1/')
+pass=$(echo "$session" | sed 's/.*"token":"\([0-9a-f]*\)".*/\1/')
+echo "NODE $(curl -s -H "Authorization: Bearer $pass" \
+    "$node/api/local-node/desktop/resolve-study?studyInstanceUID=$NODE_STUDY")"
 echo "LIST $(curl -s -H "Authorization: Bearer $token" "$ZORBEL_API_BASE_URL/apps/pacs/api/studies")"
 exit 7
 )sh";
@@ -52,6 +60,7 @@ exit 7
                                 " -- sh " + script.string();
     const Outcome outcome = runProgram(options);
     EXPECT_EQ(outcome.code, 7) << outcome.output;
+    EXPECT_NE(outcome.output.find("NODE {\"orthancId\":\""), std::string::npos) << outcome.output;
     const std::size_t at = outcome.output.find("LIST ");
     ASSERT_NE(at, std::string::npos) << outcome.output;
     const nlohmann::json studies = nlohmann::json::parse(outcome.output.substr(at + 5)).at("studies");
