@@ -56,25 +56,54 @@ struct Document {
     std::size_t values = 0;
 };
 
+/// Goes through a text and keeps nothing of it. (The library's parser with a callback takes a time that grows
+/// with the square of an array's length.)
+class SizeLimits : public nlohmann::json_sax<Json> {
+public:
+    std::size_t values() const { return values_; }
+
+    bool null() override { return count(); }
+    bool boolean(bool) override { return count(); }
+    bool number_integer(number_integer_t) override { return count(); }
+    bool number_unsigned(number_unsigned_t) override { return count(); }
+    bool number_float(number_float_t, const string_t&) override { return count(); }
+    bool string(string_t&) override { return count(); }
+    bool binary(binary_t&) override { return count(); }
+    bool key(string_t&) override { return true; }
+    bool start_object(std::size_t) override { return enter(); }
+    bool end_object() override { return leave(); }
+    bool start_array(std::size_t) override { return enter(); }
+    bool end_array() override { return leave(); }
+    bool parse_error(std::size_t, const std::string&, const Json::exception&) override { return false; }
+
+private:
+    bool count() {
+        if (++values_ > mostValues)
+            throw std::runtime_error("more than " + std::to_string(mostValues) + " values");
+        return true;
+    }
+    bool enter() {
+        if (++depth_ > deepestNesting)
+            throw std::runtime_error("nested deeper than " + std::to_string(deepestNesting) + " levels");
+        return count();
+    }
+    bool leave() {
+        --depth_;
+        return true;
+    }
+
+    std::size_t values_ = 0;
+    int depth_ = 0;
+};
+
 Document read(RegularFile file) {
     if (file.size() > largestFile)
         throw std::runtime_error("the file has more than " + std::to_string(largestFile) + " bytes");
     std::string text(static_cast<std::size_t>(file.size()), '\0');
     text.resize(file.read(std::as_writable_bytes(std::span(text))));
-
-    Document document;
-    const auto watch = [&document](int depth, Json::parse_event_t event, Json&) {
-        if (depth > deepestNesting)
-            throw std::runtime_error("nested deeper than " + std::to_string(deepestNesting) + " levels");
-        if (event == Json::parse_event_t::value || event == Json::parse_event_t::object_start ||
-            event == Json::parse_event_t::array_start)
-            ++document.values;
-        if (document.values > mostValues)
-            throw std::runtime_error("more than " + std::to_string(mostValues) + " values");
-        return true;
-    };
-    document.json = Json::parse(text, watch);
-    return document;
+    SizeLimits limits;
+    Json::sax_parse(text, &limits); // an error in the text ends this early, and the next line as well
+    return {Json::parse(text), limits.values()};
 }
 
 /// cannotOpen is followed by the path, notJson by the reason.

@@ -1,0 +1,231 @@
+#include "TestVolumeCache.h"
+#include "cache/volume/ManifestParser.h"
+#include "cache/volume/ZorbelError.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include <sys/stat.h>
+
+namespace zorbel {
+namespace {
+
+using test::Json;
+using test::TestVolumeCache;
+
+class ManifestParserTest : public testing::Test {
+protected:
+    ManifestParserTest() { test::writeFile(anything, "{}"); }
+
+    /// The message that the parser fails with; empty when it does not.
+    std::string failure(const test::fs::path& schema) const {
+        try {
+            ManifestParser::parse(cache.manifestPath(), schema);
+        } catch (const ZorbelError& error) {
+            EXPECT_EQ(error.stage, CacheStage::Manifest);
+            EXPECT_EQ(error.code, CacheErrorCode::ManifestInvalid);
+            EXPECT_EQ(error.chunkIndex, -1);
+            return error.what();
+        }
+        return {};
+    }
+    std::string failureOf(const std::string& manifest) const {
+        test::writeFile(cache.manifestPath(), manifest);
+        return failure(test::schemaPath());
+    }
+    /// Both by the schema that is shipped and behind one that lets everything pass.
+    void expectRefused(const Json& manifest, const std::string& what) const {
+        test::writeFile(cache.manifestPath(), manifest.dump());
+        EXPECT_TRUE(failure(test::schemaPath()).starts_with("Schema validation failed: <root>")) << what;
+        EXPECT_TRUE(failure(anything).starts_with("Failed to deserialize manifest fields: ")) << what;
+    }
+
+    TestVolumeCache cache;
+    const test::fs::path anything = cache.folder / "anything.json";
+};
+
+TEST_F(ManifestParserTest, EveryMemberOfEveryWrongTypeIsRefused) {
+    const std::vector<Json> values{
+        nullptr,
+        true,
+        7,
+        -1,
+        1.5,
+        1e300,
+        2147483648U,
+        "text",
+        Json::array(),
+        Json::object(),
+        Json::array({1, 2}),
+        Json::array({1, 2, "3"}),
+        Json::array({1, 2, nullptr}),
+        Json::array({1, 2, 3, 4})};
+    const auto isNumber = [](const Json& value) { return value.is_number(); };
+    const auto isInt32 = [](const Json& value) {
+        return value.is_number_integer() && value.get<std::int64_t>() < 2147483648;
+    };
+    const auto isLength = [](const Json& value) {
+        return value.is_number_integer() && value.get<std::int64_t>() >= 0;
+    };
+    const auto isText = [](const Json& value) { return value.is_string(); };
+    const auto never = [](const Json&) { return false; };
+    const std::vector<std::pair<Json::json_pointer, std::function<bool(const Json&)>>> members{
+        {"/version"_json_pointer, isText},
+        {"/studyInstanceUID"_json_pointer, isText},
+        {"/dtype"_json_pointer, isText},
+        {"/dimensions"_json_pointer, never},
+        {"/dimensions/1"_json_pointer, isInt32},
+        {"/spacing"_json_pointer, never},
+        {"/spacing/0"_json_pointer, isNumber},
+        {"/origin"_json_pointer, never},
+        {"/origin/2"_json_pointer, isNumber},
+        {"/direction"_json_pointer, never},
+        {"/direction/8"_json_pointer, isNumber},
+        {"/chunks"_json_pointer, [](const Json& value) { return value.is_array() && value.empty(); }},
+        {"/chunks/1"_json_pointer, never},
+        {"/chunks/1/index"_json_pointer, isInt32},
+        {"/chunks/1/startSlice"_json_pointer, isInt32},
+        {"/chunks/1/endSlice"_json_pointer, isInt32},
+        {"/chunks/1/compressedByteLength"_json_pointer, isLength},
+        {"/chunks/1/uncompressedByteLength"_json_pointer, isLength},
+        {"/chunks/1/sha256"_json_pointer, isText},
+        {"/chunks/1/compression"_json_pointer, isText},
+        {"/totalCompressedByteLength"_json_pointer, isLength},
+        {"/totalUncompressedByteLength"_json_pointer, isLength}};
+    for (const auto& [member, allows] : members) {
+        for (const Json& value : values) {
+            const std::string what = member.to_string() + " = " + value.dump();
+            Json manifest = cache.manifest;
+            manifest[member] = value;
+            test::writeFile(cache.manifestPath(), manifest.dump());
+            const bool negativeLength = value == -1 && member.to_string().ends_with("ByteLength");
+            if (allows(value)) {
+                EXPECT_EQ(failure(anything), "") << what;
+            } else {
+                EXPECT_TRUE(failure(anything).starts_with("Failed to deserialize manifest fields: ")) << what;
+                const std::string shipped = failure(test::schemaPath());
+                EXPECT_TRUE(
+                    shipped.starts_with("Schema validation failed: <root>") ||
+                    (negativeLength && !shipped.empty()))
+                    << what << ": " << shipped;
+            }
+        }
+    }
+}
+
+TEST_F(ManifestParserTest, RequiredMembersAreRequiredAndUnknownOnesAllowed) {
+    for (const char* member :
+         {"version", "studyInstanceUID", "dtype", "dimensions", "spacing", "origin", "direction", "chunks"}) {
+        Json manifest = cache.manifest;
+        manifest.erase(member);
+        expectRefused(manifest, member);
+    }
+    for (const char* member :
+         {"index", "startSlice", "endSlice", "compressedByteLength", "uncompressedByteLength"}) {
+        Json manifest = cache.manifest;
+        manifest["chunks"][2].erase(member);
+        expectRefused(manifest, member);
+    }
+    for (const char* dtype : {"int32", "uint32", "float32"}) {
+        cache.manifest["dtype"] = dtype;
+        EXPECT_EQ(failureOf(cache.manifest.dump()), "");
+    }
+    cache.manifest["dtype"] = "uint8";
+    EXPECT_TRUE(failureOf(cache.manifest.dump()).starts_with("Schema validation failed: "));
+    EXPECT_TRUE(failureOf("[]").starts_with("Schema validation failed: "));
+}
+
+TEST_F(ManifestParserTest, ReadsEveryMemberWholeAndLogsTheManifest) {
+    constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
+    Json& chunks = cache.manifest["chunks"];
+    chunks[1] = {
+        {"index", 2147483647},
+        {"startSlice", -2147483647 - 1},
+        {"endSlice", 3},
+        {"compressedByteLength", largest},
+        {"uncompressedByteLength", 9223372036854775808U},
+        {"further", {{"member", 1}}}};
+    cache.manifest["totalCompressedByteLength"] = largest;
+    cache.manifest["dimensions"] = {-1, 2, 3};
+    cache.save();
+    const test::LogRecording log;
+    const VolumeCacheManifest manifest = ManifestParser::parse(cache.manifestPath(), test::schemaPath());
+    EXPECT_EQ(manifest.version, "volume-cache-manifest.v1");
+    EXPECT_EQ(manifest.studyInstanceUID, "1.2.3");
+    EXPECT_EQ(manifest.dtype, "int16");
+    EXPECT_EQ(manifest.dimensions, (std::array<std::int32_t, 3>{-1, 2, 3}));
+    EXPECT_EQ(manifest.spacing, (std::array<double, 3>{0.5, 0.25, 1.5}));
+    EXPECT_EQ(manifest.origin, (std::array<double, 3>{-10.0, 20.0, 30.5}));
+    EXPECT_EQ(manifest.direction, (std::array<double, 9>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
+    ASSERT_EQ(manifest.chunks.size(), 3U);
+    EXPECT_EQ(manifest.chunks[0].sha256, chunks[0]["sha256"]);
+    const ChunkEntry& second = manifest.chunks[1];
+    EXPECT_EQ(second.index, 2147483647);
+    EXPECT_EQ(second.startSlice, std::numeric_limits<std::int32_t>::min());
+    EXPECT_EQ(second.endSlice, 3);
+    EXPECT_EQ(second.compressedByteLength, largest);
+    EXPECT_EQ(second.uncompressedByteLength, 9223372036854775808U);
+    EXPECT_EQ(second.sha256, "");
+    EXPECT_EQ(second.compression, "gzip");
+    EXPECT_TRUE(manifest.hasTotalCompressedByteLength);
+    EXPECT_EQ(manifest.totalCompressedByteLength, largest);
+    EXPECT_FALSE(manifest.hasTotalUncompressedByteLength);
+    EXPECT_EQ(
+        log.text(), "info ManifestParser: Manifest parsed successfully {\"chunks\":\"3\",\"dtype\":\"int16\","
+                    "\"studyInstanceUID\":\"1.2.3\",\"version\":\"volume-cache-manifest.v1\"}\n");
+}
+
+TEST_F(ManifestParserTest, WhatIsNoManifestFileIsRefusedWithoutWaiting) {
+    const std::string cannotOpen = "Cannot open manifest: " + cache.manifestPath().string();
+    test::fs::rename(cache.manifestPath(), cache.folder / "elsewhere");
+    EXPECT_EQ(failure(test::schemaPath()), cannotOpen);
+    test::fs::create_symlink(cache.folder / "elsewhere", cache.manifestPath());
+    EXPECT_EQ(failure(test::schemaPath()), cannotOpen);
+    test::fs::remove(cache.manifestPath());
+    test::fs::create_directory(cache.manifestPath());
+    EXPECT_EQ(failure(test::schemaPath()), cannotOpen);
+    test::fs::remove(cache.manifestPath());
+    ASSERT_EQ(mkfifo(cache.manifestPath().c_str(), 0600), 0);
+    EXPECT_EQ(failure(test::schemaPath()), cannotOpen);
+}
+
+TEST_F(ManifestParserTest, HostileTextCostsNeitherMemoryNorStack) {
+    const std::string notJson = "manifest.json is not valid JSON: ";
+    constexpr std::size_t million = 1'000'000;
+    std::string objects;
+    for (std::size_t i = 0; i < million; ++i)
+        objects += "{\"a\":";
+    std::string numbers = "[1";
+    for (std::size_t i = 0; i < 10 * million; ++i)
+        numbers += ",1";
+    const std::string deepMember =
+        "{\"version\":" + std::string(million, '[') + std::string(million, ']') + "}";
+    for (const std::string& text :
+         {std::string(), std::string("{"), std::string("{\"version\":1e999}"), std::string("\xff\xfe{}"),
+          std::string(million, '['), objects, deepMember, numbers + "]", "\"" + std::string(million, 'x')}) {
+        const std::string message = failureOf(text);
+        EXPECT_TRUE(message.starts_with(notJson)) << message;
+        EXPECT_LT(message.size(), 600U);
+    }
+    // Every one of very many faults: refused without a list of them.
+    std::string faults = "{\"chunks\":[{}";
+    for (std::size_t i = 0; i < 900'000; ++i)
+        faults += ",{}";
+    EXPECT_TRUE(failureOf(faults + "]}").starts_with("Schema validation failed: "));
+
+    test::fs::resize_file(cache.manifestPath(), 100'000'000);
+    EXPECT_EQ(failure(test::schemaPath()), notJson + "the file has more than 33554432 bytes");
+}
+
+TEST_F(ManifestParserTest, AFaultySchemaIsNamed) {
+    const auto schema = cache.folder / "schema.json";
+    EXPECT_EQ(failure(schema), "Cannot open schema: " + schema.string());
+    test::writeFile(schema, "{\"type\":");
+    EXPECT_TRUE(failure(schema).starts_with("Schema file is not valid JSON: [json.exception.parse_error"));
+    test::writeFile(schema, R"({"type": 12})");
+    EXPECT_TRUE(failure(schema).starts_with("Schema validation error: "));
+}
+
+} // namespace
+} // namespace zorbel

@@ -1,0 +1,148 @@
+#pragma once
+
+#include "app/log/Logger.h"
+#include "cache/volume/Sha256.h"
+
+#include <nlohmann/json.hpp>
+#include <zlib.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <span>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zorbel::test {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+inline void writeFile(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline std::string readFile(const fs::path& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+constexpr int gzipWindow = 31;
+constexpr int zlibWindow = 15;
+
+inline std::string compressed(std::string bytes, int windowBits = gzipWindow, int level = 0) {
+    z_stream stream{};
+    if (deflateInit2(&stream, level, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+        throw std::runtime_error("deflateInit2");
+    std::string result(deflateBound(&stream, bytes.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(bytes.data());
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = reinterpret_cast<Bytef*>(result.data());
+    stream.avail_out = static_cast<uInt>(result.size());
+    deflate(&stream, Z_FINISH);
+    result.resize(stream.total_out);
+    deflateEnd(&stream);
+    return result;
+}
+
+/// A volume cache in a folder of its own, removed with it. Chunks are stored uncompressed in their gzip
+/// members, so that all are of one size.
+class TestVolumeCache {
+public:
+    explicit TestVolumeCache(std::array<int, 3> size = {4, 3, 6}, int chunkSlices = 2) {
+        static std::random_device random;
+        folder = fs::temp_directory_path() / ("zorbel-volume-" + std::to_string(random()));
+        fs::create_directories(folder);
+        const auto sliceBytes = static_cast<std::size_t>(2 * size[0] * size[1]);
+        for (std::size_t i = 0; i < sliceBytes * static_cast<std::size_t>(size[2]); ++i)
+            voxels += static_cast<char>(i * 31 + i / 7);
+        manifest = {
+            {"version", "volume-cache-manifest.v1"},
+            {"studyInstanceUID", "1.2.3"},
+            {"dtype", "int16"},
+            {"dimensions", size},
+            {"spacing", {0.5, 0.25, 1.5}},
+            {"origin", {-10.0, 20, 30.5}},
+            {"direction", {1, 0, 0, 0, 1, 0, 0, 0, 1}},
+            {"chunks", Json::array()}};
+        for (int first = 0; first < size[2]; first += chunkSlices) {
+            const int slices = std::min(chunkSlices, size[2] - first);
+            const std::string part = voxels.substr(
+                static_cast<std::size_t>(first) * sliceBytes, static_cast<std::size_t>(slices) * sliceBytes);
+            manifest["chunks"].push_back(
+                {{"index", manifest["chunks"].size()},
+                 {"startSlice", first},
+                 {"endSlice", first + slices - 1},
+                 {"uncompressedByteLength", part.size()},
+                 {"compression", "gzip"}});
+            putChunk(manifest["chunks"].size() - 1, compressed(part));
+        }
+        save();
+    }
+    ~TestVolumeCache() {
+        std::error_code ignored;
+        fs::permissions(folder, fs::perms::owner_all, ignored);
+        fs::remove_all(folder, ignored);
+    }
+    TestVolumeCache(const TestVolumeCache&) = delete;
+    TestVolumeCache& operator=(const TestVolumeCache&) = delete;
+
+    fs::path chunk(std::size_t index) const {
+        return folder / ("chunk-" + std::to_string(index) + ".bin.gz");
+    }
+    /// Writes the file, and its length and digest into the manifest (not yet saved).
+    void putChunk(std::size_t index, const std::string& bytes) {
+        writeFile(chunk(index), bytes);
+        manifest["chunks"][index]["compressedByteLength"] = bytes.size();
+        manifest["chunks"][index]["sha256"] = sha256Hex(std::as_bytes(std::span(bytes)));
+    }
+    void save() const { writeFile(manifestPath(), manifest.dump()); }
+    fs::path manifestPath() const { return folder / "manifest.json"; }
+
+    fs::path folder;
+    Json manifest;
+    std::string voxels;
+};
+
+inline fs::path schemaPath() {
+    return ZORBEL_MANIFEST_SCHEMA;
+}
+
+/// What the log says while it lives.
+class LogRecording {
+public:
+    LogRecording() { Logger::instance().addSink(sink_); }
+    ~LogRecording() { Logger::instance().removeSink(sink_); }
+    LogRecording(const LogRecording&) = delete;
+    LogRecording& operator=(const LogRecording&) = delete;
+
+    /// "level component: message {meta}" of each record; a duration is told as a bare number of milliseconds.
+    std::string text() const {
+        std::string text;
+        for (const Json& record : sink_->records) {
+            Json meta = record.value("meta", Json::object());
+            if (meta.contains("duration") && std::stoll(meta["duration"].get<std::string>()) >= 0)
+                meta["duration"] = "ms";
+            text += record["level"].get<std::string>() + " " + record["component"].get<std::string>() + ": " +
+                    record["message"].get<std::string>() + " " + meta.dump() + "\n";
+        }
+        return text;
+    }
+
+private:
+    struct Sink : ILogSink {
+        void write(const char* line, std::size_t length) override {
+            records.push_back(Json::parse(std::string(line, length)));
+        }
+        void flush() override {}
+        std::vector<Json> records;
+    };
+    std::shared_ptr<Sink> sink_ = std::make_shared<Sink>();
+};
+
+} // namespace zorbel::test
