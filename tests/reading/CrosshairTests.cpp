@@ -1,8 +1,10 @@
+#include "imaging/planes/SliceNavigationController.h"
 #include "viewer/reading/CrosshairModel.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 
 namespace zorbel {
 namespace {
@@ -52,6 +54,35 @@ TEST(CrosshairModel, staysWithinTheVoxelGridAlongTheVolumesOwnAxes) {
     const Vector3 before = crosshair.point();
     EXPECT_FALSE(crosshair.moveTo({std::nan(""), 0.0, 0.0}));
     EXPECT_EQ(crosshair.point(), before);
+}
+
+TEST(CrosshairModel, goesAlongWithAPlaneIntoTheCorners) {
+    // Twice as wide as deep: an oblique plane that is stepped into the corner leaves the straight way.
+    const ImageGeometry geometry({41, 21, 5}, {-20.0, -10.0, 0.0}, {1, 0, 0}, {0, 1, 0}, {1.0, 1.0, 1.0});
+    for (const double angle : {std::numbers::pi / 4.0, 0.01}) {
+        CrosshairModel crosshair;
+        crosshair.setGeometry(geometry);
+        imaging::SliceNavigationController plane(imaging::ViewDirection::Coronal);
+        plane.setGeometry(geometry);
+        plane.reorientSlices(crosshair.point(), {std::cos(angle), -std::sin(angle), 0.0}, {0.0, 0.0, -1.0});
+        int sideways = 0;
+        for (int step = 0; step < 60; ++step) {
+            plane.step(1.0);
+            sideways += crosshair.moveOnto(plane.plane());
+            EXPECT_NEAR(plane.plane().signedDistance(crosshair.point()), 0.0, 1e-6) << step;
+            const Vector3 index = geometry.worldToIndex(crosshair.point());
+            EXPECT_TRUE(index[0] > -1e-9 && index[0] < 40.0 + 1e-9) << step;
+            EXPECT_TRUE(index[1] > -1e-9 && index[1] < 20.0 + 1e-9) << step;
+            EXPECT_EQ(index[2], 2.0);
+            if (step < 9) { // the side is ten millimetres away
+                EXPECT_EQ(sideways, 0);
+                EXPECT_NEAR(
+                    crosshair.point()[0] * std::cos(angle), crosshair.point()[1] * std::sin(angle), 1e-9);
+            }
+        }
+        EXPECT_GT(sideways, 0);
+        EXPECT_EQ(plane.currentSlice(), plane.sliceCount());
+    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imaging/ImageGeometry.h"
+#include "imaging/planes/PlaneGeometry.h"
 
 #include <optional>
 
@@ -21,11 +22,18 @@ public:
     /// To a point, or the one that the volume's own axes clamp it to. Returns whether the crosshair moved;
     /// coordinates that are not finite move nothing.
     bool moveTo(const imaging::Vector3& point);
+    /// A plane was moved alone: takes the crosshair along to it, straight along the plane's normal where that
+    /// stays within the volume, else to a point that the plane and the volume share (as at the corner that an
+    /// oblique plane is moved into). Returns whether it went sideways, so that the other planes must follow.
+    bool moveOnto(const imaging::PlaneGeometry& plane);
     /// To the voxel in the middle (of two the later), so that the planes through it show acquired values.
     /// Returns whether the crosshair moved.
     bool centre();
 
 private:
+    /// The nearest point of the volume along its own axes.
+    imaging::Vector3 clamped(const imaging::Vector3& point) const;
+
     std::optional<imaging::ImageGeometry> geometry_;
     imaging::Vector3 point_{0.0, 0.0, 0.0};
 };

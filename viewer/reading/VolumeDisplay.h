@@ -1,31 +1,17 @@
 #pragma once
 
+#include "imaging/display/VolumePreset.h"
+
 #include <array>
 #include <string>
 #include <string_view>
 
 namespace zorbel {
 
-/// The transfer functions to choose from; in the list's order.
-enum class VolumePreset {
-    CtDefault = 0,
-    CtBlackWhite = 1,
-    CtThorax = 2,
-    CtBone = 3,
-    CtBoneEdge = 4,
-    CtCardiac = 5,
-    MrGeneric = 6,
-};
-
-/// In the order of VolumePreset.
-constexpr std::array<std::string_view, 7> volumePresetNames{
-    "CT Default", "CT B/W", "CT Thorax", "CT Bone", "CT Bone Edge", "CT Cardiac", "MR / Generic"};
-
-/// How the values along a ray become one colour; the values of `volumerendering.blendmode`.
-enum class VolumeBlendMode { Composite = 0, Mip = 1, MinIp = 2, Average = 3 };
-
-/// In the order of VolumeBlendMode.
-constexpr std::array<std::string_view, 4> volumeBlendModeNames{"Composite", "MIP", "MinIP", "Average"};
+using imaging::VolumeBlendMode;
+using imaging::volumeBlendModeNames;
+using imaging::VolumePreset;
+using imaging::volumePresetNames;
 
 struct VolumeLighting {
     static constexpr double ambient = 0.25;
