@@ -7,4 +7,7 @@ namespace zorbel {
 /// "windows" or "linux", as written to the log and sent with telemetry.
 std::string_view platformName() noexcept;
 
+/// What a message calls the system's error numbers: "Windows error" or "system error".
+std::string_view systemErrorName() noexcept;
+
 } // namespace zorbel

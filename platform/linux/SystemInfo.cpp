@@ -6,4 +6,8 @@ std::string_view platformName() noexcept {
     return "linux";
 }
 
+std::string_view systemErrorName() noexcept {
+    return "system error";
+}
+
 } // namespace zorbel

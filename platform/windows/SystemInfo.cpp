@@ -6,4 +6,8 @@ std::string_view platformName() noexcept {
     return "windows";
 }
 
+std::string_view systemErrorName() noexcept {
+    return "Windows error";
+}
+
 } // namespace zorbel
