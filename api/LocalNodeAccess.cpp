@@ -197,20 +197,35 @@ ImageDataRoute ZorbelApiClient::imageDataRoute(const CancelFlag& cancel) const {
 QString ZorbelApiClient::findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const {
     if (studyInstanceUid.isEmpty())
         throw StudyNotOnNode();
-    const auto present = now();
-    std::unique_lock lock(mutex_);
-    const LocalNodeSelection& node = session_->localNode;
-    if (!node.isOpen(present)) {
-        lock.unlock();
-        renewLocalNodeSession(cancel);
-        lock.lock();
+    const std::int64_t present = now();
+    bool reused = false;
+    {
+        const std::lock_guard lock(mutex_);
+        reused = session_->localNode.isOpen(present);
     }
-    const QString baseUrl = node.baseUrl;
-    const QString token = node.token;
-    lock.unlock();
+    if (reused) {
+        try {
+            return askLocalNode(studyInstanceUid, cancel);
+        } catch (const ZorbelApiError& error) {
+            // A node that was restarted does not know the session any more.
+            if (error.status != 401)
+                throw;
+        }
+    }
+    renewLocalNodeSession(cancel);
+    return askLocalNode(studyInstanceUid, cancel);
+}
+
+QString ZorbelApiClient::askLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const {
+    QString baseUrl;
+    QString token;
+    {
+        const std::lock_guard lock(mutex_);
+        baseUrl = session_->localNode.baseUrl;
+        token = session_->localNode.token;
+    }
     if (baseUrl.isEmpty() || token.isEmpty())
         throw selectionChanged();
-
     const QString url = baseUrl + QStringLiteral("/api/local-node/desktop/resolve-study?studyInstanceUID=") +
                         QString::fromLatin1(QUrl::toPercentEncoding(studyInstanceUid));
     QByteArray body;
@@ -270,7 +285,6 @@ QString ZorbelApiClient::resolveStudyOnLocalNode(const QString& studyInstanceUid
         const std::lock_guard lock(mutex_);
         LocalNodeSelection& node = session_->localNode;
         if (node.generation == generation) {
-            // The node may have forgotten the session; the next attempt opens another.
             node.closeSession();
             if (kind == SourceKind::Automatic)
                 node.retryAfter = retryAfter;

@@ -138,6 +138,7 @@ private:
     std::int64_t now() const;
     void renewLocalNodeSession(const CancelFlag& cancel) const;
     QString findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const;
+    QString askLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const;
 
     ApiClientConfig config_;
     mutable std::mutex mutex_;

@@ -192,6 +192,24 @@ TEST_F(LocalNode, ServesTheStudiesItHolds) {
     expectCloud();
 }
 
+TEST_F(LocalNode, ThatForgotTheSessionGetsAnotherOnce) {
+    useNode(SourceKind::Automatic);
+    resolve();
+    const std::string forgotten = client_->imageDataRoute().token.toStdString();
+    nodeDoes("resolve-study", [forgotten](Exchange& exchange) {
+        if (!exchange.request.has("Bearer " + forgotten + "\r\n"))
+            return false;
+        exchange.reply(401, "{}");
+        return true;
+    });
+    EXPECT_EQ(resolve(), "study-on-node");
+    EXPECT_EQ(sessionsAskedFor(), 2U);
+    nodeSays("resolve-study", 401, "{}");
+    EXPECT_EQ(resolve(), "");
+    EXPECT_EQ(sessionsAskedFor(), 3U);
+    EXPECT_EQ(resolutions(), 5U);
+}
+
 TEST_F(LocalNode, IsNotAskedInVain) {
     const std::size_t before = traffic();
     useNode(SourceKind::CloudOnly);
