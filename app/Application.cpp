@@ -12,7 +12,7 @@
 #include "app/log/Logger.h"
 #include "app/telemetry/TelemetryEmitter.h"
 #include "cache/SessionWorkspace.h"
-#include "imaging/rendering/RenderWindowWidget.h"
+#include "imaging/rendering/OpenGlRenderWindowWidget.h"
 #include "platform/CrashReporting.h"
 #include "platform/LinkProtocol.h"
 #include "platform/PrivateFile.h"
@@ -183,7 +183,7 @@ int runSession(
 } // namespace
 
 int runApplication(int& argc, char** argv, const std::function<void(QApplication&)>& applicationReady) {
-    imaging::RenderWindowWidget::setDefaultSurfaceFormat();
+    imaging::OpenGlRenderWindowWidget::setDefaultSurfaceFormat();
     QApplication application(argc, argv);
     // The sign-in dialog closes before the main window is there; that must not end the program.
     QApplication::setQuitOnLastWindowClosed(false);

@@ -73,11 +73,22 @@ void TilePool::cancel(const std::shared_ptr<Job>& job) {
     if (!job)
         return;
     Lock lock(mutex_);
+    withdraw(lock, job);
+    ended_.wait(lock, [&] { return job->ended; });
+}
+
+void TilePool::abandon(const std::shared_ptr<Job>& job) {
+    if (!job)
+        return;
+    Lock lock(mutex_);
+    withdraw(lock, job);
+}
+
+void TilePool::withdraw(Lock& lock, const std::shared_ptr<Job>& job) {
     job->cancelled = true;
     std::erase(jobs_, job);
     if (job->drawing == 0 && !job->ending)
         end(lock, job);
-    ended_.wait(lock, [&] { return job->ended; });
 }
 
 void TilePool::work() {

@@ -36,6 +36,8 @@ public:
     /// Starts no further tile and waits for those begun, each at most a millisecond or so; afterwards neither
     /// function of the job runs, and what they hold is freed. Not from inside one of them. Null is nothing.
     void cancel(const std::shared_ptr<Job>& job);
+    /// The same without waiting: finished may still be called where the last tile had begun.
+    void abandon(const std::shared_ptr<Job>& job);
     /// Before everything else, with the help of the calling thread; waits for the end.
     void run(std::size_t tiles, DrawTile draw);
 
@@ -43,6 +45,7 @@ private:
     using Lock = std::unique_lock<std::mutex>;
     void work();
     void enqueue(const std::shared_ptr<Job>& job);
+    void withdraw(Lock& lock, const std::shared_ptr<Job>& job);
     void drawOne(Lock& lock, const std::shared_ptr<Job>& job);
     void drawAll(Lock& lock, const std::shared_ptr<Job>& job);
     void end(Lock& lock, const std::shared_ptr<Job>& job);

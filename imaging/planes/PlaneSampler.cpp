@@ -48,15 +48,6 @@ Vector3 PlaneFrame::pixelToWorld(double x, double y) const {
         (x + 0.5 - width / 2.0) * millimetresPerPixel, (y + 0.5 - height / 2.0) * millimetresPerPixel);
 }
 
-void PlaneValues::resize(int width, int height) {
-    width_ = std::max(width, 0);
-    height_ = std::max(height, 0);
-    if (count() > capacity_) {
-        values_ = std::make_unique_for_overwrite<float[]>(count());
-        capacity_ = count();
-    }
-}
-
 PlaneSampler::PlaneSampler(std::shared_ptr<const Image> image, Code code) : image_(std::move(image)) {
     const auto& size = image_->geometry().dimensions();
     grid_.voxels = image_->voxels().data();

@@ -1,7 +1,7 @@
 #include "imaging/rendering/OpenGlCapabilities.h"
 
 #include "app/log/Logger.h"
-#include "imaging/rendering/RenderWindowWidget.h"
+#include "imaging/rendering/OpenGlRenderWindowWidget.h"
 
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
@@ -15,7 +15,7 @@ namespace {
 OpenGlCapabilities measure() {
     OpenGlCapabilities result;
     QOpenGLContext context;
-    context.setFormat(RenderWindowWidget::surfaceFormat());
+    context.setFormat(OpenGlRenderWindowWidget::surfaceFormat());
     QOffscreenSurface surface;
     surface.setFormat(context.format());
     surface.create();

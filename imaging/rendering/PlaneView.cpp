@@ -1,88 +1,55 @@
 #include "imaging/rendering/PlaneView.h"
 
 #include "imaging/display/DefaultWindow.h"
+#include "imaging/display/GreyRamp.h"
+#include "imaging/rendering/PlaneRenderer.h"
 
+#include <QElapsedTimer>
+#include <QPainter>
 #include <QResizeEvent>
-
-#include <vtkCamera.h>
-#include <vtkImageData.h>
-#include <vtkImageProperty.h>
-#include <vtkImageResliceMapper.h>
-#include <vtkImageSlice.h>
-#include <vtkLookupTable.h>
-#include <vtkMatrix4x4.h>
-#include <vtkNew.h>
-#include <vtkRenderer.h>
-#include <vtkSmartPointer.h>
 
 #include <algorithm>
 #include <cmath>
 
 namespace zorbel::imaging {
 
-/// One for each image, so that nothing of an earlier one is kept.
-struct PlaneView::Pipeline {
-    explicit Pipeline(const Image& image) {
-        const auto data = vtkSmartPointer<vtkImageData>::Take(image.newVtkImage());
-        mapper->SetInputData(data);
-        // The plane is where the camera looks, and each screen pixel is computed from the voxels around it.
-        mapper->SliceFacesCameraOn();
-        mapper->SliceAtFocalPointOn();
-        mapper->ResampleToScreenPixelsOn();
-        mapper->AutoAdjustImageQualityOff();
-        mapper->BorderOn();
-        slice->SetMapper(mapper);
-        slice->GetProperty()->SetInterpolationTypeToLinear();
-        vtkNew<vtkMatrix4x4> matrix;
-        matrix->DeepCopy(image.gridToWorldMatrix().data());
-        slice->SetUserMatrix(matrix);
+namespace {
 
-        constexpr int greys = 1024;
-        negative->SetNumberOfTableValues(greys);
-        for (int index = 0; index < greys; ++index) {
-            const double grey = 1.0 - index / (greys - 1.0);
-            negative->SetTableValue(index, grey, grey, grey, 1.0);
-        }
-    }
+constexpr int largestSlab = 51;
 
-    vtkNew<vtkImageResliceMapper> mapper;
-    vtkNew<vtkImageSlice> slice;
-    vtkNew<vtkLookupTable> negative;
-};
+} // namespace
 
 PlaneView::PlaneView(ViewDirection direction, QWidget* parent)
-    : RenderWindowWidget(parent), navigation_(direction) {
+    : RenderWindowWidget(parent), navigation_(direction), renderer_(std::make_unique<PlaneRenderer>()) {
+    setAttribute(Qt::WA_OpaquePaintEvent);
     navigation_.setChangeCallback([this] { planeChanged(); });
-    renderer()->GetActiveCamera()->ParallelProjectionOn();
+    connect(renderer_.get(), &PlaneRenderer::pictureReady, this, &PlaneView::showNewPicture);
 }
 
 PlaneView::~PlaneView() {
     navigation_.setChangeCallback({});
-    if (pipeline_)
-        withContext([this] { renderer()->RemoveViewProp(pipeline_->slice); });
 }
 
 void PlaneView::setImage(std::shared_ptr<const Image> image) {
-    withContext([&] {
-        if (pipeline_)
-            renderer()->RemoveViewProp(pipeline_->slice);
-        pipeline_ = image ? std::make_unique<Pipeline>(*image) : nullptr;
-        if (pipeline_)
-            renderer()->AddViewProp(pipeline_->slice);
-    });
+    frameDue_ = true;
+    if (image != image_ || !image) { // Nothing of another image may be seen for a moment.
+        renderer_->setImage(image);
+        picture_ = {};
+        pictureIsMapped_ = false;
+        pictureIsNew_ = false;
+        update();
+    }
     image_ = std::move(image);
     if (!image_) {
         navigation_.clear();
         return;
     }
-    window_ = initialWindow(*image_);
-    inverted_ = image_->metadata().inverted;
-    applyWindow();
     cameraCenter_ = image_->geometry().center();
     fitted_ = true;
+    inverted_ = image_->metadata().inverted;
+    setWindow(initialWindow(*image_));
     navigation_.setGeometry(image_->geometry());
     fit();
-    Q_EMIT windowChanged();
 }
 
 void PlaneView::clear() {
@@ -100,31 +67,25 @@ void PlaneView::setWindow(const LevelWindow& window) {
     if (!std::isfinite(window.center) || !std::isfinite(window.width))
         return;
     window_ = window;
-    applyWindow();
+    pictureIsMapped_ = false;
+    requestUpdate();
     Q_EMIT windowChanged();
 }
 
 void PlaneView::setInverted(bool inverted) {
     inverted_ = inverted;
-    applyWindow();
+    pictureIsMapped_ = false;
+    requestUpdate();
 }
 
-void PlaneView::applyWindow() {
-    if (!pipeline_)
+void PlaneView::setSlab(SlabMode mode, int count) {
+    const int planes = std::clamp(count, 1, largestSlab) | 1;
+    if (mode == slabMode_ && planes == slabCount_)
         return;
-    double level = window_.center;
-    double width = window_.width;
-    // PS3.3 C.11.2.1.2.1; below a width of 1, where LINEAR is not defined, as LINEAR_EXACT.
-    if (window_.function == VoiFunction::Linear && width >= 1.0) {
-        level -= 0.5;
-        width -= 1.0;
-    }
-    vtkImageProperty* property = pipeline_->slice->GetProperty();
-    property->SetColorLevel(level);
-    property->SetColorWindow(std::max(width, 1e-6));
-    property->SetLookupTable(inverted_ ? pipeline_->negative.Get() : nullptr);
-    property->UseLookupTableScalarRangeOff();
+    slabMode_ = mode;
+    slabCount_ = planes;
     requestUpdate();
+    Q_EMIT slabChanged();
 }
 
 void PlaneView::planeChanged() {
@@ -203,22 +164,144 @@ Vector3 PlaneView::widgetToWorld(const QPointF& position) const {
             (position.y() - height() / 2.0) * millimetresPerPixel_);
 }
 
-void PlaneView::prepareFrame(const QSize& pixels) {
-    if (!image_)
-        return;
-    const PlaneGeometry& plane = navigation_.plane();
+QSize PlaneView::devicePixels() const {
+    return size() * devicePixelRatioF();
+}
+
+PlaneFrame PlaneView::frameFor(const QSize& pixels, double pixelsPerLogical) const {
+    PlaneFrame frame;
     // The middle of the picture: at a fractional device pixel ratio not quite the middle of the widget.
+    frame.plane = navigation_.plane().movedTo(
+        widgetToWorld({pixels.width() / pixelsPerLogical / 2.0, pixels.height() / pixelsPerLogical / 2.0}));
+    frame.millimetresPerPixel = millimetresPerPixel_ / pixelsPerLogical;
+    frame.width = pixels.width();
+    frame.height = pixels.height();
+    if (slabCount_ > 1)
+        frame.slab = slab();
+    return frame;
+}
+
+void PlaneView::requestUpdate() {
+    frameDue_ = true;
+    update();
+    if (renderScheduled_)
+        return;
+    renderScheduled_ = true;
+    QMetaObject::invokeMethod(this, &PlaneView::startRendering, Qt::QueuedConnection);
+}
+
+void PlaneView::startRendering() {
+    renderScheduled_ = false;
+    if (isVisible() && image_ && !isUpToDate())
+        renderer_->request(wantedFrame());
+}
+
+bool PlaneView::isUpToDate() const {
+    return !image_ || devicePixels().isEmpty() || renderer_->isComplete(wantedFrame());
+}
+
+void PlaneView::showNewPicture() {
+    pictureIsMapped_ = false;
+    pictureIsNew_ = true;
+    update();
+}
+
+void PlaneView::waitForFrame() {
+    if (isUpToDate())
+        return;
+    renderer_->renderNow(wantedFrame());
+    showNewPicture();
+}
+
+QImage PlaneView::grabFrame() {
+    const QSize pixels = devicePixels();
+    if (image_ && !pixels.isEmpty()) {
+        waitForFrame();
+        return mappedPicture();
+    }
+    QImage black(pixels, QImage::Format_RGB32);
+    black.fill(Qt::black);
+    return black;
+}
+
+QImage PlaneView::renderNow(const QSize& pixels) const {
+    if (!image_ || pixels.isEmpty() || size().isEmpty())
+        return {};
+    const double scale = std::min(1.0 * pixels.width() / width(), 1.0 * pixels.height() / height());
+    PlaneFrame frame = frameFor(pixels, scale);
+    frame.plane = frame.plane.movedTo(cameraCenter());
+    return mapped(renderer_->render(frame), frame.slab);
+}
+
+QImage PlaneView::mapped(const PlaneValues& values, const Slab& slab, QImage into) const {
+    const QSize size(values.width(), values.height());
+    QImage picture = into.size() == size ? std::move(into) : QImage(size, QImage::Format_RGB32);
+    const GreyRamp ramp(windowForSlab(window_, slab), inverted_);
+    for (int y = 0; y < size.height(); ++y)
+        ramp.map(
+            values.row(y), static_cast<std::size_t>(size.width()),
+            reinterpret_cast<std::uint32_t*>(picture.scanLine(y)));
+    return picture;
+}
+
+const QImage& PlaneView::mappedPicture() {
+    const PlanePicture* computed = renderer_->picture();
+    if (!pictureIsMapped_ && computed) {
+        QElapsedTimer clock;
+        clock.start();
+        picture_ = mapped(computed->values, computed->frame.slab, std::move(picture_));
+        pictureIsMapped_ = true;
+        const double mapping = static_cast<double>(clock.nsecsElapsed()) / 1e6;
+        setLastFrameMilliseconds(computed->milliseconds + mapping);
+    }
+    return picture_;
+}
+
+/// Where a picture belongs in the state asked for, in device pixels.
+QRectF PlaneView::pictureRect(const PlaneFrame& frame) const {
     const double ratio = devicePixelRatioF();
-    const Vector3 focus = widgetToWorld({pixels.width() / ratio / 2.0, pixels.height() / ratio / 2.0});
-    const double distance = 1000.0;
-    const Vector3 eye = focus - plane.normal() * distance;
-    const Vector3& down = plane.axisVector(1);
-    vtkCamera* camera = renderer()->GetActiveCamera();
-    camera->SetFocalPoint(focus.data());
-    camera->SetPosition(eye.data());
-    camera->SetViewUp(-down[0], -down[1], -down[2]);
-    camera->SetParallelScale(pixels.height() * millimetresPerPixel_ / ratio / 2.0);
-    camera->SetClippingRange(distance * 0.5, distance * 1.5);
+    const double scale = frame.millimetresPerPixel * ratio / millimetresPerPixel_;
+    const QSizeF shown(frame.width * scale, frame.height * scale);
+    const QPointF corner =
+        worldToWidget(frame.plane.center()) * ratio - QPointF(shown.width(), shown.height()) / 2.0;
+    // Unscaled pixels are copied as they are.
+    return std::abs(scale - 1.0) < 1e-9 ? QRectF(corner.toPoint(), QSizeF(frame.width, frame.height))
+                                        : QRectF(corner, shown);
+}
+
+void PlaneView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    const double ratio = devicePixelRatioF();
+    painter.scale(1.0 / ratio, 1.0 / ratio);
+    const QRectF whole(QPointF(0, 0), QSizeF(size()) * ratio);
+    const PlanePicture* computed = renderer_->picture();
+    const QRectF target = computed ? pictureRect(computed->frame) : QRectF();
+    if (!target.contains(whole))
+        painter.fillRect(whole.toAlignedRect(), Qt::black);
+    if (computed) {
+        const QImage& picture = mappedPicture();
+        if (target.size() == QSizeF(picture.size())) {
+            painter.drawImage(target.topLeft(), picture);
+        } else {
+            constexpr int smoothedPixels = 1'500'000; // in about ten milliseconds
+            painter.setRenderHint(
+                QPainter::SmoothPixmapTransform, picture.width() * picture.height() < smoothedPixels);
+            painter.drawImage(target, picture, QRectF(picture.rect()));
+        }
+    }
+    const bool upToDate = isUpToDate();
+    if (!upToDate && !renderScheduled_ && renderer_->requested() != wantedFrame())
+        requestUpdate(); // The window has moved to a screen of another resolution.
+    if (pictureIsNew_ || (frameDue_ && upToDate)) {
+        frameDue_ = frameDue_ && !upToDate;
+        announceFrame();
+    }
+    pictureIsNew_ = false;
+}
+
+void PlaneView::showEvent(QShowEvent* event) {
+    RenderWindowWidget::showEvent(event);
+    requestUpdate();
 }
 
 void PlaneView::resizeEvent(QResizeEvent* event) {

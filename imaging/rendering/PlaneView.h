@@ -3,6 +3,8 @@
 #include "imaging/Image.h"
 #include "imaging/VoiTransform.h"
 #include "imaging/planes/OrientationLabels.h"
+#include "imaging/planes/PlaneSampler.h"
+#include "imaging/planes/Slab.h"
 #include "imaging/planes/SliceNavigationController.h"
 #include "imaging/rendering/RenderWindowWidget.h"
 
@@ -12,8 +14,14 @@
 
 namespace zorbel::imaging {
 
-/// Shows one plane through a volume, linearly interpolated, without perspective. Positions in the widget are
-/// logical pixels, (0, 0) at its upper left corner; world points are LPS millimetres. User-interface thread.
+class PlaneRenderer;
+
+/// Shows one plane or slab through a volume, linearly interpolated, without perspective. Positions in the
+/// widget are logical pixels, (0, 0) at its upper left corner; world points are LPS millimetres.
+///
+/// Pictures are computed in the background (see PlaneRenderer). All that this class tells is about the state
+/// asked for; until its picture is there, the one before is shown where it belongs in that state.
+/// User-interface thread.
 class PlaneView : public RenderWindowWidget {
     Q_OBJECT
 
@@ -32,12 +40,21 @@ public:
 
     /// A LINEAR window. Emits windowChanged().
     void setWindow(double center, double width);
-    /// A SIGMOID window is drawn as the straight line with the sigmoid's slope at its centre.
     void setWindow(const LevelWindow& window);
     const LevelWindow& window() const { return window_; }
     /// Low values white; set from the image (MONOCHROME1) by setImage().
     void setInverted(bool inverted);
     bool isInverted() const { return inverted_; }
+
+    /// Shows `count` parallel planes, one slice apart, the current one in the middle: made odd, 1 to 51; 1 is
+    /// the plane alone. The window then works as windowForSlab() says. Emits slabChanged().
+    void setSlab(SlabMode mode, int count);
+    SlabMode slabMode() const { return slabMode_; }
+    int slabCount() const { return slabCount_; }
+    /// The planes in the current orientation.
+    Slab slab() const { return {slabMode_, slabCount_, navigation_.sliceSpacing()}; }
+    /// Of the slab, or of the single slice; millimetres.
+    double thickness() const { return slabCount_ * navigation_.sliceSpacing(); }
 
     /// The whole image, centred. A view that was not zoomed or moved since then stays fitted when it is
     /// resized.
@@ -54,6 +71,19 @@ public:
     Vector3 widgetToWorld(const QPointF& position) const;
     OrientationLabels orientationLabels() const { return OrientationLabels::of(navigation_.plane()); }
 
+    void requestUpdate() override;
+    /// Computes the full picture first when it is not there yet, also of a hidden view.
+    QImage grabFrame() override;
+    /// What is painted now is the full picture of the state asked for.
+    bool isUpToDate() const;
+    /// Computes the full picture at once, so that the next paint shows it.
+    void waitForFrame();
+    /// The full picture of the current state in another size, about the same centre and with all that the
+    /// widget shows; the view itself does not change.
+    QImage renderNow(const QSize& pixels) const;
+
+    PlaneRenderer& planeRenderer() { return *renderer_; }
+
 Q_SIGNALS:
     /// The shown plane changed: another slice, another orientation, another image.
     void sliceChanged();
@@ -61,20 +91,36 @@ Q_SIGNALS:
     void viewChanged();
     void windowChanged();
 
+    void slabChanged();
+
 protected:
-    void prepareFrame(const QSize& pixels) override;
+    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
-    struct Pipeline;
     void planeChanged();
-    void applyWindow();
     void fit();
+    void startRendering();
+    void showNewPicture();
+    const QImage& mappedPicture();
+    QImage mapped(const PlaneValues& values, const Slab& slab, QImage into = {}) const;
+    QSize devicePixels() const;
+    PlaneFrame frameFor(const QSize& pixels, double pixelsPerLogical) const;
+    PlaneFrame wantedFrame() const { return frameFor(devicePixels(), devicePixelRatioF()); }
+    QRectF pictureRect(const PlaneFrame& frame) const;
     Vector3 cameraCenter() const { return navigation_.plane().project(cameraCenter_); }
 
     std::shared_ptr<const Image> image_;
     SliceNavigationController navigation_;
-    std::unique_ptr<Pipeline> pipeline_;
+    std::unique_ptr<PlaneRenderer> renderer_;
+    QImage picture_; ///< the renderer's picture under the window
+    bool pictureIsMapped_ = false;
+    SlabMode slabMode_ = SlabMode::Mip;
+    int slabCount_ = 1;
+    bool renderScheduled_ = false;
+    bool pictureIsNew_ = false; ///< not painted yet
+    bool frameDue_ = false;     ///< somebody waits for frameRendered()
     LevelWindow window_;
     bool inverted_ = false;
     Vector3 cameraCenter_{0.0, 0.0, 0.0}; ///< at the middle of the widget, after projection on the plane

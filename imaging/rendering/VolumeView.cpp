@@ -39,7 +39,7 @@ struct VolumeView::Prepared {
     bool reduced = false;
 };
 
-VolumeView::VolumeView(QWidget* parent) : RenderWindowWidget(parent) {
+VolumeView::VolumeView(QWidget* parent) : OpenGlRenderWindowWidget(parent) {
     renderer()->GetActiveCamera()->ParallelProjectionOn();
     rest_.setSingleShot(true);
     rest_.setInterval(restMilliseconds);
@@ -358,7 +358,7 @@ void VolumeView::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void VolumeView::resizeEvent(QResizeEvent* event) {
-    RenderWindowWidget::resizeEvent(event);
+    OpenGlRenderWindowWidget::resizeEvent(event);
     if (image_ && fitted_)
         resetScale();
     if (scene_)

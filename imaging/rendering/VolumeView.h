@@ -3,7 +3,7 @@
 #include "imaging/Image.h"
 #include "imaging/display/VolumeAppearance.h"
 #include "imaging/planes/OrientationLabels.h"
-#include "imaging/rendering/RenderWindowWidget.h"
+#include "imaging/rendering/OpenGlRenderWindowWidget.h"
 
 #include <QPointF>
 #include <QString>
@@ -23,7 +23,7 @@ class VolumeScene;
 /// hold it, or where the processor draws), so it appears some time after setImage(). While the reader moves
 /// it, and for the first picture, fewer rays are cast; the full picture follows after a moment of rest. How
 /// many rays either takes is found from the measured time of each frame. User-interface thread.
-class VolumeView : public RenderWindowWidget {
+class VolumeView : public OpenGlRenderWindowWidget {
     Q_OBJECT
 
 public:

@@ -21,19 +21,23 @@ TEST(WithoutOpenGl, ViewsSaySoAndKeepWorking) {
         makeImage<std::int16_t>(geometry, VoxelType::Int16, [](int column, int, int) { return column; });
     PlaneView plane(ViewDirection::Axial);
     VolumeView volume;
-    for (RenderWindowWidget* view :
-         {static_cast<RenderWindowWidget*>(&plane), static_cast<RenderWindowWidget*>(&volume)}) {
-        view->resize(300, 200);
-        view->show();
-        const auto* label = view->findChild<QLabel*>(QStringLiteral("openGlFailure"));
-        ASSERT_NE(label, nullptr);
-        EXPECT_TRUE(label->isVisible());
-        EXPECT_TRUE(view->grabFrame().isNull());
-    }
+    volume.resize(300, 200);
+    volume.show();
+    const auto* label = volume.findChild<QLabel*>(QStringLiteral("openGlFailure"));
+    ASSERT_NE(label, nullptr);
+    EXPECT_TRUE(label->isVisible());
+    EXPECT_TRUE(volume.grabFrame().isNull());
+    plane.resize(300, 200);
+    plane.show();
     plane.setImage(image);
     volume.setImage(image);
     plane.navigation().step(2.0);
     EXPECT_EQ(plane.navigation().sliceLabel(), "Axial 11/16");
+    const QImage picture = plane.grabFrame(); // Planes need no OpenGL.
+    const int middle = picture.height() / 2;
+    EXPECT_LT(
+        qRed(picture.pixel(picture.width() * 2 / 5, middle)),
+        qRed(picture.pixel(picture.width() * 3 / 5, middle)));
     plane.clear();
     volume.clear();
 }

@@ -1,4 +1,4 @@
-#include "imaging/rendering/RenderWindowWidget.h"
+#include "imaging/rendering/OpenGlRenderWindowWidget.h"
 
 #include <QApplication>
 
@@ -6,7 +6,7 @@
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    zorbel::imaging::RenderWindowWidget::setDefaultSurfaceFormat();
+    zorbel::imaging::OpenGlRenderWindowWidget::setDefaultSurfaceFormat();
     const QApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -1,11 +1,11 @@
-#include "imaging/rendering/RenderWindowWidget.h"
+#include "imaging/rendering/OpenGlRenderWindowWidget.h"
 
 #include <QApplication>
 
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
-    zorbel::imaging::RenderWindowWidget::setDefaultSurfaceFormat();
+    zorbel::imaging::OpenGlRenderWindowWidget::setDefaultSurfaceFormat();
     QApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
