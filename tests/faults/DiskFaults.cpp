@@ -28,6 +28,7 @@ struct Settings {
     unsigned long at = 0;
     int error = 0;
     bool lasting = false;
+    bool trace = false;
     char under[4096] = "";
     char report[4096] = "";
 };
@@ -85,9 +86,11 @@ Verdict judge(const char* call, const char* path, Need need, bool hasHalves) {
     if (full && need == Need::Nothing)
         return Verdict::Pass;
     const unsigned long number = ++settings.count;
+    if (settings.trace)
+        report(call, path);
     if (number < settings.at || (number > settings.at && !settings.lasting))
         return Verdict::Pass;
-    if (number == settings.at)
+    if (number == settings.at && !settings.trace)
         report(call, path);
     if (number == settings.at && hasHalves && (full || settings.error == 0))
         return Verdict::FailHalfDone;
@@ -174,19 +177,17 @@ int temporary(const char* name, char* path, int flags) {
 }
 
 __attribute__((constructor)) void armFromEnvironment() {
-    const char* at = std::getenv("ZORBEL_DISK_FAULT_AT");
-    if (!at)
-        return;
     const auto text = [](const char* name) {
         return std::string(std::getenv(name) ? std::getenv(name) : "");
     };
     const std::string kind = text("ZORBEL_DISK_FAULT_KIND");
     DiskFault fault;
-    fault.at = std::strtoul(at, nullptr, 10);
+    fault.at = std::strtoul(text("ZORBEL_DISK_FAULT_AT").c_str(), nullptr, 10);
     fault.error = kind == "ENOSPC" ? ENOSPC : kind == "EIO" ? EIO : kind == "EROFS" ? EROFS : 0;
     fault.lasting = text("ZORBEL_DISK_FAULT_LASTING") == "1";
     fault.under = text("ZORBEL_DISK_FAULT_UNDER");
     fault.report = text("ZORBEL_DISK_FAULT_REPORT");
+    fault.trace = text("ZORBEL_DISK_FAULT_TRACE") == "1";
     zorbel::tests::armDiskFault(fault);
 }
 
@@ -198,9 +199,10 @@ void zorbel::tests::armDiskFault(const DiskFault& fault) {
     settings.at = fault.at;
     settings.error = fault.error;
     settings.lasting = fault.lasting;
+    settings.trace = fault.trace;
     copyText(settings.under, fault.under.c_str());
     copyText(settings.report, fault.report.c_str());
-    settings.armed = fault.at != 0;
+    settings.armed = fault.at != 0 || fault.trace;
 }
 
 extern "C" {

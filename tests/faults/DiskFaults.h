@@ -16,6 +16,7 @@
 //   ZORBEL_DISK_FAULT_LASTING  "1": every later call fails as well; not for "kill"
 //   ZORBEL_DISK_FAULT_UNDER    counts only calls that touch this absolute path or what is below it
 //   ZORBEL_DISK_FAULT_REPORT   a file, best elsewhere, which the failing call's name and path are appended to
+//   ZORBEL_DISK_FAULT_TRACE    "1": the report gets every counted call; needs no AT
 // The variables can also be given to a program that was not linked so, with the library in LD_PRELOAD.
 //
 // A disk that is full (a lasting ENOSPC) takes half of the write it fails at, and goes on to rename, flush
@@ -29,6 +30,7 @@ struct DiskFault {
     bool lasting = false;
     std::string under;
     std::string report;
+    bool trace = false; ///< report every counted call, one a line
 };
 
 /// From now on in this process, with the count at 0. Not while other threads write.
@@ -37,7 +39,7 @@ void armDiskFault(const DiskFault& fault);
 struct FaultyRun {
     bool reached = false;  ///< the call whose turn it was came
     bool killed = false;   ///< by the fault
-    std::string call;      ///< the failing call and its path
+    std::string call;      ///< the failing call's name and path, or all calls of a trace
     std::string exception; ///< what() of what the action threw; empty: nothing
 };
 

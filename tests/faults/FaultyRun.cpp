@@ -30,9 +30,10 @@ public:
         }
     }
     std::string text() const {
-        char bytes[8192];
-        const auto count = pread(file_, bytes, sizeof bytes, 0);
-        return {bytes, static_cast<std::size_t>(count > 0 ? count : 0)};
+        std::string all(static_cast<std::size_t>(lseek(file_, 0, SEEK_END)), '\0');
+        const auto count = pread(file_, all.data(), all.size(), 0);
+        all.resize(static_cast<std::size_t>(count > 0 ? count : 0));
+        return all;
     }
 
 private:

@@ -1,9 +1,11 @@
 #include "tests/cache/archive/ArchiveFixture.h"
 #include "tests/faults/DiskFaults.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <regex>
+#include <sstream>
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -111,6 +113,47 @@ TEST_F(StudyArchiveFaultTest, FilesFromAnotherFileSystemAreCopiedWhole) {
     fs::remove_all(incoming);
     if (here.st_dev == there.st_dev)
         GTEST_SKIP() << "no second file system";
+}
+
+TEST_F(StudyArchiveFaultTest, APowerCutFindsOnTheDiskWhateverItsNamePromises) {
+    const auto calls = [&](const Contents& contents) {
+        const auto run = runWithDiskFault(
+            {.at = 0, .error = 0, .lasting = false, .under = root, .report = {}, .trace = true},
+            [&] { store(contents, root / "incoming"); });
+        // Any one transaction's random names read "*".
+        static const std::regex suffix("-[0-9a-f]{32}");
+        std::vector<std::string> lines;
+        std::istringstream text(std::regex_replace(run.call, suffix, "-*"));
+        for (std::string line; std::getline(text, line);)
+            lines.push_back(line);
+        return lines;
+    };
+    const std::string final = archive;
+    const std::string parent = archive.parent_path();
+    const std::string staging = final + ".staging-*";
+    const auto expectOrder = [](const std::vector<std::string>& lines, const std::string& first,
+                                const std::string& then) {
+        const auto one = std::find(lines.begin(), lines.end(), first);
+        const auto two = std::find(lines.begin(), lines.end(), then);
+        EXPECT_TRUE(one < two && two != lines.end()) << first << " before " << then;
+    };
+    for (const auto& contents : {oldContents(), newContents()}) {
+        const auto lines = calls(contents);
+        const std::string manifest = staging + "/archive-manifest.json";
+        for (const auto& entry : contents)
+            expectOrder(lines, "fdatasync " + staging + "/" + entry.first + ".dcm", "rename " + final);
+        expectOrder(lines, "fdatasync " + manifest + ".tmp", "rename " + manifest);
+        expectOrder(lines, "rename " + manifest, "fsync " + staging);
+        expectOrder(lines, "fsync " + staging, "rename " + final);
+        expectOrder(lines, "rename " + final, "fsync " + parent);
+        const bool creates = contents == oldContents();
+        for (const fs::path& above : {root, root / "scope", root / "scope" / "1.2"})
+            EXPECT_EQ(std::count(lines.begin(), lines.end(), "fsync " + above.string()), creates ? 1 : 0);
+        // The earlier copy goes when the new one is safe.
+        if (!creates)
+            expectOrder(lines, "fsync " + parent, "unlink " + staging + "/a.dcm");
+    }
+    EXPECT_EQ(verified(), newContents());
 }
 
 /// Lets the running process mount what nobody else sees; false where the system does not allow it.
