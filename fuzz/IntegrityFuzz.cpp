@@ -27,9 +27,11 @@ T nearly(FuzzedDataProvider& bytes, T right) {
 VolumeCacheManifest manifestOf(FuzzedDataProvider& bytes) {
     VolumeCacheManifest manifest;
     manifest.dtype = bytes.ConsumeBool() ? "int16" : bytes.ConsumeRandomLengthString(8);
-    constexpr std::int32_t small = 40;
+    // Powers of two are the ones whose products overflow to something small.
     for (std::int32_t& dimension : manifest.dimensions)
-        dimension = nearly(bytes, bytes.ConsumeIntegralInRange<std::int32_t>(1, small));
+        dimension = bytes.ConsumeIntegralInRange(0, 3) == 0
+                        ? 1 << bytes.ConsumeIntegralInRange(0, 30)
+                        : nearly(bytes, bytes.ConsumeIntegralInRange<std::int32_t>(1, 40));
     // The oracle looks at every slice.
     manifest.dimensions[2] = std::clamp(manifest.dimensions[2], -1, 1 << 16);
 
