@@ -1,10 +1,10 @@
 #include "imaging/DicomSeriesReader.h"
 
+#include "imaging/VoxelBuffer.h"
 #include "imaging/WorkerPool.h"
 #include "imaging/dicom/BlockBuilder.h"
 #include "imaging/dicom/FrameDecoder.h"
 #include "imaging/dicom/GdcmSetup.h"
-#include "imaging/dicom/VoxelBuffer.h"
 #include "imaging/dicom/VoxelConversion.h"
 
 #include <algorithm>

@@ -40,8 +40,7 @@ std::vector<std::byte> readFile(const std::filesystem::path& path, const ChunkEn
 }
 
 /// Returns how many bytes came out.
-std::uint64_t
-inflateInto(std::vector<std::byte>& output, std::vector<std::byte>& input, const ChunkEntry& chunk) {
+std::uint64_t inflateInto(std::span<std::byte> output, std::span<std::byte> input, const ChunkEntry& chunk) {
     constexpr int zlibOrGzipHeader = 47;
     z_stream stream{};
     const int begun = inflateInit2(&stream, zlibOrGzipHeader);
@@ -62,15 +61,26 @@ inflateInto(std::vector<std::byte>& output, std::vector<std::byte>& input, const
     return produced;
 }
 
+void checkLimit(const ChunkEntry& chunk) {
+    if (chunk.compressedByteLength > zlibLimit || chunk.uncompressedByteLength > zlibLimit)
+        fail(CacheErrorCode::InvalidLayout, "Chunk exceeds the zlib single-stream byte limit", chunk);
+}
+
 } // namespace
 
 std::vector<std::byte>
 ChunkDecompressor::decompress(const std::filesystem::path& chunkFile, const ChunkEntry& chunk) {
-    const auto begin = std::chrono::steady_clock::now();
-    if (chunk.compressedByteLength > zlibLimit || chunk.uncompressedByteLength > zlibLimit)
-        fail(CacheErrorCode::InvalidLayout, "Chunk exceeds the zlib single-stream byte limit", chunk);
-    std::vector<std::byte> input = readFile(chunkFile, chunk);
+    checkLimit(chunk);
     std::vector<std::byte> output(static_cast<std::size_t>(chunk.uncompressedByteLength));
+    decompressInto(output, chunkFile, chunk);
+    return output;
+}
+
+void ChunkDecompressor::decompressInto(
+    std::span<std::byte> output, const std::filesystem::path& chunkFile, const ChunkEntry& chunk) {
+    const auto begin = std::chrono::steady_clock::now();
+    checkLimit(chunk);
+    std::vector<std::byte> input = readFile(chunkFile, chunk);
     const std::uint64_t produced = inflateInto(output, input, chunk);
     if (produced != chunk.uncompressedByteLength)
         fail(
@@ -86,7 +96,6 @@ ChunkDecompressor::decompress(const std::filesystem::path& chunkFile, const Chun
          {"compressedBytes", std::to_string(input.size())},
          {"outputBytes", std::to_string(produced)},
          {"duration", std::to_string(elapsed.count())}});
-    return output;
 }
 
 } // namespace zorbel

@@ -3,31 +3,33 @@
 #include "app/log/Logger.h"
 #include "cache/volume/CacheLoadCancelled.h"
 #include "cache/volume/ChunkDecompressor.h"
+#include "imaging/VoxelBuffer.h"
 
 #include <chrono>
-#include <cstring>
+#include <span>
 
 namespace zorbel {
 
 namespace {
 
-void copyChunk(
-    const ChunkEntry& chunk, const std::vector<std::byte>& bytes, std::uint64_t sliceBytes,
-    ZorbelVolumeData& volume) {
-    // Unsigned arithmetic wraps without harm: whatever comes out is compared with what is really there.
-    const auto slices = static_cast<std::uint64_t>(std::int64_t{chunk.endSlice} - chunk.startSlice + 1);
-    if (bytes.size() != slices * sliceBytes)
+/// Where a chunk belongs in the volume; throws where it does not fit.
+std::span<std::byte>
+placeOf(const ChunkEntry& chunk, std::uint64_t sliceBytes, const ZorbelVolumeData& volume) {
+    const std::int64_t slices = std::int64_t{chunk.endSlice} - chunk.startSlice + 1;
+    const std::uint64_t bytes = chunk.uncompressedByteLength;
+    // The product may wrap; not so once the quotient is right.
+    if (slices <= 0 || sliceBytes == 0 || bytes != static_cast<std::uint64_t>(slices) * sliceBytes ||
+        bytes / sliceBytes != static_cast<std::uint64_t>(slices))
         throw ZorbelError(
             CacheStage::Decoding, CacheErrorCode::SizeMismatch,
             "Chunk decompressed length changed after integrity validation", chunk.index);
     const auto start = static_cast<std::uint64_t>(chunk.startSlice);
-    if (chunk.startSlice < 0 || (sliceBytes > 0 && start > volume.byteLength / sliceBytes) ||
-        bytes.size() > volume.byteLength - start * sliceBytes)
+    if (chunk.startSlice < 0 || start > volume.byteLength / sliceBytes ||
+        bytes > volume.byteLength - start * sliceBytes)
         throw ZorbelError(
             CacheStage::Assembly, CacheErrorCode::InvalidLayout,
             "Validated chunk copy bounds overflowed during assembly", chunk.index);
-    if (!bytes.empty())
-        std::memcpy(volume.voxels.get() + start * sliceBytes, bytes.data(), bytes.size());
+    return {volume.voxels.get() + start * sliceBytes, static_cast<std::size_t>(bytes)};
 }
 
 } // namespace
@@ -48,13 +50,13 @@ ZorbelVolumeData VoxelAssembler::assemble(
     volume.origin = manifest.origin;
     volume.direction = manifest.direction;
     volume.byteLength = static_cast<std::size_t>(layout.volumeBytes);
-    volume.voxels = std::make_shared_for_overwrite<std::byte[]>(volume.byteLength);
+    volume.voxels = imaging::newVoxelBuffer(volume.byteLength);
 
     for (const ChunkEntry& chunk : layout.chunks) {
         CacheLoadCancelled::throwIfSet(cancel);
-        copyChunk(
-            chunk, ChunkDecompressor::decompress(cacheDirectory / chunkFileName(chunk.index), chunk),
-            layout.sliceBytes, volume);
+        // Straight to its place: no second buffer to fill and to copy.
+        ChunkDecompressor::decompressInto(
+            placeOf(chunk, layout.sliceBytes, volume), cacheDirectory / chunkFileName(chunk.index), chunk);
     }
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);

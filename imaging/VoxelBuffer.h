@@ -1,5 +1,7 @@
-#include "imaging/dicom/VoxelBuffer.h"
+#pragma once
 
+#include <cstddef>
+#include <memory>
 #include <new>
 
 #if __has_include(<sys/mman.h>)
@@ -8,7 +10,9 @@
 
 namespace zorbel::imaging {
 
-std::shared_ptr<std::byte[]> newVoxelBuffer(std::size_t byteLength) {
+/// Uninitialised memory for a volume, on large pages where the system has them to offer: the first touch of
+/// each page otherwise takes as long as decoding what goes into it. Throws std::bad_alloc.
+inline std::shared_ptr<std::byte[]> newVoxelBuffer(std::size_t byteLength) {
     constexpr std::align_val_t largePage{std::size_t{2} << 20};
     if (byteLength < static_cast<std::size_t>(largePage))
         return std::make_shared_for_overwrite<std::byte[]>(byteLength);
