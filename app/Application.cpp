@@ -142,9 +142,9 @@ void takeSessionLock(const SessionLock& lock) {
 
 /// From the main window's first moment to its last; the event loop's result.
 int runMainWindow(
-    const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link,
-    TelemetryEmitter& telemetry) {
-    MainWindow window(client);
+    const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
+    const std::optional<LinkRequest>& link, TelemetryEmitter& telemetry) {
+    MainWindow window(client, options);
     QObject::connect(
         &window, &MainWindow::sessionEnding, &window, [&telemetry] { telemetry.record("SESSION_END"); });
     window.show();
@@ -169,7 +169,13 @@ int runSession(
     const SessionLock lock(configFolder());
     takeSessionLock(lock);
 
-    const int result = runMainWindow(client, link, telemetry);
+    StudyLoadOptions options;
+    options.storage = storage.storage;
+    options.policy = storage.policy;
+    options.manifestSchema =
+        QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
+            .filesystemFilePath();
+    const int result = runMainWindow(client, options, link, telemetry);
 
     lock.remove();
     telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});

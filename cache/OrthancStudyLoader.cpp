@@ -57,26 +57,103 @@ private:
     Clock::time_point lastReport_;
 };
 
-/// One series' way from the archive to a decoded image.
+/// The Local Node failed in the middle of a series that the cloud may serve as well.
+class LocalNodeFailed {};
+
+/// One series' way from its source to a decoded image.
 class SeriesLoad {
 public:
     SeriesLoad(
-        const std::shared_ptr<ZorbelApiClient>& client, const StudyRequest& study,
-        const OrthancSeriesSummary& series, SessionWorkspace& workspace, const CancelFlag& cancel,
-        const LoadProgressCallback& progress)
-        : client_(client), study_(study), series_(series), workspace_(workspace), cancel_(cancel),
-          progress_(progress) {}
+        const std::shared_ptr<ZorbelApiClient>& client, const SeriesLoadRequest& request,
+        SessionWorkspace& workspace, const CancelFlag& cancel, const LoadProgressCallback& progress)
+        : client_(client), request_(request), study_(request.study), series_(request.series),
+          workspace_(workspace), cancel_(cancel), progress_(progress) {}
 
-    std::shared_ptr<const imaging::Image> run() {
-        const auto folder = workspace_.newLoadFolder();
-        if (series_.instanceIds.isEmpty())
-            throw std::runtime_error("Orthanc study contains no downloadable instances.");
-        ReceivedSeries received(folder->path(), series_.instanceIds, series_.seriesInstanceUID);
-        download(received);
-        return build(received.files());
+    /// Fills in the image and what goes with it.
+    void run(OrthancImageLoadResult& result) {
+        if (request_.archives && request_.reuseArchive && openArchive(result))
+            return;
+        if (request_.local)
+            throw std::runtime_error(
+                "The copy of this series on this computer is damaged, and the imaging service does not "
+                "answer.");
+        std::shared_ptr<SessionWorkspace::LoadFolder> folder = workspace_.newLoadFolder();
+        std::vector<ReceivedInstance> instances;
+        try {
+            instances = download(folder->path());
+        } catch (const LocalNodeFailed&) {
+            folder = workspace_.newLoadFolder();
+            findSeriesInCloud();
+            instances = download(folder->path());
+        }
+        result.series = series_;
+        result.sourceLabel = client_->sourceLabel();
+        std::vector<std::filesystem::path> files;
+        for (const ReceivedInstance& instance : instances)
+            files.push_back(instance.file);
+        result.image = build(files);
+        if (request_.archives)
+            result.downloaded = {
+                study_.studyInstanceUID, series_.seriesInstanceUID, std::move(instances), std::move(folder)};
     }
 
 private:
+    bool openArchive(OrthancImageLoadResult& result) {
+        progress_.report({LoadStage::Archive, 0, 0, 0});
+        const auto files = request_.archives->open(study_.studyInstanceUID, series_, cancel_);
+        stopIfCancelled();
+        if (!files)
+            return false;
+        Logger::instance().info(
+            component, "Opening cached DICOM series",
+            {{"seriesInstanceUID", series_.seriesInstanceUID.toStdString()},
+             {"instances", std::to_string(files->size())}});
+        try {
+            result.image = build(*files);
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception& error) {
+            stopIfCancelled();
+            // The bytes are those that were once decoded, so this is worth a look at; the service may still
+            // help.
+            Logger::instance().warn(
+                component, "The archived series could not be decoded", {{"reason", logReason(error)}});
+            return false;
+        }
+        result.source = ImageSource::Archive;
+        result.sourceLabel = archiveSourceLabel();
+        request_.archives->touch(study_.studyInstanceUID);
+        Logger::instance().info(component, "Local DICOM archive load completed");
+        return true;
+    }
+
+    /// The cloud has its own ids for what the node named otherwise.
+    void findSeriesInCloud() {
+        for (const QString& id : client_->studySeriesIds(study_.orthancId, cancel_)) {
+            auto candidate = client_->seriesSummary(id, cancel_);
+            if (candidate.seriesInstanceUID == series_.seriesInstanceUID) {
+                series_ = std::move(candidate);
+                return;
+            }
+        }
+        throw std::runtime_error(
+            "The Local Node failed during the transfer, and Zorbel Cloud does not hold this series.");
+    }
+
+    std::vector<ReceivedInstance> download(const std::filesystem::path& folder) {
+        if (series_.instanceIds.isEmpty())
+            throw std::runtime_error("Orthanc study contains no downloadable instances.");
+        ReceivedSeries received(folder, series_.instanceIds, series_.seriesInstanceUID);
+        try {
+            download(received);
+        } catch (const ZorbelApiError& error) {
+            stopIfCancelled();
+            giveUpLocalNode(error);
+            throw;
+        }
+        return received.instances();
+    }
+
     void download(ReceivedSeries& received) {
         Logger::instance().info(
             component, "Starting Orthanc DICOM download",
@@ -109,6 +186,8 @@ private:
             stopIfCancelled();
             if (error.status == 401)
                 throw;
+            if (error.status == 0)
+                giveUpLocalNode(error);
             return streamingUnavailable(received, logReason(error));
         } catch (const UnexpectedInstanceError& error) {
             return streamingUnavailable(received, error.what());
@@ -186,6 +265,16 @@ private:
         return image;
     }
 
+    /// In the automatic mode a node that does not answer is not asked again, instance by instance.
+    void giveUpLocalNode(const ZorbelApiError& error) const {
+        if (!client_->abandonLocalNode())
+            return;
+        Logger::instance().warn(
+            component, "Local Node failed during the transfer; loading from the cloud",
+            {{"reason", logReason(error)}});
+        throw LocalNodeFailed();
+    }
+
     void stopIfCancelled() const {
         if (isCancelled(cancel_))
             throw LoadCancelled();
@@ -194,15 +283,53 @@ private:
     std::size_t total() const { return static_cast<std::size_t>(series_.instanceIds.size()); }
 
     const std::shared_ptr<ZorbelApiClient>& client_;
+    const SeriesLoadRequest& request_;
     const StudyRequest& study_;
-    const OrthancSeriesSummary& series_;
+    OrthancSeriesSummary series_; ///< the cloud's where the node's failed
     SessionWorkspace& workspace_;
     const CancelFlag& cancel_;
     ThrottledProgress progress_;
 };
 
-/// Finds a study of which only the UID is known in the organisation's list.
-StudyRequest lookUp(const ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel) {
+/// The study's id at the Local Node, or an empty text for the cloud.
+QString resolveSource(ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel) {
+    if (client.sourceKind() != SourceKind::CloudOnly && !client.selectedLocalNode().isEmpty()) {
+        try {
+            client.listLocalNodes(cancel); // addresses change
+        } catch (const ZorbelApiError& error) {
+            Logger::instance().warn(
+                component, "The organization's Local Nodes could not be listed",
+                {{"reason", logReason(error)}});
+        }
+    }
+    return client.resolveStudyOnLocalNode(study.studyInstanceUID, cancel);
+}
+
+std::vector<OrthancSeriesSummary>
+loadableSeries(const ZorbelApiClient& client, const QString& studyId, const CancelFlag& cancel) {
+    std::vector<OrthancSeriesSummary> found;
+    for (const QString& id : client.studySeriesIds(studyId, cancel)) {
+        auto series = client.seriesSummary(id, cancel);
+        if (isLoadableSeries(series))
+            found.push_back(std::move(series));
+    }
+    std::stable_sort(found.begin(), found.end(), [](const auto& left, const auto& right) {
+        return left.seriesNumber.toInt() < right.seriesNumber.toInt();
+    });
+    return found;
+}
+
+/// A study that was found on this computer by its UID alone is named by its own images.
+void completeIdentity(StudyRequest& study, const imaging::ImageMetadata& metadata) {
+    if (study.patientName.isEmpty())
+        study.patientName = QString::fromStdString(metadata.patientName);
+    if (study.studyDate.isEmpty())
+        study.studyDate = QString::fromStdString(metadata.studyDate);
+}
+
+} // namespace
+
+StudyRequest lookUpStudy(const ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel) {
     constexpr int largestPage = 200;
     for (const QString& search : {study.studyInstanceUID, QString()}) {
         for (const auto& row : client.listStudies(search, largestPage, cancel))
@@ -212,33 +339,36 @@ StudyRequest lookUp(const ZorbelApiClient& client, const StudyRequest& study, co
     throw ZorbelApiError("The requested study is not in your organization's study list.", 404);
 }
 
-} // namespace
-
 SeriesListing listLoadableSeries(
     const std::shared_ptr<ZorbelApiClient>& client, StudyRequest study, const CancelFlag& cancel) {
     SeriesListing listing{std::move(study), {}};
     if (listing.study.orthancId.isEmpty())
-        listing.study = lookUp(*client, listing.study, cancel);
-    for (const QString& id : client->studySeriesIds(listing.study.orthancId, cancel)) {
-        auto series = client->seriesSummary(id, cancel);
-        if (isLoadableSeries(series))
-            listing.series.push_back(std::move(series));
+        listing.study = lookUpStudy(*client, listing.study, cancel);
+    const QString nodeId = resolveSource(*client, listing.study, cancel);
+    try {
+        listing.series = loadableSeries(*client, nodeId.isEmpty() ? listing.study.orthancId : nodeId, cancel);
+    } catch (const ZorbelApiError& error) {
+        if (isCancelled(cancel) || nodeId.isEmpty() || !client->abandonLocalNode())
+            throw;
+        Logger::instance().warn(
+            component, "Local Node failed; loading from the cloud", {{"reason", logReason(error)}});
+        listing.series = loadableSeries(*client, listing.study.orthancId, cancel);
     }
-    std::stable_sort(listing.series.begin(), listing.series.end(), [](const auto& left, const auto& right) {
-        return left.seriesNumber.toInt() < right.seriesNumber.toInt();
-    });
     return listing;
 }
 
+SeriesListing listArchivedSeries(const StudyArchives& archives, const StudyRequest& study) {
+    return {study, archives.series(study.studyInstanceUID), true};
+}
+
 OrthancImageLoadResult LoadStudyFromOrthanc(
-    const std::shared_ptr<ZorbelApiClient>& client, const StudyRequest& study,
-    const OrthancSeriesSummary& series, SessionWorkspace& workspace, const CancelFlag& cancel,
-    const LoadProgressCallback& progress) {
+    const std::shared_ptr<ZorbelApiClient>& client, const SeriesLoadRequest& request,
+    SessionWorkspace& workspace, const CancelFlag& cancel, const LoadProgressCallback& progress) {
     using Outcome = OrthancImageLoadResult::Outcome;
     OrthancImageLoadResult result;
-    result.study = study;
-    result.series = series;
-    result.modality = series.modality.isEmpty() ? study.modality : series.modality;
+    result.study = request.study;
+    result.series = request.series;
+    result.modality = request.series.modality.isEmpty() ? request.study.modality : request.series.modality;
     result.sourceLabel = client->sourceLabel();
     const auto fail = [&result](Outcome outcome, const QString& text, const std::string& reason) {
         result.outcome = outcome;
@@ -249,8 +379,9 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
             Logger::instance().error(component, "Study load failed", {{"reason", reason}});
     };
     try {
-        result.image = SeriesLoad(client, study, series, workspace, cancel, progress).run();
-        const auto kind = StudyClassification::classify(result.modality, series.seriesDescription);
+        SeriesLoad(client, request, workspace, cancel, progress).run(result);
+        completeIdentity(result.study, result.image->metadata());
+        const auto kind = StudyClassification::classify(result.modality, result.series.seriesDescription);
         result.volumetric = kind.isVolumetric() && result.image->isVolumetric();
         result.outcome = Outcome::Loaded;
     } catch (const LoadCancelled&) {

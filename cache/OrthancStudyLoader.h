@@ -1,6 +1,7 @@
 #pragma once
 
 #include "api/ZorbelApiClient.h"
+#include "cache/StudyArchives.h"
 #include "cache/StudyRequest.h"
 #include "imaging/Image.h"
 
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace zorbel {
@@ -15,7 +17,7 @@ namespace zorbel {
 class SessionWorkspace;
 
 /// Where a load stands; handed to the progress callback.
-enum class LoadStage { Downloading, Streaming, Decoding };
+enum class LoadStage { Archive, Downloading, Streaming, Decoding };
 
 /// received: bytes so far (Streaming). done of total: instances (Downloading, Streaming) or frames
 /// (Decoding).
@@ -34,31 +36,60 @@ using LoadProgressCallback = std::function<void(const LoadProgress&)>;
 struct SeriesListing {
     StudyRequest study;
     std::vector<OrthancSeriesSummary> series;
+    /// The service could not be asked: these are the series whose archives this computer holds.
+    bool local = false;
 };
 
-/// What the DICOM path came to. Loaded has an image; the others have a failureText for the user.
+/// Where an image came from.
+enum class ImageSource { VolumeCache, Archive, Service };
+
+/// The source label of an archived copy.
+inline QString archiveSourceLabel() {
+    return QStringLiteral("local DICOM archive");
+}
+
+/// What a load came to. Loaded has an image; the others have a failureText for the user.
 struct OrthancImageLoadResult {
     enum class Outcome { Loaded, Cancelled, Incomplete, Failed };
 
     Outcome outcome = Outcome::Failed;
+    ImageSource source = ImageSource::Service;
     std::shared_ptr<const imaging::Image> image;
     StudyRequest study;
     OrthancSeriesSummary series;
     QString modality;
     QString sourceLabel;
     QString failureText;
+    QString notice;          ///< what the reader should know about the image's way here; usually empty
     bool volumetric = false; ///< show it in three planes; else in the 2D view
+    std::optional<DownloadedSeries> downloaded; ///< to be archived; only of a complete, decoded series
 };
 
-/// Lists a study's loadable series. Throws ZorbelApiError. Worker thread.
+/// Finds a study of which only the UID is known in the organisation's list. Throws ZorbelApiError. Worker
+/// thread.
+StudyRequest lookUpStudy(const ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel);
+
+/// Lists a study's loadable series at the Local Node or the cloud, whichever is chosen and answers. Throws
+/// ZorbelApiError. Worker thread.
 SeriesListing listLoadableSeries(
     const std::shared_ptr<ZorbelApiClient>& client, StudyRequest study, const CancelFlag& cancel);
 
-/// Downloads one series into the session's workspace, groups it, refuses it when slices are missing, and
-/// decodes it; the downloaded files are gone when it returns. Never throws. Worker thread.
+/// The study's series as this computer's archives hold them; empty without any. Worker thread.
+SeriesListing listArchivedSeries(const StudyArchives& archives, const StudyRequest& study);
+
+/// What of a study is to be loaded, and from where it may come.
+struct SeriesLoadRequest {
+    StudyRequest study;
+    OrthancSeriesSummary series;
+    std::optional<StudyArchives> archives; ///< empty: neither look into the archive nor keep a copy
+    bool reuseArchive = true;
+    bool local = false; ///< of a local listing: the service need not be asked
+};
+
+/// Opens the series from its archive or downloads it into the session's workspace, groups it, refuses it when
+/// slices are missing, and decodes it. Never throws. Worker thread.
 OrthancImageLoadResult LoadStudyFromOrthanc(
-    const std::shared_ptr<ZorbelApiClient>& client, const StudyRequest& study,
-    const OrthancSeriesSummary& series, SessionWorkspace& workspace, const CancelFlag& cancel,
-    const LoadProgressCallback& progress);
+    const std::shared_ptr<ZorbelApiClient>& client, const SeriesLoadRequest& request,
+    SessionWorkspace& workspace, const CancelFlag& cancel, const LoadProgressCallback& progress);
 
 } // namespace zorbel

@@ -18,6 +18,11 @@ QString sourceDetail(const QString& sourceLabel) {
     return QStringLiteral("Securely downloading this series from %1").arg(sourceLabel);
 }
 
+/// Whether the service could not be asked, as against one that answered and said no.
+bool isOutage(const ZorbelApiError& error) {
+    return error.status == 0 || error.status == 408 || error.status == 429 || error.status >= 500;
+}
+
 } // namespace
 
 StudyLoadFailure studyLoadFailure(const QString& message) {
@@ -33,11 +38,15 @@ struct StudyLoadController::ListingResult {
     QString failureText; ///< empty on success
 };
 
-StudyLoadController::StudyLoadController(std::shared_ptr<ZorbelApiClient> client, QObject* parent)
-    : QObject(parent), client_(std::move(client)) {
+StudyLoadController::StudyLoadController(
+    std::shared_ptr<ZorbelApiClient> client, StudyLoadOptions options, QObject* parent)
+    : QObject(parent), client_(std::move(client)), options_(std::move(options)) {
     // A stale load may still wind down while the next one lists its series and downloads.
     pool_.setMaxThreadCount(3);
     auditPool_.setMaxThreadCount(1);
+    archivePool_.setMaxThreadCount(1);
+    overdue_.setSingleShot(true);
+    connect(&overdue_, &QTimer::timeout, this, &StudyLoadController::onListingOverdue);
 }
 
 StudyLoadController::~StudyLoadController() {
@@ -46,19 +55,27 @@ StudyLoadController::~StudyLoadController() {
 
 void StudyLoadController::shutDown() {
     // No signal: the window that hears them may be half gone when this comes from the destructor.
-    if (cancelFlag_)
-        cancelFlag_->store(true);
+    stopTasks();
     guard_.take();
     closing_->store(true);
     pool_.waitForDone();
     auditPool_.waitForDone();
+    archivePool_.waitForDone();
+}
+
+void StudyLoadController::stopTasks() {
+    overdue_.stop();
+    for (const CancelFlag& flag : {cancelFlag_, listingPatience_})
+        if (flag)
+            flag->store(true);
 }
 
 void StudyLoadController::begin(const StudyRequest& study) {
-    if (cancelFlag_)
-        cancelFlag_->store(true); // what an older request still downloads is of no use to anybody
+    stopTasks(); // what an older request still downloads is of no use to anybody
     cancelFlag_ = std::make_shared<std::atomic<bool>>(false);
     offeredSeries_.clear();
+    notice_.clear();
+    mayBeArchived_ = localListing_ = pastOwnCopies_ = false;
     study_ = study;
     load_ = {guard_.take(), CorrelationId::generate(), study.studyInstanceUID.toStdString()};
     loading_ = true;
@@ -72,57 +89,144 @@ void StudyLoadController::openStudy(const StudyRequest& study) {
         {QStringLiteral("Checking volume cache…"),
          QStringLiteral("Checking the private local cache before using the network")});
     Q_EMIT statusChanged(QStringLiteral("Checking volume cache…"));
+    sendAudit();
+    startCacheLoad();
+}
+
+void StudyLoadController::sendAudit() {
     runInBackground(
         auditPool_, this,
-        [client = client_, uid = study.studyInstanceUID, closing = closing_] {
+        [client = client_, uid = study_->studyInstanceUID, closing = closing_] {
             client->sendViewerAudit(
                 QStringLiteral("STUDY_OPEN"), uid, {}, closing); // a failure stops no reading
             return 0;
         },
         [](int) {});
-    startOrthancFallbackLoad();
 }
 
 void StudyLoadController::retry() {
     if (!study_)
         return;
     begin(StudyRequest(*study_)); // a copy: begin() writes to it
+    pastOwnCopies_ = true;
     startOrthancFallbackLoad();
 }
 
 void StudyLoadController::cancel() {
     if (!loading_)
         return;
-    cancelFlag_->store(true);
+    stopTasks();
     guard_.take();
     end();
     Q_EMIT loadCancelled(QStringLiteral("Study loading cancelled"));
 }
 
-void StudyLoadController::startOrthancFallbackLoad() {
-    const QString text = QStringLiteral("Selecting the fastest authorized study source...");
-    Q_EMIT stageChanged({text, QStringLiteral("Preparing secure imaging data…")});
-    Q_EMIT statusChanged(text);
+void StudyLoadController::startCacheLoad() {
     runInBackground(
         pool_, this,
-        [client = client_, study = *study_, cancel = cancelFlag_, correlation = load_.correlationId] {
+        [client = client_, options = options_, study = *study_, cancel = cancelFlag_,
+         correlation = load_.correlationId] {
             const CorrelationId::Scope scope(correlation);
-            ListingResult result;
-            try {
-                result.listing = listLoadableSeries(client, study, cancel);
-                if (result.listing.series.empty())
-                    result.failureText = QStringLiteral("Orthanc study contains no loadable series.");
-            } catch (const std::exception& error) {
-                Logger::instance().error(
-                    component, "Listing the study's series failed", {{"reason", logReason(error)}});
-                result.failureText = QString::fromUtf8(error.what());
-            } catch (...) {
-                result.failureText =
-                    QStringLiteral("Unknown exception while loading the Orthanc series list");
-            }
-            return result;
+            return loadCachedStudy(client, options, study, cancel);
+        },
+        [this, load = load_](const CachedStudy& cached) { onCacheLoaded(load, cached); });
+}
+
+void StudyLoadController::onCacheLoaded(const Load& load, const CachedStudy& cached) {
+    using Kind = CacheLoadOutcome::Kind;
+    const CorrelationId::Scope scope(load.correlationId);
+    auto& logger = Logger::instance();
+    if (!guard_.isCurrent(load.ticket)) {
+        logger.info(
+            component, "Discarded stale volume-cache load result",
+            {{"studyInstanceUID", load.studyInstanceUID}});
+        return;
+    }
+    mayBeArchived_ = cached.archived;
+    const auto outcome = mapCacheResult(cached.result);
+    const QString message = QString::fromStdString(outcome.userMessage);
+    switch (outcome.kind) {
+    case Kind::Loaded:
+        if (!cached.image) {
+            fail(QStringLiteral("MitkImageAdapter returned null"));
+            return;
+        }
+        study_ = cached.study;
+        end();
+        Q_EMIT imageReady(cachedImageResult(cached));
+        return;
+    case Kind::FallBackToDicom:
+        logger.info(
+            component, "Cache load failed — falling back to DICOM", {{"reason", outcome.userMessage}});
+        if (!outcome.missing) {
+            notice_ = message;
+            Q_EMIT statusChanged(message);
+        }
+        startOrthancFallbackLoad();
+        return;
+    case Kind::Abort:
+        fail(message);
+        return;
+    }
+}
+
+void StudyLoadController::startOrthancFallbackLoad() {
+    const QString text = QStringLiteral("Selecting the fastest authorized study source...");
+    Q_EMIT stageChanged(
+        {text, notice_.isEmpty() ? QStringLiteral("Preparing secure imaging data…") : notice_});
+    Q_EMIT statusChanged(text);
+    listingPatience_ = std::make_shared<std::atomic<bool>>(false);
+    if (mayBeArchived_)
+        overdue_.start(options_.archivePatience);
+    runInBackground(
+        pool_, this,
+        [client = client_, archives = ownArchives(), study = *study_, cancel = cancelFlag_,
+         patience = listingPatience_, correlation = load_.correlationId] {
+            const CorrelationId::Scope scope(correlation);
+            return listSeries(client, archives, study, cancel, patience);
         },
         [this, load = load_](const ListingResult& result) { onSeriesListed(load, result); });
+}
+
+void StudyLoadController::onListingOverdue() {
+    listingPatience_->store(true);
+}
+
+/// This computer's archives where this load may use them.
+std::optional<StudyArchives> StudyLoadController::ownArchives() const {
+    if (!mayBeArchived_ || pastOwnCopies_ || !options_.storage)
+        return std::nullopt;
+    return StudyArchives(*options_.storage);
+}
+
+StudyLoadController::ListingResult StudyLoadController::listSeries(
+    const std::shared_ptr<ZorbelApiClient>& client, const std::optional<StudyArchives>& archives,
+    const StudyRequest& study, const CancelFlag& cancel, const CancelFlag& patience) {
+    ListingResult result;
+    try {
+        result.listing = listLoadableSeries(client, study, patience);
+        if (result.listing.series.empty())
+            result.failureText = QStringLiteral("Orthanc study contains no loadable series.");
+        return result;
+    } catch (const ZorbelApiError& error) {
+        Logger::instance().error(
+            component, "Listing the study's series failed", {{"reason", logReason(error)}});
+        result.failureText = QString::fromUtf8(error.what());
+        if (isCancelled(cancel) || !archives || !(isOutage(error) || isCancelled(patience)))
+            return result;
+    } catch (const std::exception& error) {
+        Logger::instance().error(
+            component, "Listing the study's series failed", {{"reason", logReason(error)}});
+        result.failureText = QString::fromUtf8(error.what());
+        return result;
+    } catch (...) {
+        result.failureText = QStringLiteral("Unknown exception while loading the Orthanc series list");
+        return result;
+    }
+    auto archived = listArchivedSeries(*archives, study);
+    if (!archived.series.empty())
+        result = {std::move(archived), {}};
+    return result;
 }
 
 void StudyLoadController::onSeriesListed(const Load& load, const ListingResult& result) {
@@ -133,11 +237,16 @@ void StudyLoadController::onSeriesListed(const Load& load, const ListingResult& 
             {{"studyInstanceUID", load.studyInstanceUID}});
         return;
     }
+    overdue_.stop();
     if (!result.failureText.isEmpty()) {
         fail(result.failureText);
         return;
     }
     study_ = result.listing.study;
+    localListing_ = result.listing.local;
+    if (localListing_)
+        notice_ =
+            QStringLiteral("The imaging service does not answer. This is the copy kept on this computer.");
     const auto& series = result.listing.series;
     if (series.size() == 1) {
         startSeriesLoad(series.front());
@@ -162,9 +271,10 @@ void StudyLoadController::chooseSeries(StudyLoadGuard::Ticket question, std::opt
 
 void StudyLoadController::startSeriesLoad(const OrthancSeriesSummary& series) {
     const CorrelationId::Scope scope(load_.correlationId);
-    const QString text =
-        QStringLiteral("Loading selected DICOM series from %1...").arg(client_->sourceLabel());
-    Q_EMIT stageChanged({text, QStringLiteral("Preparing secure imaging data…")});
+    const QString text = QStringLiteral("Loading selected DICOM series from %1...")
+                             .arg(localListing_ ? archiveSourceLabel() : client_->sourceLabel());
+    Q_EMIT stageChanged(
+        {text, notice_.isEmpty() ? QStringLiteral("Preparing secure imaging data…") : notice_});
     Q_EMIT statusChanged(text);
     Logger::instance().info(
         component, "Selected Orthanc series for DICOM fallback",
@@ -174,12 +284,15 @@ void StudyLoadController::startSeriesLoad(const OrthancSeriesSummary& series) {
         QMetaObject::invokeMethod(
             this, [this, ticket, progress] { onProgress(ticket, progress); }, Qt::QueuedConnection);
     };
+    SeriesLoadRequest request{*study_, series, std::nullopt, !pastOwnCopies_, localListing_};
+    if (options_.storage)
+        request.archives = StudyArchives(*options_.storage);
     runInBackground(
         pool_, this,
-        [client = client_, study = *study_, series, workspace = &workspace_, cancel = cancelFlag_,
+        [client = client_, request = std::move(request), workspace = &workspace_, cancel = cancelFlag_,
          correlation = load_.correlationId, report] {
             const CorrelationId::Scope taskScope(correlation);
-            return LoadStudyFromOrthanc(client, study, series, *workspace, cancel, report);
+            return LoadStudyFromOrthanc(client, request, *workspace, cancel, report);
         },
         [this, load = load_](const OrthancImageLoadResult& result) { onStudyLoaded(load, result); });
 }
@@ -193,6 +306,10 @@ void StudyLoadController::onProgress(StudyLoadGuard::Ticket ticket, const LoadPr
     const QString count =
         progress.done > 0 ? QStringLiteral("  %1 / %2").arg(progress.done).arg(progress.total) : QString();
     switch (progress.stage) {
+    case LoadStage::Archive:
+        stage.title = QStringLiteral("Loading study from local DICOM archive");
+        stage.detail = QStringLiteral("Checking the private local archive before using the network");
+        break;
     case LoadStage::Downloading:
         stage.title = QStringLiteral("Downloading DICOM instances");
         stage.detail = sourceDetail(client_->sourceLabel()) + count;
@@ -213,6 +330,7 @@ void StudyLoadController::onProgress(StudyLoadGuard::Ticket ticket, const LoadPr
 
 void StudyLoadController::onStudyLoaded(const Load& load, const OrthancImageLoadResult& result) {
     const CorrelationId::Scope scope(load.correlationId);
+    archive(load, result);
     if (!guard_.isCurrent(load.ticket)) {
         Logger::instance().info(
             component, "Discarded stale Orthanc study load result",
@@ -220,14 +338,18 @@ void StudyLoadController::onStudyLoaded(const Load& load, const OrthancImageLoad
         return;
     }
     switch (result.outcome) {
-    case OrthancImageLoadResult::Outcome::Loaded:
+    case OrthancImageLoadResult::Outcome::Loaded: {
         if (!result.image) {
             fail(QStringLiteral("MITK DICOM fallback returned null image"));
             return;
         }
+        OrthancImageLoadResult shown = result;
+        shown.notice = notice_;
+        shown.downloaded.reset();
         end();
-        Q_EMIT imageReady(result);
+        Q_EMIT imageReady(shown);
         return;
+    }
     case OrthancImageLoadResult::Outcome::Incomplete:
         Logger::instance().warn(
             component, "Incomplete DICOM series rejected; retry after PACS import completes.");
@@ -250,12 +372,28 @@ void StudyLoadController::onStudyLoaded(const Load& load, const OrthancImageLoad
     }
 }
 
+void StudyLoadController::archive(const Load& load, const OrthancImageLoadResult& result) {
+    if (!result.downloaded || !options_.storage)
+        return;
+    // Beside the reading: the picture does not wait for the disk.
+    runInBackground(
+        archivePool_, this,
+        [archives = StudyArchives(*options_.storage), downloaded = *result.downloaded,
+         policy = options_.policy, closing = closing_, correlation = load.correlationId] {
+            const CorrelationId::Scope scope(correlation);
+            archives.store(downloaded, policy, closing);
+            return 0;
+        },
+        [](int) {});
+}
+
 void StudyLoadController::fail(const QString& message) {
     end();
     Q_EMIT loadFailed(studyLoadFailure(message));
 }
 
 void StudyLoadController::end() {
+    overdue_.stop();
     loading_ = false;
     offeredSeries_.clear();
     Q_EMIT loadingChanged(false);

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "cache/CachedStudyLoader.h"
 #include "cache/OrthancStudyLoader.h"
 #include "cache/SessionWorkspace.h"
 #include "cache/StudyLoadGuard.h"
+#include "cache/StudyLoadOptions.h"
 
 #include <QObject>
 #include <QString>
 #include <QThreadPool>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -41,17 +44,20 @@ class StudyLoadController : public QObject {
     Q_OBJECT
 
 public:
-    explicit StudyLoadController(std::shared_ptr<ZorbelApiClient> client, QObject* parent = nullptr);
+    StudyLoadController(
+        std::shared_ptr<ZorbelApiClient> client, StudyLoadOptions options, QObject* parent = nullptr);
     /// shutDown(), and removes the session's workspace.
     ~StudyLoadController() override;
 
     void openStudy(const StudyRequest& study);
-    /// Loads the current study anew from the image service; does nothing before the first openStudy().
+    /// Loads the current study anew from the image service, past this computer's own copies; does nothing
+    /// before the first openStudy().
     void retry();
     /// Ends the current load at once for the user; the background work stops soon after. Nothing without a
     /// load.
     void cancel();
-    /// Cancels what runs and waits for it, about a tenth of a second; nothing may be opened afterwards.
+    /// Cancels what runs and waits for it, about a tenth of a second, or until an archive that is just being
+    /// put in its place is on the disk; nothing may be opened afterwards.
     void shutDown();
     bool isLoading() const { return loading_; }
     const std::optional<StudyRequest>& currentStudy() const { return study_; }
@@ -87,24 +93,43 @@ private:
     };
 
     void begin(const StudyRequest& study);
+    void sendAudit();
+    void startCacheLoad();
+    void onCacheLoaded(const Load& load, const CachedStudy& cached);
     void startOrthancFallbackLoad();
+    /// `cancel` is the user's; `patience` ends the question to the service, so that an archive may answer it.
+    static ListingResult listSeries(
+        const std::shared_ptr<ZorbelApiClient>& client, const std::optional<StudyArchives>& archives,
+        const StudyRequest& study, const CancelFlag& cancel, const CancelFlag& patience);
+    std::optional<StudyArchives> ownArchives() const;
+    void onListingOverdue();
+    void stopTasks();
     void onSeriesListed(const Load& load, const ListingResult& result);
     void startSeriesLoad(const OrthancSeriesSummary& series);
+    void archive(const Load& load, const OrthancImageLoadResult& result);
     void onProgress(StudyLoadGuard::Ticket ticket, const LoadProgress& progress);
     void onStudyLoaded(const Load& load, const OrthancImageLoadResult& result);
     void fail(const QString& message);
     void end();
 
     std::shared_ptr<ZorbelApiClient> client_;
+    StudyLoadOptions options_;
     SessionWorkspace workspace_;
     QThreadPool pool_;
-    QThreadPool auditPool_; ///< of its own, so that a service slow to take audits delays no study
+    QThreadPool archivePool_; ///< one series after the other, beside the loads
+    QThreadPool auditPool_;   ///< of its own, so that a service slow to take audits delays no study
     StudyLoadGuard guard_;
     CancelFlag cancelFlag_;
     CancelFlag closing_ = std::make_shared<std::atomic<bool>>(false); ///< ends what outlives a single load
     Load load_;                                                       ///< the current one, or the last
     std::optional<StudyRequest> study_;
     std::vector<OrthancSeriesSummary> offeredSeries_; ///< while a series choice is open
+    bool pastOwnCopies_ = false;                      ///< of this load: only the service's images will do
+    bool mayBeArchived_ = false;
+    bool localListing_ = false;
+    QString notice_;             ///< what this load's result will have to say about its way
+    CancelFlag listingPatience_; ///< ends a listing that takes too long where there is an archive
+    QTimer overdue_;
     bool loading_ = false;
 };
 

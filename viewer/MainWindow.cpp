@@ -31,13 +31,13 @@ constexpr char component[] = "MainWindow";
 
 } // namespace
 
-MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, QWidget* parent)
+MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, StudyLoadOptions options, QWidget* parent)
     : QMainWindow(parent), client_(std::move(client)) {
     setObjectName(QStringLiteral("mainWindow"));
     setWindowTitle(QStringLiteral("Zorbel Diagnostic Viewer — %1").arg(QStringLiteral("Clinical Workspace")));
     setMinimumSize(1100, 700);
     resize(QSize(1440, 900).boundedTo(screen()->availableSize()));
-    loader_ = new StudyLoadController(client_, this);
+    loader_ = new StudyLoadController(client_, std::move(options), this);
     buildWorkspace();
     buildToolBar();
     buildStatusBar();
@@ -83,6 +83,10 @@ void MainWindow::buildStatusBar() {
     status_->setObjectName(QStringLiteral("statusText"));
     status_->setTextFormat(Qt::PlainText);
     status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    notice_ = new QLabel;
+    notice_->setObjectName(QStringLiteral("statusNotice"));
+    notice_->setTextFormat(Qt::PlainText);
+    notice_->hide();
     source_ = new QLabel;
     source_->setObjectName(QStringLiteral("statusSource"));
     source_->setTextFormat(Qt::PlainText);
@@ -94,6 +98,7 @@ void MainWindow::buildStatusBar() {
     busy_->hide();
     statusBar()->setSizeGripEnabled(false);
     statusBar()->addWidget(status_, 1);
+    statusBar()->addPermanentWidget(notice_);
     statusBar()->addPermanentWidget(source_);
     statusBar()->addPermanentWidget(busy_);
 }
@@ -169,28 +174,12 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
     const auto& study = result.study;
     const StudyIdentity identity(study.studyInstanceUID, study.patientName, result.modality, study.studyDate);
     const QString description = result.series.seriesDescription.trimmed();
-    const QString series =
-        description.isEmpty() ? QString() : QStringLiteral("  |  Series: %1").arg(description);
-    if (result.volumetric) {
+    if (result.volumetric)
         workspace_->showVolume(identity, result.image);
-        status_->setText(QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (%1).%2")
-                             .arg(result.modality, series));
-        source_->setText(
-            QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, study.studyInstanceUID));
-        Logger::instance().info(
-            component, "DICOM fallback volume displayed",
-            {{"study", study.studyInstanceUID.toStdString()}, {"mode", "MPR"}});
-    } else {
-        const auto kind = StudyClassification::classify(result.modality, description);
-        workspace_->showImage(identity, result.image, kind);
-        status_->setText(
-            QStringLiteral("Non-volumetric study loaded in 2D mode (%1).%2").arg(result.modality, series));
-        source_->setText(
-            QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, study.studyInstanceUID));
-        Logger::instance().info(
-            component, "DICOM fallback image displayed in 2D mode",
-            {{"study", study.studyInstanceUID.toStdString()}, {"mode", "2D"}});
-    }
+    else
+        workspace_->showImage(
+            identity, result.image, StudyClassification::classify(result.modality, description));
+    tellSource(result);
     workspace_->setFocus(); // the arrows now move through the slices, no longer through the list
     ViewerStudySummary recent;
     recent.orthancId = study.orthancId;
@@ -200,6 +189,40 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
     recent.studyDate = study.studyDate;
     recent.studyDescription = description;
     browser_->addRecentStudy(recent);
+}
+
+void MainWindow::tellSource(const OrthancImageLoadResult& result) {
+    notice_->setText(result.notice);
+    notice_->setVisible(!result.notice.isEmpty());
+    const QString& uid = result.study.studyInstanceUID;
+    auto& logger = Logger::instance();
+    if (result.source == ImageSource::VolumeCache && result.volumetric) {
+        const auto& dims = result.image->geometry().dimensions();
+        status_->setText(QStringLiteral("Volumetric study loaded in MPR mode (%1).").arg(result.modality));
+        source_->setText(QStringLiteral("Loaded from local cache: %1").arg(uid));
+        logger.info(
+            component, "Volume displayed",
+            {{"study", uid.toStdString()},
+             {"dims", QStringLiteral("%1×%2×%3").arg(dims[0]).arg(dims[1]).arg(dims[2]).toStdString()}});
+        return;
+    }
+    const QString description = result.series.seriesDescription.trimmed();
+    const QString series =
+        description.isEmpty() ? QString() : QStringLiteral("  |  Series: %1").arg(description);
+    if (result.volumetric) {
+        status_->setText(QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (%1).%2")
+                             .arg(result.modality, series));
+        source_->setText(QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, uid));
+        logger.info(
+            component, "DICOM fallback volume displayed", {{"study", uid.toStdString()}, {"mode", "MPR"}});
+    } else {
+        status_->setText(
+            QStringLiteral("Non-volumetric study loaded in 2D mode (%1).%2").arg(result.modality, series));
+        source_->setText(QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, uid));
+        logger.info(
+            component, "DICOM fallback image displayed in 2D mode",
+            {{"study", uid.toStdString()}, {"mode", "2D"}});
+    }
 }
 
 void MainWindow::askForSeries(
@@ -232,6 +255,7 @@ void MainWindow::closeStudy() {
     if (workspace_->viewMode() == ViewMode::None)
         return;
     workspace_->reset();
+    notice_->hide();
     source_->clear();
     status_->setText(QStringLiteral("Study closed"));
     Logger::instance().info(component, "Study closed");

@@ -23,8 +23,8 @@ class MainWindow : public QMainWindow {
     Q_OBJECT
 
 public:
-    /// client: signed in.
-    explicit MainWindow(std::shared_ptr<ZorbelApiClient> client, QWidget* parent = nullptr);
+    /// client: signed in. options: what the loads of studies may use on this computer.
+    MainWindow(std::shared_ptr<ZorbelApiClient> client, StudyLoadOptions options, QWidget* parent = nullptr);
     ~MainWindow() override;
 
     void openStudy(const StudyRequest& study);
@@ -52,6 +52,7 @@ private:
     void connectLoading();
     void bindShortcuts();
     void showImage(const OrthancImageLoadResult& result);
+    void tellSource(const OrthancImageLoadResult& result);
     void askForSeries(
         StudyLoadGuard::Ticket question, const std::vector<OrthancSeriesSummary>& series, int suggestedRow);
     void showFailure(const StudyLoadFailure& failure);
@@ -64,6 +65,7 @@ private:
     ViewerWorkspace* workspace_ = nullptr;
     MainToolBar* toolBar_ = nullptr;
     QLabel* status_ = nullptr;
+    QLabel* notice_ = nullptr; ///< what the reader should know about the image's way here
     QLabel* source_ = nullptr;
     QProgressBar* busy_ = nullptr;
     QElapsedTimer sinceRequest_;

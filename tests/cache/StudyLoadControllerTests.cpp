@@ -27,7 +27,7 @@ protected:
 TEST_F(StudyLoadControllerTest, opensAVolumeAndSaysHowFarItIs) {
     const TestSeries series{.study = "plain"};
     const auto study = upload({series});
-    StudyLoadController controller(client_);
+    StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(study);
     EXPECT_TRUE(controller.isLoading());
@@ -63,7 +63,7 @@ TEST_F(StudyLoadControllerTest, findsALinkedStudyByItsUidAlone) {
     const TestSeries series{.study = "linked"};
     StudyRequest linked;
     linked.studyInstanceUID = upload({series}).studyInstanceUID;
-    StudyLoadController controller(client_);
+    StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(linked);
     ASSERT_TRUE(recorder.waitForEnd());
@@ -81,7 +81,7 @@ TEST_F(StudyLoadControllerTest, asksWhichOfSeveralSeriesToOpen) {
     const TestSeries scout{.name = "scout", .study = "several", .description = "Scout", .slices = 3};
     const TestSeries volume{.name = "volume", .study = "several", .description = "CBCT volume", .slices = 6};
     const auto study = upload({scout, volume});
-    StudyLoadController controller(client_);
+    StudyLoadController controller(client_, {});
     {
         LoadRecorder recorder(controller);
         controller.openStudy(study);
@@ -108,7 +108,7 @@ TEST_F(StudyLoadControllerTest, asksWhichOfSeveralSeriesToOpen) {
 
 TEST_F(StudyLoadControllerTest, refusesAnIncompleteSeries) {
     const auto study = upload({{.study = "gap", .slices = 9, .leftOut = {5, 6}}});
-    StudyLoadController controller(client_);
+    StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(study);
     ASSERT_TRUE(recorder.waitForEnd());
@@ -128,7 +128,7 @@ TEST_F(StudyLoadControllerTest, refusesAnIncompleteSeries) {
 
 TEST_F(StudyLoadControllerTest, opensAProjectionImageIn2D) {
     const auto study = upload({{.study = "pano", .description = "PANORAMIC", .modality = "PX", .slices = 1}});
-    StudyLoadController controller(client_);
+    StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(study);
     ASSERT_TRUE(recorder.waitForEnd());
@@ -145,7 +145,7 @@ TEST_F(StudyLoadControllerTest, keepsTheGeometryOfARealHead) {
     for (const auto& row : client_->listStudies({}, 200))
         if (row.patientName.contains(QStringLiteral("CRANIUM"), Qt::CaseInsensitive))
             head = {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
-    StudyLoadController controller(client_);
+    StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(head);
     ASSERT_TRUE(recorder.waitForEnd());
@@ -166,7 +166,7 @@ TEST_F(StudyLoadControllerTest, showsOnlyTheNewestRequest) {
     const auto study = upload({wanted});
     service_->setFault(
         demo::Fault::delayed("*/studies/" + slow.orthancId.toStdString(), std::chrono::milliseconds(700)));
-    StudyLoadController controller(client_);
+    StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(slow);
     QTest::qWait(150);

@@ -17,7 +17,7 @@ protected:
 
     /// Opens the study and returns the values at the start of each slice, or the failure's text.
     std::pair<std::vector<double>, QString> load() {
-        StudyLoadController controller(client_);
+        StudyLoadController controller(client_, {});
         LoadRecorder recorder(controller);
         controller.openStudy(study_);
         EXPECT_TRUE(recorder.waitForEnd());
@@ -102,7 +102,7 @@ TEST_F(StudyLoadFaultTest, tellsWhyAStudyCannotBeOpened) {
 }
 
 TEST_F(StudyLoadFaultTest, isUsableAtOnceAfterCancelAtAnyStage) {
-    StudyLoadController controller(client_);
+    StudyLoadController controller(client_, {});
     const std::string listing = "*/viewer-proxy/studies/*";
     const std::vector<std::pair<Fault, std::string>> slownesses{
         {Fault::delayed(listing, std::chrono::seconds(20)), listing},
@@ -130,7 +130,7 @@ TEST_F(StudyLoadFaultTest, isUsableAtOnceAfterCancelAtAnyStage) {
 TEST_F(StudyLoadFaultTest, endsCleanlyWhenClosedDuringALoad) {
     service_->setFault(Fault::throttle(Fault::seriesStreams, 4000));
     {
-        StudyLoadController controller(client_);
+        StudyLoadController controller(client_, {});
         controller.openStudy(study_);
         ASSERT_TRUE(QTest::qWaitFor(
             [this] {

@@ -1,0 +1,78 @@
+#include "cache/CachedStudyLoader.h"
+
+#include "api/LogReason.h"
+#include "app/log/Logger.h"
+#include "imaging/ImageAdapter.h"
+
+#include <exception>
+#include <string>
+#include <variant>
+
+namespace zorbel {
+
+namespace {
+
+constexpr char component[] = "StudyLoader";
+
+LoadError missing(const std::string& path) {
+    return {
+        CacheSeverity::Degraded, static_cast<std::uint32_t>(CacheErrorCode::ManifestInvalid),
+        "Cache manifest not present: " + path, -1};
+}
+
+void touch(const ViewerStorage& storage, const std::filesystem::path& folder) {
+    try {
+        storage.touch(folder);
+    } catch (const std::exception& error) {
+        Logger::instance().warn(
+            component, "The opened study keeps its age in the cache", {{"reason", error.what()}});
+    }
+}
+
+} // namespace
+
+CachedStudy loadCachedStudy(
+    const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
+    const StudyRequest& study, const CancelFlag& cancel) {
+    CachedStudy cached{missing({}), nullptr, study, false};
+    if (!options.storage)
+        return cached;
+    const std::string uid = study.studyInstanceUID.toStdString();
+    try {
+        const auto folder = options.storage->studyDirectory(uid);
+        cached.archived = StudyArchives(*options.storage).mayHold(study.studyInstanceUID);
+        cached.result = VolumeCacheReader(folder, options.manifestSchema, {}, uid).load(cancel.get());
+        const auto* volume = std::get_if<ZorbelVolumeData>(&cached.result);
+        if (!volume)
+            return cached;
+        cached.image = imaging::ImageAdapter::adapt(*volume);
+        touch(*options.storage, folder);
+        if (study.orthancId.isEmpty())
+            cached.study = lookUpStudy(*client, study, cancel);
+    } catch (const ZorbelApiError& error) {
+        Logger::instance().warn(
+            component, "The cached study could not be looked up", {{"reason", logReason(error)}});
+    } catch (const std::bad_alloc&) {
+        cached.result = LoadError{
+            CacheSeverity::Degraded, static_cast<std::uint32_t>(CacheErrorCode::ChunkCorrupt),
+            "not enough memory", -1};
+    } catch (const std::exception& error) {
+        // A UID that is none has no folder.
+        cached.result = missing(error.what());
+    }
+    return cached;
+}
+
+OrthancImageLoadResult cachedImageResult(const CachedStudy& cached) {
+    OrthancImageLoadResult result;
+    result.outcome = OrthancImageLoadResult::Outcome::Loaded;
+    result.source = ImageSource::VolumeCache;
+    result.image = cached.image;
+    result.study = cached.study;
+    result.modality = cached.study.modality;
+    result.sourceLabel = QStringLiteral("local cache");
+    result.volumetric = cached.image && cached.image->isVolumetric();
+    return result;
+}
+
+} // namespace zorbel

@@ -1,0 +1,179 @@
+#include "cache/StudyArchives.h"
+
+#include "app/log/Logger.h"
+#include "cache/archive/StudyArchiveReader.h"
+#include "cache/archive/StudyArchiveTransaction.h"
+#include "imaging/DicomSeriesReader.h"
+
+#include <QSet>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <set>
+#include <string>
+#include <system_error>
+
+namespace zorbel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char component[] = "StudyArchive";
+constexpr auto lockTimeout = std::chrono::seconds(10);
+
+void warn(const std::string& message, const std::string& reason) {
+    Logger::instance().warn(component, message, {{"reason", reason}});
+}
+
+/// What the series dialog and the choice of the view need to know, from the file of one instance.
+std::optional<OrthancSeriesSummary> summaryOf(const ArchivedSeries& archived) {
+    const auto analysis = imaging::DicomSeriesReader::analyze({archived.instances.front().file});
+    if (analysis.blocks.empty())
+        return std::nullopt;
+    const auto& metadata = analysis.blocks.front().metadata;
+    OrthancSeriesSummary summary;
+    summary.seriesInstanceUID = QString::fromStdString(archived.seriesInstanceUID);
+    summary.modality = QString::fromStdString(metadata.modality);
+    summary.seriesDescription = QString::fromStdString(metadata.seriesDescription);
+    for (const auto& instance : archived.instances)
+        summary.instanceIds += QString::fromStdString(instance.id);
+    return summary;
+}
+
+bool holdsExactly(const ArchivedSeries& archived, const QStringList& ids) {
+    const QSet<QString> listed(ids.begin(), ids.end());
+    return static_cast<std::size_t>(listed.size()) == archived.instances.size() &&
+           std::all_of(archived.instances.begin(), archived.instances.end(), [&](const auto& instance) {
+               return listed.contains(QString::fromStdString(instance.id));
+           });
+}
+
+} // namespace
+
+fs::path StudyArchives::seriesFolder(const QString& studyInstanceUID) const {
+    // Any series' archive lies in the folder of all of them.
+    return storage_.archiveDirectory(studyInstanceUID.toStdString(), "0").parent_path();
+}
+
+bool StudyArchives::mayHold(const QString& studyInstanceUID) const {
+    try {
+        std::error_code error;
+        const auto folder = fs::directory_iterator(seriesFolder(studyInstanceUID), error);
+        return std::any_of(fs::begin(folder), fs::end(folder), [](const fs::directory_entry& entry) {
+            std::error_code ignored;
+            return entry.is_directory(ignored);
+        });
+    } catch (const std::exception&) {
+        return false; // no UID: nothing was ever kept under it
+    }
+}
+
+std::vector<OrthancSeriesSummary> StudyArchives::series(const QString& studyInstanceUID) const {
+    std::vector<OrthancSeriesSummary> found;
+    try {
+        const auto folder = seriesFolder(studyInstanceUID);
+        std::set<std::string> uids;
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(folder, error)) {
+            // Beside an archive lie its lock and what a writer is, or was, at work on.
+            const std::string name = entry.path().filename().string();
+            const std::string uid = name.substr(0, name.find(".replaced-"));
+            if (uid.find_first_not_of("0123456789.") == std::string::npos)
+                uids.insert(uid);
+        }
+        for (const std::string& uid : uids) {
+            const auto result =
+                StudyArchiveReader::describe(folder / uid, studyInstanceUID.toStdString(), uid);
+            if (result.state != StudyArchiveReader::State::Described)
+                continue;
+            if (auto summary = summaryOf(result.series))
+                found.push_back(std::move(*summary));
+        }
+    } catch (const std::exception& failure) {
+        warn("The study's archives could not be listed", failure.what());
+    }
+    return found;
+}
+
+std::optional<std::vector<fs::path>> StudyArchives::open(
+    const QString& studyInstanceUID, const OrthancSeriesSummary& series, const CancelFlag& cancel) const {
+    using State = StudyArchiveReader::State;
+    try {
+        const auto folder =
+            storage_.archiveDirectory(studyInstanceUID.toStdString(), series.seriesInstanceUID.toStdString());
+        const auto result = StudyArchiveReader::verify(
+            folder, studyInstanceUID.toStdString(), series.seriesInstanceUID.toStdString(), cancel.get());
+        if (result.state == State::Damaged) {
+            warn("Damaged study archive set aside", result.reason);
+            if (!StudyArchiveReader::setAside(folder))
+                warn("A damaged study archive could not be moved", result.reason);
+        }
+        if (result.state != State::Verified)
+            return std::nullopt;
+        if (!holdsExactly(result.series, series.instanceIds)) {
+            Logger::instance().info(component, "The series has changed since it was archived");
+            return std::nullopt;
+        }
+        return result.series.files();
+    } catch (const std::exception& failure) {
+        warn("The study archive could not be opened", failure.what());
+        return std::nullopt;
+    }
+}
+
+void StudyArchives::store(
+    const DownloadedSeries& downloaded, const StoragePolicy& policy, const CancelFlag& closing) const {
+    const bool verified = std::all_of(
+        downloaded.instances.begin(), downloaded.instances.end(),
+        [](const ReceivedInstance& instance) { return instance.idVerified; });
+    if (!verified) {
+        warn("Study not archived", "the image archive's ids do not tell which image is which");
+        return;
+    }
+    try {
+        auto transaction = StudyArchiveTransaction::begin(
+            storage_.archiveDirectory(
+                downloaded.studyInstanceUID.toStdString(), downloaded.seriesInstanceUID.toStdString()),
+            downloaded.studyInstanceUID.toStdString(), downloaded.seriesInstanceUID.toStdString(),
+            lockTimeout);
+        for (const ReceivedInstance& instance : downloaded.instances) {
+            if (isCancelled(closing))
+                return;
+            transaction.adopt(instance.id.toStdString(), instance.file);
+        }
+        transaction.commit();
+    } catch (const std::exception& failure) {
+        warn("Study could not be archived", failure.what());
+        return;
+    }
+    touch(downloaded.studyInstanceUID);
+    Logger::instance().info(
+        component, "Study archived for future local reopen",
+        {{"seriesInstanceUID", downloaded.seriesInstanceUID.toStdString()},
+         {"instances", std::to_string(downloaded.instances.size())}});
+    enforce(policy);
+}
+
+void StudyArchives::enforce(const StoragePolicy& policy) const {
+    try {
+        const auto result = storage_.applyPolicy(policy, ViewerStorage::Time::clock::now());
+        Logger::instance().info(
+            component, "Viewer cache quota enforced after study download",
+            {{"remainingBytes", std::to_string(result.remainingBytes)},
+             {"removedDirectories", std::to_string(result.removedDirectories)}});
+    } catch (const std::exception& failure) {
+        warn("Viewer cache quota could not be enforced", failure.what());
+    }
+}
+
+void StudyArchives::touch(const QString& studyInstanceUID) const {
+    try {
+        storage_.touch(storage_.studyDirectory(studyInstanceUID.toStdString()));
+    } catch (const std::exception& failure) {
+        warn("The opened study keeps its age in the cache", failure.what());
+    }
+}
+
+} // namespace zorbel

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "cache/storage/ViewerStorage.h"
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+
+namespace zorbel {
+
+/// What a study load may use on this computer.
+struct StudyLoadOptions {
+    /// Volume caches and archives of the signed-in user; nothing is looked for or kept without it.
+    std::optional<ViewerStorage> storage;
+    StoragePolicy policy;
+    /// The volume cache manifest's JSON Schema.
+    std::filesystem::path manifestSchema;
+    /// How long the service may take to list a study's series when this computer holds an archive of it.
+    std::chrono::milliseconds archivePatience{5000};
+};
+
+} // namespace zorbel
