@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 
 using namespace zorbel::imaging;
 using namespace zorbel::imaging::test;
@@ -211,6 +212,9 @@ TEST(PlaneView, MapsValuesByTheWindow) {
             const QImage picture = view.grabFrame();
             savePicture(picture, currentTestName());
             EXPECT_LE(compare(picture, view, exact, !inverted).largest, 1.01);
+            exact.function = VoiFunction::Sigmoid;
+            view.setWindow(exact);
+            EXPECT_LE(compare(view.grabFrame(), view, exact, !inverted).largest, 1.01);
         }
     }
 }
@@ -265,6 +269,141 @@ TEST(PlaneView, DrawsOneFrameForManyChangesAndNoOtherView) {
     EXPECT_EQ(frames.count(), 1);
     EXPECT_EQ(otherFrames.count(), 0);
     EXPECT_EQ(slices.count(), 3);
+}
+
+/// A bright ball in the middle of darkness, whose picture's place is easily told.
+std::shared_ptr<const Image> ballImage(const Vector3& ball) {
+    const ImageGeometry geometry({60, 60, 60}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 1});
+    return makeImage<std::uint8_t>(geometry, VoxelType::UInt8, [&](int column, int row, int slice) {
+        return length(Vector3{1.0 * column, 1.0 * row, 1.0 * slice} - ball) < 4.0 ? 250.0 : 10.0;
+    });
+}
+
+/// Where a picture of the whole widget shows the ball, in logical pixels.
+QPointF ballIn(const QImage& picture, const PlaneView& view) {
+    const QPointF spot = brightSpot(picture);
+    return {spot.x() * view.width(), spot.y() * view.height()};
+}
+
+TEST(PlaneView, ShowsTheOldPictureWhereItBelongsUntilTheNewOneIsThere) {
+    const Vector3 ball{24.0, 33.0, 29.0};
+    PlaneView view(ViewDirection::Axial);
+    view.resize(300, 240);
+    view.setImage(ballImage(ball));
+    view.setWindow(128.0, 256.0);
+    view.navigation().selectSliceByPoint(ball);
+    view.show();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return view.isUpToDate(); }, 20000));
+
+    const std::vector<std::function<void()>> changes{
+        [&] {
+            view.panBy({31.0, -22.0});
+        },
+        [&] {
+            view.zoomBy(1.7, {100.0, 130.0});
+        },
+        [&] {
+            view.zoomBy(0.45, {170.0, 90.0});
+        },
+        [&] { view.navigation().step(0.5); }};
+    for (std::size_t change = 0; change < changes.size(); ++change) {
+        changes[change]();
+        EXPECT_FALSE(view.isUpToDate());
+        const QPointF expected = view.worldToWidget(ball);
+        const QPointF before = ballIn(view.grab().toImage(), view);
+        EXPECT_NEAR(before.x(), expected.x(), 1.2) << "change " << change;
+        EXPECT_NEAR(before.y(), expected.y(), 1.2) << "change " << change;
+        EXPECT_FALSE(view.isUpToDate()) << "the picture was not the old one";
+        view.waitForFrame();
+        EXPECT_TRUE(view.isUpToDate());
+        const QPointF after = ballIn(view.grab().toImage(), view);
+        EXPECT_NEAR(after.x(), expected.x(), 1.2) << "change " << change;
+        EXPECT_NEAR(after.y(), expected.y(), 1.2) << "change " << change;
+        EXPECT_EQ(view.grabFrame(), view.grab().toImage().convertToFormat(QImage::Format_RGB32));
+    }
+    // Nothing of an image may be seen once another one is set.
+    view.setImage(ballImage({500.0, 0.0, 0.0}));
+    view.setWindow(128.0, 256.0);
+    EXPECT_EQ(brightSpot(view.grab().toImage()), QPointF(-1.0, -1.0));
+}
+
+TEST(PlaneView, DrawsNothingWhileHidden) {
+    PlaneView view(ViewDirection::Coronal);
+    view.resize(200, 150);
+    view.setImage(ballImage({30.0, 30.0, 30.0}));
+    view.show();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return view.isUpToDate(); }, 20000));
+    view.hide();
+    view.navigation().step(2.0);
+    QSignalSpy frames(&view, &RenderWindowWidget::frameRendered);
+    QTest::qWait(100);
+    EXPECT_FALSE(view.isUpToDate());
+    EXPECT_EQ(frames.count(), 0);
+    view.show();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return view.isUpToDate() && frames.count() > 0; }, 20000));
+}
+
+TEST(PlaneView, RendersTheSameViewInOtherSizes) {
+    const Vector3 ball{40.0, 25.0, 29.5};
+    PlaneView view(ViewDirection::Axial);
+    view.resize(300, 200);
+    view.setImage(ballImage(ball));
+    view.setWindow(128.0, 256.0);
+    view.zoomBy(1.3, {150.0, 100.0});
+    const QPointF place = view.worldToWidget(ball) - QPointF(150.0, 100.0);
+    for (const QSize& size : {QSize(600, 400), QSize(150, 100), QSize(900, 200), QSize(301, 777)}) {
+        const QImage picture = view.renderNow(size);
+        savePicture(picture, currentTestName() + QString::number(size.width()));
+        ASSERT_EQ(picture.size(), size);
+        const double scale = std::min(size.width() / 300.0, size.height() / 200.0);
+        const QPointF spot = brightSpot(picture);
+        EXPECT_NEAR((spot.x() - 0.5) * size.width(), place.x() * scale, 1.0);
+        EXPECT_NEAR((spot.y() - 0.5) * size.height(), place.y() * scale, 1.0);
+    }
+    EXPECT_TRUE(view.renderNow({0, 10}).isNull());
+    view.clear();
+    EXPECT_TRUE(view.renderNow({10, 10}).isNull());
+}
+
+TEST(PlaneView, ShowsSlabs) {
+    // 10 a slice, and 100 a column: through the slab the value rises by 10 a plane.
+    const auto image = makeImage<std::int16_t>(
+        {{30, 30, 40}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 2}}, VoxelType::Int16,
+        [](int column, int, int slice) { return 100.0 * column + 10.0 * slice; });
+    PlaneView view(ViewDirection::Axial);
+    view.resize(240, 240);
+    view.setImage(image);
+    LevelWindow window;
+    window.center = 2000.0;
+    window.width = 4000.0;
+    window.function = VoiFunction::LinearExact;
+    view.setWindow(window);
+    view.navigation().selectSlice(21);
+    QSignalSpy changes(&view, &PlaneView::slabChanged);
+    const QPointF place(130.0, 100.0);
+    const double value = 100.0 * view.widgetToWorld(place)[0] + 10.0 * 20;
+    const auto grey = [&] {
+        const double ratio = view.devicePixelRatioF();
+        const QPoint pixel(static_cast<int>(place.x() * ratio), static_cast<int>(place.y() * ratio));
+        return qRed(view.grabFrame().pixel(pixel));
+    };
+    const auto expected = [&](double shown) { return 255.0 * applyWindow(window, shown); };
+    for (const int count : {1, 5, 25}) {
+        const double half = 10.0 * (count - 1) / 2.0;
+        const std::array<double, 4> shown{value + half, value, value - half, value * std::sqrt(count)};
+        for (int mode = 0; mode < slabModeCount; ++mode) {
+            view.setSlab(static_cast<SlabMode>(mode), count);
+            EXPECT_NEAR(grey(), expected(shown[static_cast<std::size_t>(mode)]), 4.0)
+                << slabModeName(view.slabMode()) << " of " << count;
+        }
+        EXPECT_DOUBLE_EQ(view.thickness(), 2.0 * count);
+    }
+    const auto before = changes.count();
+    for (const auto& [asked, given] : {std::pair{4, 5}, {5, 5}, {51, 51}, {99, 51}, {0, 1}, {-3, 1}}) {
+        view.setSlab(SlabMode::Average, asked);
+        EXPECT_EQ(view.slabCount(), given);
+    }
+    EXPECT_EQ(changes.count(), before + 3);
 }
 
 TEST(PlaneView, ReportsWheelNotchesWhateverTheModifiersDoToThem) {
