@@ -50,10 +50,14 @@ protected:
 
     /// What the service and the node say from now on to requests for the path.
     void cloudSays(const std::string& path, int status, const std::string& body) {
-        say(cloudAnswers_, path, status, body);
+        cloudDoes(path, saying(status, body));
     }
     void nodeSays(const std::string& path, int status, const std::string& body) {
-        say(nodeAnswers_, path, status, body);
+        nodeDoes(path, saying(status, body));
+    }
+    void cloudDoes(const std::string& path, const Answer& answer) {
+        const std::lock_guard lock(mutex_);
+        cloudAnswers_.insert(cloudAnswers_.begin(), {path, answer});
     }
     void nodeDoes(const std::string& path, const Answer& answer) {
         const std::lock_guard lock(mutex_);
@@ -97,12 +101,11 @@ protected:
 private:
     using Answers = std::vector<std::pair<std::string, Answer>>;
 
-    void say(Answers& answers, const std::string& path, int status, const std::string& body) {
-        const std::lock_guard lock(mutex_);
-        answers.insert(answers.begin(), {path, [status, body](Exchange& exchange) {
-                                             exchange.reply(status, body);
-                                             return true;
-                                         }});
+    static Answer saying(int status, const std::string& body) {
+        return [status, body](Exchange& exchange) {
+            exchange.reply(status, body);
+            return true;
+        };
     }
 
     static std::size_t count(const MisbehavingServer& server, const char* path) {
@@ -272,9 +275,9 @@ TEST_F(LocalNode, TwoThreadsMayRenewAtOnce) {
     useNode(SourceKind::LocalNodeRequired);
     resolve();
     time_ += 570;
-    std::atomic<int> waiting = 0;
-    nodeDoes("identity", [&waiting](Exchange&) {
-        for (++waiting; waiting < 2;)
+    const auto waiting = std::make_shared<std::atomic<int>>(0);
+    nodeDoes("identity", [waiting](Exchange&) {
+        for (++*waiting; *waiting < 2;)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return false;
     });
@@ -527,13 +530,22 @@ TEST_F(LocalNode, SignOutForgetsIt) {
     EXPECT_TRUE(route.token.isEmpty());
     EXPECT_EQ(client_->selectedLocalNode(), "");
     EXPECT_EQ(client_->sourceLabel(), "Zorbel Cloud");
-    EXPECT_TRUE(client_->signIn(QStringLiteral("a"), QStringLiteral("b")).success);
-    const std::size_t before = traffic();
-    EXPECT_EQ(resolve(), "");
-    // The list of nodes went too.
-    useNode(SourceKind::Automatic);
-    EXPECT_EQ(resolve(), "");
-    EXPECT_EQ(traffic(), before);
+    const auto expectNothingKnown = [this] {
+        EXPECT_TRUE(client_->signIn(QStringLiteral("a"), QStringLiteral("b")).success);
+        const std::size_t before = traffic();
+        EXPECT_EQ(resolve(), "");
+        useNode(SourceKind::Automatic);
+        EXPECT_EQ(resolve(), "");
+        EXPECT_EQ(traffic(), before);
+    };
+    expectNothingKnown();
+    // Nor does a list that comes too late count for the next session.
+    cloudDoes("local-nodes", [this](Exchange&) {
+        client_->signOut();
+        return false;
+    });
+    client_->listLocalNodes();
+    expectNothingKnown();
 }
 
 TEST_F(LocalNode, ThatIsSlowLosesToTheCloud) {
