@@ -9,9 +9,10 @@ namespace zorbel {
 inline std::string randomName() {
     constexpr char digits[] = "0123456789abcdef";
     std::random_device source;
-    std::string name(16, '0');
-    for (char& c : name)
-        c = digits[source() % 16];
+    std::string name;
+    for (const auto number : {source(), source()})
+        for (unsigned shift = 0; shift < 32; shift += 4)
+            name += digits[(number >> shift) & 15];
     return name;
 }
 
