@@ -12,6 +12,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zorbel::tools {
@@ -82,8 +83,8 @@ void refuseOtherFolder(const fs::path& folder) {
         return;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
         const std::string name = entry.path().filename().string();
-        if (name != "manifest.json" && name != "series" && !name.starts_with("chunk-") &&
-            !name.starts_with(".chunk-") && !name.starts_with(".manifest.json."))
+        const std::string_view bare = std::string_view(name).substr(name.starts_with('.') ? 1 : 0);
+        if (name != "series" && !bare.starts_with("manifest.json") && !bare.starts_with("chunk-"))
             throw std::runtime_error(
                 "the cache folder holds other things than a volume cache: " + folder.string());
     }
@@ -107,7 +108,8 @@ int runVolumePack(std::span<const std::string> arguments, const Streams& streams
     VolumeCacheWriter::write(*image, cache, read.options);
     for (const imaging::RejectedFile& rejected : analysis.rejected)
         streams.error << "left out: " << rejected.reason << '\n';
-    streams.out << "packed " << block.frameCount() << " slices into " << cache.string() << '\n';
+    streams.out << "packed " << block.frameCount() << " slices of series " << block.metadata.seriesInstanceUID
+                << " into " << cache.string() << '\n';
     return 0;
 }
 

@@ -118,13 +118,20 @@ private:
         }
     }
 
+    /// Those that are in place, or those that an unfinished write left, a killed one's temporary files
+    /// included.
     void removeChunks(bool unfinishedOnes) const {
-        const std::string ending = ".bin.gz" + std::string(unfinishedOnes ? unfinished : "");
         std::vector<fs::path> old;
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder_))
-            if (const std::string name = entry.path().filename().string();
-                name.starts_with("chunk-") && name.ends_with(ending))
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
+            const std::string name = entry.path().filename().string();
+            const bool isUnfinished = ((name.starts_with("chunk-") || name.starts_with(".chunk-")) &&
+                                       name.find(".bin.gz" + std::string(unfinished)) != std::string::npos) ||
+                                      name.starts_with(".manifest.json.") ||
+                                      name.starts_with("manifest.json.");
+            const bool isPlaced = name.starts_with("chunk-") && name.ends_with(".bin.gz");
+            if (unfinishedOnes ? isUnfinished : isPlaced)
                 old.push_back(entry.path());
+        }
         for (const fs::path& file : old)
             fs::remove_all(file);
     }

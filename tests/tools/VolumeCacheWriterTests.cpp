@@ -102,6 +102,7 @@ TEST_F(VolumeCacheWriting, ReplacesAnEarlierCacheWhole) {
     write(image, 1);
     EXPECT_EQ(cacheFiles().size(), 7U);
     std::filesystem::create_directories(folder_.path() / "cache" / "chunk-0.bin.gz.new" / "in the way");
+    imaging::test::writeBytes(cache() + "/.chunk-3.bin.gz.new.a1B2c3", "of a killed program");
     std::filesystem::create_directories(folder_.path() / "cache" / "series");
     write(image, 100, true, "9.8.7");
     EXPECT_EQ(cacheFiles(), (std::vector<std::string>{"chunk-0.bin.gz", "manifest.json", "series"}));
