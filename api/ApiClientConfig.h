@@ -14,6 +14,8 @@ struct ApiClientConfig {
     std::int32_t transferTimeoutMs = 180000;
     std::uint64_t maximumResponseBytes = 16777216;
     std::uint64_t maximumDicomBytes = 536870912;
+    /// Of a Local Node that the cloud can stand in for: longer silence counts as a failure of the node.
+    std::int32_t localNodePatienceMs = 10'000;
     /// Seconds since the Unix epoch, for what expires; empty means the system's clock. Called from any
     /// thread.
     std::function<std::int64_t()> clock{};

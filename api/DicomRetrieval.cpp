@@ -30,7 +30,10 @@ void ZorbelApiClient::DownloadInstances(
     unsigned parallelism) const {
     if (!sink)
         throw std::invalid_argument("A DICOM download sink is required");
-    InstanceDownload(authenticatedRoute(*this, cancel), config_, sink, cancel, parallelism).run(instanceIds);
+    const ImageDataRoute route = authenticatedRoute(*this, cancel);
+    ApiClientConfig limits = config_;
+    limits.transferTimeoutMs = routeTimeoutMs(route, limits.transferTimeoutMs);
+    InstanceDownload(route, limits, sink, cancel, parallelism).run(instanceIds);
 }
 
 void ZorbelApiClient::StreamSeries(
@@ -48,7 +51,7 @@ void ZorbelApiClient::StreamSeries(
     SeriesStream(expectedInstanceIds, progress, cancel, sink, config_.maximumDicomBytes)
         .run(dicomRequest(
             QUrl(url), R"(multipart/related; type="application/dicom"; transfer-syntax=*)", route.token,
-            config_.transferTimeoutMs));
+            routeTimeoutMs(route, config_.transferTimeoutMs)));
 }
 
 } // namespace zorbel

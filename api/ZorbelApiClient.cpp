@@ -75,7 +75,13 @@ QByteArray ZorbelApiClient::proxyGet(
     if (route.token.isEmpty())
         throw notAuthenticated();
     return request(
-        "GET", QUrl(route.baseUrl + route.prefix + path), {}, {}, route.token, timeoutMs, maxBytes, cancel);
+        "GET", QUrl(route.baseUrl + route.prefix + path), {}, {}, route.token,
+        routeTimeoutMs(route, timeoutMs), maxBytes, cancel);
+}
+
+std::int32_t ZorbelApiClient::routeTimeoutMs(const ImageDataRoute& route, std::int32_t timeoutMs) const {
+    const bool replaceable = route.isLocalNode && sourceKind() == SourceKind::Automatic;
+    return replaceable ? std::min(timeoutMs, config_.localNodePatienceMs) : timeoutMs;
 }
 
 // ---- Session

@@ -135,6 +135,9 @@ public:
 private:
     struct ViewerSession;
 
+    /// The time limit for a request of image data by this route.
+    std::int32_t routeTimeoutMs(const ImageDataRoute& route, std::int32_t timeoutMs) const;
+
     std::int64_t now() const;
     void renewLocalNodeSession(const CancelFlag& cancel) const;
     QString findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const;
