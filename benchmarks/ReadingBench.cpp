@@ -164,7 +164,7 @@ void measureTurning(MainWindow& window, nlohmann::json& result) {
         QObject::connect(
             view, &imaging::VolumeView::stillFrameRendered, &connection, [&still] { still = true; });
         waitUntil([&still] { return still; }, "a 3D frame at rest");
-        resting.push_back(view->lastFrameMilliseconds());
+        resting.push_back(view->stillMilliseconds());
     }
     result["turning"] = median(std::move(turning));
     result["resting"] = median(std::move(resting));

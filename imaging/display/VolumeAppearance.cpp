@@ -1,91 +1,134 @@
 #include "imaging/display/VolumeAppearance.h"
 
-#include "imaging/display/DefaultWindow.h"
-
 #include <algorithm>
-#include <array>
-#include <cmath>
+#include <initializer_list>
 
 namespace zorbel::imaging {
 
 namespace {
 
-/// The value that divides sorted samples into two groups with the greatest variance between them (N. Otsu,
-/// 1979).
-double otsu(const std::vector<float>& sorted, std::size_t begin, std::size_t end) {
-    constexpr std::size_t bins = 256;
-    const double low = sorted[begin];
-    const double high = sorted[end - 1];
-    if (!(high > low))
-        return low;
-    std::array<double, bins> histogram{};
-    double total = 0.0;
-    for (std::size_t index = begin; index < end; ++index) {
-        const auto bin = static_cast<std::size_t>((sorted[index] - low) / (high - low) * (bins - 1));
-        histogram[bin] += 1.0;
-        total += static_cast<double>(bin);
+/// Hounsfield units, red, green, blue, opacity.
+using Look = std::initializer_list<VolumeAppearance::Point>;
+
+VolumeAppearance appearanceOf(const Look& look, const TissueScale& scale) {
+    VolumeAppearance appearance;
+    for (VolumeAppearance::Point point : look) {
+        point.value = scale.valueOf(point.value);
+        appearance.points.push_back(point);
     }
-    const auto count = static_cast<double>(end - begin);
-    double below = 0.0;
-    double sumBelow = 0.0;
-    double best = -1.0;
-    std::size_t bestBin = 0;
-    for (std::size_t bin = 0; bin + 1 < bins; ++bin) {
-        below += histogram[bin];
-        sumBelow += histogram[bin] * static_cast<double>(bin);
-        if (below == 0.0 || below == count)
-            continue;
-        const double difference = sumBelow / below - (total - sumBelow) / (count - below);
-        const double between = below * (count - below) * difference * difference;
-        if (between > best) {
-            best = between;
-            bestBin = bin;
-        }
-    }
-    return low + (static_cast<double>(bestBin) + 0.5) / (bins - 1) * (high - low);
+    return appearance;
 }
 
-struct BoneRange {
-    double begins; ///< first trace of bone
-    double dense;  ///< cortical bone and teeth
-};
+VolumeAppearance boneEdges(const TissueScale& scale) {
+    VolumeAppearance appearance = appearanceOf(
+        {{200, 0.45, 0.62, 0.80, 0.0},
+         {450, 0.62, 0.76, 0.88, 0.22},
+         {1300, 0.92, 0.94, 0.92, 0.40},
+         {2400, 1.0, 0.98, 0.86, 0.75}},
+        scale);
+    for (const auto& [perMillimetre, factor] :
+         {std::pair{120.0, 0.0}, {300.0, 0.15}, {700.0, 0.7}, {1400.0, 1.0}})
+        appearance.gradientPoints.push_back({perMillimetre * scale.slope(), factor});
+    return appearance;
+}
 
-BoneRange boneRange(const Image& image) {
-    if (image.metadata().hounsfieldUnits)
-        return {220.0, 1300.0};
-    const std::vector<float> samples = sampleValues(image);
-    if (samples.size() < 16) {
-        const double low = image.metadata().minimum;
-        const double high = std::max(image.metadata().maximum, low + 1e-6);
-        return {low + 0.5 * (high - low), high};
-    }
-    // Metal and single outliers must not stretch the histogram.
-    const std::size_t end = samples.size() - samples.size() / 2000;
-    const double tissue = otsu(samples, 0, end);
-    auto begin = static_cast<std::size_t>(
-        std::upper_bound(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(end), tissue) -
-        samples.begin());
-    if (begin + 16 > end)
-        begin = 0;
-    const double bone = otsu(samples, begin, end);
-    const double top = samples[end - 1];
-    return {bone, std::max(bone + 0.7 * (top - bone), bone + 1e-6 * std::max(1.0, std::abs(bone)))};
+/// Grey over the values' own range. What lies below the cut between background and object is left out.
+VolumeAppearance greyRamp(const TissueScale& scale) {
+    const double begins = scale.valueOf(-500.0);
+    const double span = std::max(scale.high - begins, 1e-9);
+    VolumeAppearance appearance;
+    const auto add = [&](double part, double opacity) {
+        const double grey = 0.15 + 0.85 * part;
+        appearance.points.push_back({begins + part * span, grey, grey, grey, opacity});
+    };
+    add(0.0, 0.0);
+    add(0.15, 0.05);
+    add(0.4, 0.12);
+    add(0.7, 0.4);
+    add(1.0, 0.8);
+    return appearance;
 }
 
 } // namespace
 
-VolumeAppearance boneAppearance(const Image& image) {
-    const auto [begins, dense] = boneRange(image);
-    const double span = dense - begins;
-    VolumeAppearance appearance;
-    appearance.points = {
-        {begins - 0.20 * span, 0.55, 0.25, 0.15, 0.0},
-        {begins, 0.66, 0.40, 0.26, 0.0},
-        {begins + 0.10 * span, 0.80, 0.62, 0.44, 0.12},
-        {begins + 0.35 * span, 0.92, 0.84, 0.70, 0.55},
-        {dense, 0.98, 0.95, 0.88, 0.85},
-        {dense + span, 1.0, 1.0, 1.0, 0.95}};
-    return appearance;
+VolumeAppearance volumeAppearance(VolumePreset preset, const TissueScale& scale) {
+    switch (preset) {
+    case VolumePreset::CtDefault:
+        return appearanceOf(
+            {{-600, 0.80, 0.58, 0.46, 0.0},
+             {-400, 0.80, 0.58, 0.46, 0.06},
+             {-150, 0.80, 0.58, 0.46, 0.0},
+             {200, 0.72, 0.45, 0.30, 0.0},
+             {350, 0.84, 0.66, 0.48, 0.16},
+             {700, 0.93, 0.84, 0.70, 0.55},
+             {1300, 0.98, 0.95, 0.88, 0.85},
+             {2400, 1.0, 1.0, 1.0, 0.95}},
+            scale);
+    case VolumePreset::CtBlackWhite:
+        return appearanceOf(
+            {{200, 0.12, 0.12, 0.12, 0.0},
+             {350, 0.25, 0.25, 0.25, 0.14},
+             {700, 0.50, 0.50, 0.50, 0.45},
+             {1300, 0.80, 0.80, 0.80, 0.80},
+             {2400, 1.0, 1.0, 1.0, 0.95}},
+            scale);
+    case VolumePreset::CtThorax:
+        return appearanceOf(
+            {{-600, 0.75, 0.45, 0.35, 0.0},
+             {-300, 0.80, 0.50, 0.40, 0.10},
+             {-50, 0.85, 0.55, 0.42, 0.010},
+             {60, 0.75, 0.28, 0.22, 0.018},
+             {250, 0.80, 0.50, 0.38, 0.02},
+             {500, 0.93, 0.86, 0.74, 0.30},
+             {1300, 1.0, 0.97, 0.90, 0.60}},
+            scale);
+    case VolumePreset::CtBone:
+        return appearanceOf(
+            {{250, 0.70, 0.55, 0.38, 0.0},
+             {400, 0.83, 0.72, 0.52, 0.75},
+             {800, 0.93, 0.87, 0.70, 0.97},
+             {1500, 0.99, 0.97, 0.90, 1.0},
+             {2400, 1.0, 1.0, 1.0, 1.0}},
+            scale);
+    case VolumePreset::CtBoneEdge:
+        return boneEdges(scale);
+    case VolumePreset::CtCardiac:
+        return appearanceOf(
+            {{130, 0.55, 0.05, 0.05, 0.0},
+             {220, 0.75, 0.12, 0.10, 0.12},
+             {400, 0.90, 0.30, 0.22, 0.30},
+             {600, 0.92, 0.78, 0.68, 0.30},
+             {1300, 0.95, 0.93, 0.90, 0.45},
+             {2400, 1.0, 1.0, 1.0, 0.6}},
+            scale);
+    case VolumePreset::MrGeneric:
+        return greyRamp(scale);
+    }
+    return greyRamp(scale);
+}
+
+VolumeAppearance projectionAppearance(VolumeBlendMode mode, const TissueScale& scale) {
+    const auto ramp = [&](double black, double white) {
+        VolumeAppearance appearance;
+        appearance.blendMode = mode;
+        appearance.points = {
+            {scale.valueOf(black), 0.0, 0.0, 0.0, 1.0}, {scale.valueOf(white), 1.0, 1.0, 1.0, 1.0}};
+        return appearance;
+    };
+    switch (mode) {
+    case VolumeBlendMode::Composite:
+        break;
+    case VolumeBlendMode::Mip:
+        return ramp(-100.0, 2400.0);
+    case VolumeBlendMode::MinIp:
+        return ramp(-1050.0, 150.0);
+    case VolumeBlendMode::Average: {
+        VolumeAppearance appearance = ramp(-150.0, 650.0);
+        appearance.averageAbove = scale.valueOf(-500.0);
+        return appearance;
+    }
+    }
+    return volumeAppearance(VolumePreset::CtBone, scale);
 }
 
 } // namespace zorbel::imaging

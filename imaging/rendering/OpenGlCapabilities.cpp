@@ -5,8 +5,10 @@
 
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
-#include <QOpenGLFunctions>
+#include <QOpenGLExtraFunctions>
 #include <QString>
+
+#include <utility>
 
 namespace zorbel::imaging {
 
@@ -44,7 +46,41 @@ OpenGlCapabilities measure() {
     return result;
 }
 
+/// Format of the texture that VTK makes for these voxels, and of its elements.
+std::pair<int, unsigned> textureFormat(VoxelType type) {
+    switch (type) {
+    case VoxelType::UInt8:
+    case VoxelType::Int8:
+        return {GL_R8, GL_UNSIGNED_BYTE};
+    case VoxelType::Int16:
+    case VoxelType::UInt16:
+        return {GL_R16F, GL_UNSIGNED_SHORT};
+    default:
+        return {GL_R32F, GL_FLOAT};
+    }
+}
+
 } // namespace
+
+bool OpenGlCapabilities::fitsTexture(const std::array<int, 3>& dimensions, VoxelType type) {
+    QOpenGLContext* context = QOpenGLContext::currentContext();
+    if (!context)
+        return true;
+    QOpenGLExtraFunctions* functions = context->extraFunctions();
+    const auto [format, element] = textureFormat(type);
+    constexpr int errorsAtMost = 32; // A lost context reports one for ever.
+    for (int error = 0; error < errorsAtMost && functions->glGetError() != GL_NO_ERROR; ++error) {
+    }
+    unsigned texture = 0;
+    functions->glGenTextures(1, &texture);
+    functions->glBindTexture(GL_TEXTURE_3D, texture);
+    functions->glTexImage3D(
+        GL_TEXTURE_3D, 0, format, dimensions[0], dimensions[1], dimensions[2], 0, GL_RED, element, nullptr);
+    const bool fits = functions->glGetError() == GL_NO_ERROR;
+    functions->glBindTexture(GL_TEXTURE_3D, 0);
+    functions->glDeleteTextures(1, &texture);
+    return fits;
+}
 
 const OpenGlCapabilities& OpenGlCapabilities::instance() {
     static const OpenGlCapabilities capabilities = measure();

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "imaging/VoxelType.h"
+
+#include <array>
 #include <string>
 
 namespace zorbel::imaging {
@@ -13,6 +16,10 @@ struct OpenGlCapabilities {
 
     /// Measured once, at the first call; user-interface thread, with a running QGuiApplication.
     static const OpenGlCapabilities& instance();
+
+    /// Whether a 3D texture for such voxels can be had now, next to what the graphics card already holds. An
+    /// OpenGL context must be current.
+    static bool fitsTexture(const std::array<int, 3>& dimensions, VoxelType type);
 };
 
 } // namespace zorbel::imaging

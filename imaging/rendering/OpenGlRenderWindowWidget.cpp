@@ -11,10 +11,12 @@
 #include <QVBoxLayout>
 
 #include <vtkCallbackCommand.h>
+#include <vtkCamera.h>
 #include <vtkGenericOpenGLRenderWindow.h>
 #include <vtkNew.h>
 #include <vtkOpenGLFramebufferObject.h>
 #include <vtkOpenGLState.h>
+#include <vtkRect.h>
 #include <vtkRenderer.h>
 #include <vtkSmartPointer.h>
 
@@ -67,6 +69,7 @@ protected:
         scene.window->SetForceMaximumHardwareLineWidth(1.0F);
         scene.window->OpenGLInitContext();
         scene.window->AddRenderer(scene.renderer);
+        hasPicture_ = false;
         contextWatch_ = QObject::connect(
             context(), &QOpenGLContext::aboutToBeDestroyed, this, [this] { release(); },
             Qt::DirectConnection);
@@ -74,28 +77,57 @@ protected:
 
     void paintGL() override {
         Scene& scene = *owner_->scene_;
-        const QSize pixels = size() * devicePixelRatio();
+        const QSize pixels = owner_->devicePixels();
         if (!scene.window || pixels.isEmpty())
             return;
+        const int* drawn = scene.window->GetSize();
+        const bool draws = !hasPicture_ || pixels != QSize(drawn[0], drawn[1]) || !owner_->isPictureCurrent();
         QElapsedTimer clock;
         clock.start();
-        vtkOpenGLState* state = scene.window->GetState();
-        state->Reset();
-        state->Push();
-        state->vtkglDepthFunc(GL_LEQUAL); // Qt leaves GL_LESS.
-        scene.window->SetSize(pixels.width(), pixels.height());
-        owner_->prepareFrame(pixels);
-        scene.window->Render();
+        vtkOpenGLState* state = beginDrawing(pixels);
+        if (draws) {
+            owner_->prepareFrame(pixels);
+            scene.window->Render();
+            hasPicture_ = true;
+        }
         blit(pixels);
         state->Pop();
-        QOpenGLFunctions* functions = context()->functions();
-        functions->glFinish();
-        owner_->setLastFrameMilliseconds(static_cast<double>(clock.nsecsElapsed()) / 1e6);
-        owner_->finishFrame();
+        context()->functions()->glFinish();
+        if (draws) {
+            owner_->setLastFrameMilliseconds(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+            owner_->finishFrame();
+        }
         owner_->announceFrame();
     }
 
+public:
+    /// The context must be current.
+    double renderPart(const QRect& part) {
+        Scene& scene = *owner_->scene_;
+        QElapsedTimer clock;
+        clock.start();
+        vtkOpenGLState* state = beginDrawing(owner_->devicePixels());
+        vtkCamera* camera = scene.renderer->GetActiveCamera();
+        // Holds for the next frame alone, for clearing as well as for drawing.
+        camera->SetScissorRect({part.x(), part.y(), part.width(), part.height()});
+        camera->SetUseScissor(true);
+        scene.window->Render();
+        state->Pop();
+        context()->functions()->glFinish();
+        return static_cast<double>(clock.nsecsElapsed()) / 1e6;
+    }
+
 private:
+    vtkOpenGLState* beginDrawing(const QSize& pixels) {
+        vtkGenericOpenGLRenderWindow* window = owner_->scene_->window;
+        vtkOpenGLState* state = window->GetState();
+        state->Reset();
+        state->Push();
+        state->vtkglDepthFunc(GL_LEQUAL); // Qt leaves GL_LESS.
+        window->SetSize(pixels.width(), pixels.height());
+        return state;
+    }
+
     void blit(const QSize& pixels) {
         Scene& scene = *owner_->scene_;
         vtkOpenGLState* state = scene.window->GetState();
@@ -136,6 +168,7 @@ private:
 
     OpenGlRenderWindowWidget* owner_;
     QMetaObject::Connection contextWatch_;
+    bool hasPicture_ = false; ///< something was drawn in this context
 };
 
 OpenGlRenderWindowWidget::OpenGlRenderWindowWidget(QWidget* parent)
@@ -195,6 +228,18 @@ void OpenGlRenderWindowWidget::withContext(const std::function<void()>& operatio
     operation();
     if (current && before != surface_->context())
         surface_->doneCurrent();
+}
+
+QSize OpenGlRenderWindowWidget::devicePixels() const {
+    return surface_ ? surface_->size() * surface_->devicePixelRatio() : QSize();
+}
+
+std::optional<double> OpenGlRenderWindowWidget::renderPart(const QRect& part) {
+    if (!surface_ || !scene_->window || devicePixels().isEmpty())
+        return std::nullopt;
+    double milliseconds = 0.0;
+    withContext([&] { milliseconds = surface_->renderPart(part); });
+    return milliseconds;
 }
 
 void OpenGlRenderWindowWidget::resizeEvent(QResizeEvent* event) {

@@ -2,10 +2,12 @@
 
 #include "imaging/rendering/RenderWindowWidget.h"
 
+#include <QRect>
 #include <QSurfaceFormat>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class vtkRenderWindow;
 class vtkRenderer;
@@ -38,14 +40,22 @@ public:
     QImage grabFrame() override;
 
 protected:
-    /// Called before each frame, with the context current; size in device pixels.
+    /// True: the picture drawn last, with what renderPart() added, is shown again and nothing is drawn.
+    virtual bool isPictureCurrent() const { return false; }
+    /// Called before each frame that is drawn, with the context current; size in device pixels.
     virtual void prepareFrame(const QSize& pixels) { Q_UNUSED(pixels) }
-    /// Called after each frame, with the context current; lastFrameMilliseconds() is set.
+    /// Called after each frame that was drawn, with the context current; lastFrameMilliseconds() is set.
     virtual void finishFrame() {}
 
     /// Runs an operation on the scene with the context current, if there is one, so that what VTK keeps in
     /// the context for a removed prop is freed.
     void withContext(const std::function<void()>& operation);
+
+    QSize devicePixels() const;
+    /// Draws a part of the picture over the one there; rows of device pixels count from the bottom. It is
+    /// shown with the next frame. Milliseconds until the graphics card had finished, nothing without a
+    /// context.
+    std::optional<double> renderPart(const QRect& part);
 
     void resizeEvent(QResizeEvent* event) override;
 

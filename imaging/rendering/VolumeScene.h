@@ -21,7 +21,9 @@ public:
 
     vtkVolume* volume() const { return volume_; }
     /// imageStep: screen pixels for one ray, in each direction. rayStep: voxels between two samples of a ray.
-    void setQuality(double imageStep, double rayStep);
+    /// smooth: rays begin at different depths, which hides the rings that even samples leave on surfaces.
+    void setQuality(double imageStep, double rayStep, bool smooth);
+    void setVisible(bool visible);
     void setAppearance(const VolumeAppearance& appearance);
     /// VTK reported that it could not draw the volume.
     bool hasFailed() const { return failed_; }
@@ -30,7 +32,8 @@ private:
     vtkNew<vtkGPUVolumeRayCastMapper> mapper_;
     vtkNew<vtkVolumeProperty> property_;
     vtkNew<vtkVolume> volume_;
-    double voxel_ = 1.0;
+    double voxel_ = 1.0; ///< shortest side, mm
+    double meanSpacing_ = 1.0;
     bool failed_ = false;
 };
 

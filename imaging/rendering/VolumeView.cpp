@@ -1,7 +1,6 @@
 #include "imaging/rendering/VolumeView.h"
 
 #include "app/log/Logger.h"
-#include "imaging/display/Downsample.h"
 #include "imaging/rendering/OpenGlCapabilities.h"
 #include "imaging/rendering/VolumeScene.h"
 
@@ -16,39 +15,45 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
+#include <utility>
 
 namespace zorbel::imaging {
 
 namespace {
 
-constexpr int restMilliseconds = 200;
-constexpr double movingMilliseconds = 90.0; ///< aimed at for a frame while the volume moves
-constexpr double stillMilliseconds = 700.0; ///< the most a full frame may hold the user-interface thread
+constexpr int restMilliseconds = 150;
+constexpr int showPartsMilliseconds = 250;
+constexpr double movingMilliseconds = 60.0; ///< aimed at for a frame while the volume moves
+constexpr double partMilliseconds = 35.0;   ///< aimed at for one part of the full picture
 constexpr double stillRayStep = 0.6;        ///< voxels between two samples
 constexpr double movingRayStep = 1.4;
+constexpr double roughestImageStep = 8.0;
 constexpr int softwareMaxSide = 256;
 constexpr int smallestSide = 64;
-constexpr std::size_t textureBudget = std::size_t{1} << 30;
+
+int longestSide(const Image& image) {
+    const auto& size = image.geometry().dimensions();
+    return *std::max_element(size.begin(), size.end());
+}
 
 } // namespace
 
-struct VolumeView::Prepared {
-    std::shared_ptr<const Image> volume; ///< null when it failed or was cancelled
-    VolumeAppearance appearance;
-    bool reduced = false;
-};
-
-VolumeView::VolumeView(QWidget* parent) : OpenGlRenderWindowWidget(parent) {
+VolumeView::VolumeView(QWidget* parent, VolumeLimits limits)
+    : OpenGlRenderWindowWidget(parent), limits_(std::move(limits)) {
     renderer()->GetActiveCamera()->ParallelProjectionOn();
     rest_.setSingleShot(true);
     rest_.setInterval(restMilliseconds);
-    connect(&rest_, &QTimer::timeout, this, [this] {
-        still_ = true;
-        requestUpdate();
-    });
+    connect(&rest_, &QTimer::timeout, this, &VolumeView::startRefining);
+    nextPart_.setSingleShot(true);
+    connect(&nextPart_, &QTimer::timeout, this, &VolumeView::refine);
     connect(this, &RenderWindowWidget::wheelScrolled, this, [this](int notches, Qt::KeyboardModifiers) {
         zoomBy(std::pow(1.1, notches));
+    });
+    connect(this, &RenderWindowWidget::frameRendered, this, [this] {
+        if (phase_ == Phase::Still && !announced_) {
+            announced_ = true;
+            Q_EMIT stillFrameRendered();
+        }
     });
 }
 
@@ -64,7 +69,6 @@ void VolumeView::setImage(std::shared_ptr<const Image> image) {
     cancel_.reset();
     removeScene();
     image_ = std::move(image);
-    ownAppearance_ = false;
     setNotice({});
     requestUpdate();
     if (!image_ || !hasOpenGl())
@@ -74,66 +78,45 @@ void VolumeView::setImage(std::shared_ptr<const Image> image) {
         return;
     }
     const OpenGlCapabilities& openGl = OpenGlCapabilities::instance();
-    startPreparing(openGl.software ? softwareMaxSide : std::max(openGl.max3DTextureSize, smallestSide));
+    const int most = openGl.software ? softwareMaxSide : std::max(openGl.max3DTextureSize, smallestSide);
+    startPreparing(limits_.maxSide > 0 ? std::min(limits_.maxSide, most) : most);
 }
 
 void VolumeView::clear() {
     setImage(nullptr);
 }
 
-VolumeView::Prepared VolumeView::prepare(
-    const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes,
-    const std::shared_ptr<std::atomic<bool>>& cancel) {
-    Prepared result;
-    try {
-        result.appearance = boneAppearance(*image);
-        std::array<int, 3> factors = downsampleFactors(*image, maxSide);
-        const auto bytesWith = [&](const std::array<int, 3>& by) {
-            return image->voxels().size() / static_cast<std::size_t>(by[0] * by[1] * by[2]);
-        };
-        while (bytesWith(factors) > maxBytes)
-            ++*std::min_element(factors.begin(), factors.end());
-        result.reduced = factors != std::array<int, 3>{1, 1, 1};
-        // VTK has no texture for 32-bit whole numbers.
-        const bool drawable =
-            image->voxelType() != VoxelType::Int32 && image->voxelType() != VoxelType::UInt32;
-        result.volume = !result.reduced && drawable ? image : downsample(*image, factors, cancel.get());
-    } catch (const std::exception& error) {
-        Logger::instance().error("VolumeView", "Volume preparation failed", {{"reason", error.what()}});
-        result.volume.reset();
-    }
-    return result;
-}
-
 void VolumeView::startPreparing(int maxSide) {
-    maxSide_ = maxSide;
     cancel_ = std::make_shared<std::atomic<bool>>(false);
-    auto* watcher = new QFutureWatcher<Prepared>(this);
-    connect(watcher, &QFutureWatcher<Prepared>::finished, this, [this, watcher, cancel = cancel_] {
+    auto* watcher = new QFutureWatcher<PreparedVolume>(this);
+    connect(watcher, &QFutureWatcher<PreparedVolume>::finished, this, [this, watcher, cancel = cancel_] {
         watcher->deleteLater();
         if (!*cancel)
             present(watcher->result());
     });
-    watcher->setFuture(QtConcurrent::run(&VolumeView::prepare, image_, maxSide, textureBudget, cancel_));
+    watcher->setFuture(QtConcurrent::run(&prepareVolume, image_, maxSide, limits_.maxBytes, cancel_));
 }
 
-void VolumeView::present(const Prepared& prepared) {
+void VolumeView::present(const PreparedVolume& prepared) {
     cancel_.reset();
     if (!prepared.volume) {
+        removeScene();
         setNotice(QStringLiteral("The 3D view could not be prepared: there is not enough memory."));
         return;
     }
-    if (!ownAppearance_)
-        appearance_ = prepared.appearance;
     const bool first = !scene_;
-    withContext([&] {
-        if (scene_)
-            renderer()->RemoveViewProp(scene_->volume());
-        scene_ = std::make_unique<VolumeScene>(*prepared.volume, appearance_);
-        renderer()->AddViewProp(scene_->volume());
-    });
-    framesOfVolume_ = 0;
-    costPerRay_ = 0.0;
+    removeScene();
+    if (!showScene(prepared)) {
+        retrySmaller(prepared);
+        return;
+    }
+    if (first)
+        resetCamera();
+    measureRay();
+    if (scene_->hasFailed()) {
+        retrySmaller(prepared);
+        return;
+    }
     if (prepared.reduced) {
         setNotice(
             OpenGlCapabilities::instance().software
@@ -144,15 +127,67 @@ void VolumeView::present(const Prepared& prepared) {
                       "The 3D view shows a coarser copy of the volume: the graphics card cannot hold it "
                       "whole."));
     }
-    if (first)
-        resetCamera();
     interact();
     Q_EMIT volumeReady();
 }
 
+/// False when OpenGL has no room for the volume.
+bool VolumeView::showScene(const PreparedVolume& prepared) {
+    bool fits = true;
+    withContext([&] {
+        const auto& size = prepared.volume->geometry().dimensions();
+        const VoxelType type = prepared.volume->voxelType();
+        fits = limits_.fits ? limits_.fits(size, type) : OpenGlCapabilities::fitsTexture(size, type);
+        if (!fits)
+            return;
+        prepared_ = prepared;
+        scene_ = std::make_unique<VolumeScene>(*prepared.volume, VolumeAppearance());
+        scene_->setVisible(renderingEnabled_);
+        renderer()->AddViewProp(scene_->volume());
+    });
+    if (fits)
+        updateAppearance();
+    return fits;
+}
+
+void VolumeView::retrySmaller(const PreparedVolume& prepared) {
+    const int smaller = (longestSide(*prepared.volume) + 1) / 2;
+    removeScene();
+    requestUpdate();
+    if (smaller < smallestSide) {
+        setNotice(QStringLiteral("The 3D view could not be drawn: the graphics card is out of memory."));
+        return;
+    }
+    Logger::instance().warn(
+        "VolumeView", "Volume could not be drawn; trying a coarser copy",
+        {{"longestSide", std::to_string(smaller)}});
+    startPreparing(smaller);
+}
+
+/// Draws a little of the middle, first for shaders and textures, then for the clock, so that already the
+/// first frame casts as many rays as there is time for.
+void VolumeView::measureRay() {
+    framesOfVolume_ = 0;
+    costPerRay_ = 0.0;
+    constexpr int side = 48;
+    const QSize pixels = devicePixels();
+    if (!renderingEnabled_ || pixels.width() < side || pixels.height() < side)
+        return;
+    scene_->setQuality(1.0, movingRayStep, false);
+    renderer()->ResetCameraClippingRange();
+    const QRect middle((pixels.width() - side) / 2, (pixels.height() - side) / 2, side, side);
+    if (!renderPart(middle) || scene_->hasFailed())
+        return;
+    // The middle is the thickest place; the picture's mean is about half of it.
+    if (const auto milliseconds = renderPart(middle))
+        costPerRay_ = 0.5 * *milliseconds / (side * side / movingRayStep);
+}
+
 void VolumeView::removeScene() {
     rest_.stop();
-    still_ = false;
+    nextPart_.stop();
+    phase_ = Phase::Moving;
+    prepared_ = {};
     if (!scene_)
         return;
     withContext([this] {
@@ -168,12 +203,49 @@ void VolumeView::setNotice(const QString& notice) {
     Q_EMIT noticeChanged(notice_);
 }
 
-void VolumeView::setAppearance(const VolumeAppearance& appearance) {
-    appearance_ = appearance;
-    ownAppearance_ = true;
-    if (scene_)
-        scene_->setAppearance(appearance_);
+void VolumeView::updateAppearance() {
+    if (!scene_)
+        return;
+    scene_->setAppearance(
+        blendMode_ == VolumeBlendMode::Composite ? volumeAppearance(preset_, prepared_.scale)
+                                                 : projectionAppearance(blendMode_, prepared_.scale));
+}
+
+void VolumeView::setPreset(VolumePreset preset) {
+    if (preset_ == preset)
+        return;
+    preset_ = preset;
+    updateAppearance();
     interact();
+}
+
+void VolumeView::setBlendMode(VolumeBlendMode mode) {
+    if (blendMode_ == mode)
+        return;
+    blendMode_ = mode;
+    updateAppearance();
+    interact();
+}
+
+void VolumeView::setRenderingEnabled(bool enabled) {
+    if (renderingEnabled_ == enabled)
+        return;
+    renderingEnabled_ = enabled;
+    if (scene_)
+        scene_->setVisible(enabled);
+    interact();
+}
+
+void VolumeView::setPaused(bool paused) {
+    if (paused_ == paused)
+        return;
+    paused_ = paused;
+    if (paused_) {
+        rest_.stop();
+        nextPart_.stop();
+    } else {
+        interact();
+    }
 }
 
 void VolumeView::resetCamera() {
@@ -270,68 +342,119 @@ void VolumeView::panBy(const QPointF& pixels) {
 }
 
 void VolumeView::interact() {
-    still_ = false;
-    rest_.start();
+    phase_ = Phase::Moving;
+    nextPart_.stop();
+    if (!paused_)
+        rest_.start();
     requestUpdate();
     Q_EMIT viewChanged();
 }
 
-double VolumeView::imageStep(bool still) const {
+double VolumeView::devicePixelCount() const {
+    const QSize pixels = devicePixels();
+    return std::max(1.0, static_cast<double>(pixels.width()) * pixels.height());
+}
+
+double VolumeView::movingImageStep() const {
     const bool software = OpenGlCapabilities::instance().software;
     const double lowest = software ? 1.5 : 1.0;
-    if (costPerRay_ <= 0.0) {
-        if (!software)
-            return lowest;
-        return still ? 2.0 : 4.0;
-    }
-    const double pixels = width() * height() * devicePixelRatioF() * devicePixelRatioF();
-    const double full = costPerRay_ * pixels;
-    const double step = still ? std::clamp(std::sqrt(full / stillRayStep / stillMilliseconds), lowest, 6.0)
-                              : std::clamp(std::sqrt(full / movingRayStep / movingMilliseconds), lowest, 8.0);
+    if (costPerRay_ <= 0.0)
+        return software ? 4.0 : lowest;
+    const double full = costPerRay_ * devicePixelCount() / movingRayStep;
     // Half steps keep VTK from making new buffers with every frame.
-    return std::ceil(step * 2.0) / 2.0;
+    const double step = std::ceil(std::sqrt(full / movingMilliseconds) * 2.0) / 2.0;
+    return std::clamp(step, lowest, roughestImageStep);
+}
+
+bool VolumeView::isPictureCurrent() const {
+    return paused_ || phase_ != Phase::Moving;
 }
 
 void VolumeView::prepareFrame(const QSize&) {
+    // Also when the picture got lost after it was complete, with its OpenGL context.
+    phase_ = Phase::Moving;
+    nextPart_.stop();
     if (!scene_)
         return;
-    scene_->setQuality(imageStep(still_), still_ ? stillRayStep : movingRayStep);
+    scene_->setQuality(movingImageStep(), movingRayStep, false);
     renderer()->ResetCameraClippingRange();
 }
 
 void VolumeView::finishFrame() {
-    if (!scene_)
+    if (!scene_ || !renderingEnabled_)
         return;
     if (scene_->hasFailed()) {
-        const int smaller = std::min(maxSide_, 512) / 2;
-        if (smaller >= smallestSide && !cancel_) {
-            Logger::instance().warn("VolumeView", "Volume could not be drawn; trying a coarser copy");
-            startPreparing(smaller);
-        } else if (!cancel_) {
-            setNotice(QStringLiteral("The 3D view could not be drawn: the graphics card is out of memory."));
-        }
+        // Not from within the frame: it removes the scene.
+        if (!cancel_)
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    if (scene_ && scene_->hasFailed() && !cancel_)
+                        retrySmaller(PreparedVolume(prepared_));
+                },
+                Qt::QueuedConnection);
         return;
     }
-    const double step = imageStep(still_);
-    // The first frame builds shaders and textures.
+    // The first frame may build shaders and textures.
     if (++framesOfVolume_ > 1) {
-        const double pixels = width() * height() * devicePixelRatioF() * devicePixelRatioF();
-        const double rays = std::max(pixels / (step * step), 1.0) / (still_ ? stillRayStep : movingRayStep);
+        const double step = movingImageStep();
+        const double rays = std::max(devicePixelCount() / (step * step), 1.0) / movingRayStep;
         const double cost = lastFrameMilliseconds() / rays;
-        costPerRay_ = costPerRay_ <= 0.0 ? cost : 0.7 * costPerRay_ + 0.3 * cost;
+        costPerRay_ = costPerRay_ <= 0.0 ? cost : 0.6 * costPerRay_ + 0.4 * cost;
     }
-    if (!still_)
-        return;
-    if (imageStep(true) < step) { // cheaper than the frames before had let expect: a finer one is affordable
+    if (!rest_.isActive() && !paused_)
         rest_.start();
+}
+
+void VolumeView::startRefining() {
+    // A hidden view starts anew with the frame that shows it.
+    if (!scene_ || !renderingEnabled_ || paused_ || !isVisible())
+        return;
+    phase_ = Phase::Refining;
+    announced_ = false;
+    tiles_ = PictureTiles(devicePixels());
+    partsMs_ = 0.0;
+    longestMs_ = 0.0;
+    partPixels_ =
+        costPerRay_ > 0.0 ? 0.5 * partMilliseconds * stillRayStep / costPerRay_ : devicePixelCount();
+    scene_->setQuality(1.0, stillRayStep, true);
+    renderer()->ResetCameraClippingRange();
+    sinceShown_.start();
+    nextPart_.start(0);
+}
+
+void VolumeView::refine() {
+    if (phase_ != Phase::Refining || !scene_)
+        return;
+    const QRect part = tiles_.next(partPixels_);
+    const auto milliseconds = renderPart(part);
+    if (!milliseconds) {
+        phase_ = Phase::Moving;
         return;
     }
-    // Not for a volume that has gone until then.
-    const auto announce = [this, drawn = scene_.get()] {
-        if (scene_.get() == drawn)
-            Q_EMIT stillFrameRendered();
-    };
-    QMetaObject::invokeMethod(this, announce, Qt::QueuedConnection);
+    if (scene_->hasFailed()) {
+        retrySmaller(PreparedVolume(prepared_));
+        return;
+    }
+    partsMs_ += *milliseconds;
+    longestMs_ = std::max(longestMs_, *milliseconds);
+    // Empty places take no time and say nothing about what comes next.
+    const double pixels = static_cast<double>(part.width()) * part.height();
+    const double affordable = pixels * partMilliseconds / std::max(*milliseconds, 0.01);
+    const double usual = partMilliseconds * stillRayStep / std::max(costPerRay_, 1e-9);
+    partPixels_ = std::min({affordable, usual, 2.0 * pixels});
+    if (tiles_.isDone()) {
+        phase_ = Phase::Still;
+        stillMs_ = partsMs_;
+        longestPartMs_ = longestMs_;
+        requestUpdate();
+        return;
+    }
+    if (sinceShown_.elapsed() > showPartsMilliseconds) {
+        sinceShown_.restart();
+        requestUpdate();
+    }
+    nextPart_.start(0);
 }
 
 void VolumeView::mousePressEvent(QMouseEvent* event) {
@@ -343,7 +466,7 @@ void VolumeView::mouseMoveEvent(QMouseEvent* event) {
     const QPointF moved = event->position() - lastPosition_;
     lastPosition_ = event->position();
     const bool shift = event->modifiers().testFlag(Qt::ShiftModifier);
-    if (!scene_ || event->buttons() == Qt::NoButton)
+    if (!scene_ || paused_ || event->buttons() == Qt::NoButton)
         return;
     if (event->buttons().testFlag(Qt::LeftButton) && !shift) {
         constexpr double degreesAcross = 240.0;

@@ -4,7 +4,10 @@
 #include "imaging/display/VolumeAppearance.h"
 #include "imaging/planes/OrientationLabels.h"
 #include "imaging/rendering/OpenGlRenderWindowWidget.h"
+#include "imaging/rendering/PictureTiles.h"
+#include "imaging/rendering/VolumePreparation.h"
 
+#include <QElapsedTimer>
 #include <QPointF>
 #include <QString>
 #include <QTimer>
@@ -21,13 +24,14 @@ class VolumeScene;
 ///
 /// The volume is prepared on a background thread (histogram; a coarser copy where the graphics card cannot
 /// hold it, or where the processor draws), so it appears some time after setImage(). While the reader moves
-/// it, and for the first picture, fewer rays are cast; the full picture follows after a moment of rest. How
-/// many rays either takes is found from the measured time of each frame. User-interface thread.
+/// it, fewer rays are cast, as many as the measured time allows. After a moment of rest the full picture is
+/// drawn in parts from the event loop, so that the next movement is served at once; the parts done are shown
+/// meanwhile. User-interface thread.
 class VolumeView : public OpenGlRenderWindowWidget {
     Q_OBJECT
 
 public:
-    explicit VolumeView(QWidget* parent = nullptr);
+    explicit VolumeView(QWidget* parent = nullptr, VolumeLimits limits = {});
     ~VolumeView() override;
 
     /// Null is clear(). An image that is no volume (Image::isVolumetric) is not drawn; notice() says so.
@@ -49,22 +53,37 @@ public:
     /// Letters of the directions that point to the edges now.
     OrientationLabels orientationLabels() const;
 
-    /// Replaces the appearance chosen for the image; kept until the next setImage().
-    void setAppearance(const VolumeAppearance& appearance);
-    const VolumeAppearance& appearance() const { return appearance_; }
+    /// How the volume looks; kept over images, as is the camera by these calls.
+    void setPreset(VolumePreset preset);
+    VolumePreset preset() const { return preset_; }
+    void setBlendMode(VolumeBlendMode mode);
+    VolumeBlendMode blendMode() const { return blendMode_; }
+    /// Off: no rays are cast and the view is black; kept over images. Not QWidget::setEnabled(), which would
+    /// take mouse and keyboard away as well.
+    void setRenderingEnabled(bool enabled);
+    bool isRenderingEnabled() const { return renderingEnabled_; }
+    /// Paused: no rays are cast, the last picture stays and gestures are ignored; what changed meanwhile
+    /// shows when it goes on.
+    void setPaused(bool paused);
+    bool isPaused() const { return paused_; }
 
     /// For the reader: why there is no picture, or only a reduced one; empty when all is well.
     const QString& notice() const { return notice_; }
+
+    /// What the last picture in full quality took in all, and the longest of its parts; 0 before the first.
+    double stillMilliseconds() const { return stillMs_; }
+    double longestPartMilliseconds() const { return longestPartMs_; }
 
 Q_SIGNALS:
     void volumeReady();
     /// Turned, moved, zoomed or resized.
     void viewChanged();
     void noticeChanged(const QString& notice);
-    /// After a frame in full quality; delivered from the event loop.
+    /// The picture in full quality is shown; delivered from the event loop.
     void stillFrameRendered();
 
 protected:
+    bool isPictureCurrent() const override;
     void prepareFrame(const QSize& pixels) override;
     void finishFrame() override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -72,32 +91,50 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    struct Prepared;
-    static Prepared prepare(
-        const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes,
-        const std::shared_ptr<std::atomic<bool>>& cancel);
+    /// Of the picture: being moved, being redrawn in parts, complete.
+    enum class Phase { Moving, Refining, Still };
+
     void startPreparing(int maxSide);
-    void present(const Prepared& prepared);
+    void present(const PreparedVolume& prepared);
+    bool showScene(const PreparedVolume& prepared);
+    void retrySmaller(const PreparedVolume& prepared);
+    void measureRay();
+    void updateAppearance();
     void setNotice(const QString& notice);
     void interact();
+    void startRefining();
+    void refine();
     void removeScene();
     void resetScale();
-    double imageStep(bool still) const;
+    double movingImageStep() const;
+    double devicePixelCount() const;
 
+    VolumeLimits limits_;
     std::shared_ptr<const Image> image_;
+    PreparedVolume prepared_; ///< what scene_ draws
     std::unique_ptr<VolumeScene> scene_;
-    VolumeAppearance appearance_;
-    bool ownAppearance_ = false;                ///< set by setAppearance()
+    VolumePreset preset_ = VolumePreset::CtDefault;
+    VolumeBlendMode blendMode_ = VolumeBlendMode::Composite;
+    bool renderingEnabled_ = true;
+    bool paused_ = false;
     std::shared_ptr<std::atomic<bool>> cancel_; ///< of the preparation now running
     QString notice_;
-    QTimer rest_;
     QPointF lastPosition_;
-    int maxSide_ = 0;
-    bool still_ = false;
     bool fitted_ = true;
+
+    Phase phase_ = Phase::Moving;
+    QTimer rest_;
+    QTimer nextPart_;
+    PictureTiles tiles_;
+    QElapsedTimer sinceShown_;
+    bool announced_ = true; ///< stillFrameRendered() was emitted for this picture
     int framesOfVolume_ = 0;
-    double costPerRay_ =
-        0.0; ///< milliseconds for one ray that samples every voxel once; 0 before it is measured
+    double costPerRay_ = 0.0; ///< ms for one ray that samples every voxel once; 0 before it is measured
+    double partPixels_ = 0.0; ///< of the next part
+    double partsMs_ = 0.0;
+    double longestMs_ = 0.0;
+    double stillMs_ = 0.0;
+    double longestPartMs_ = 0.0;
 };
 
 } // namespace zorbel::imaging

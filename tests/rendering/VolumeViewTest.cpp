@@ -94,6 +94,7 @@ TEST_P(VolumeSides, ShowTheMarkerWhereItLies) {
     VolumeView view;
     view.resize(300, 300);
     view.show();
+    view.setPreset(VolumePreset::CtBone);
     view.setImage(image);
     // From the front: the patient's left on the right, the head above.
     const Spot front = spotOf(stillPicture(view));
@@ -133,6 +134,7 @@ TEST(VolumeView, DrawsEveryVoxelType) {
     VolumeView view;
     view.resize(240, 240);
     view.show();
+    view.setPreset(VolumePreset::CtBone);
     for (const auto& image : images) {
         view.setImage(image);
         const Spot spot = spotOf(stillPicture(view));
@@ -170,6 +172,7 @@ TEST(VolumeView, TurnsWithTheDragAndRefinesAtRest) {
     VolumeView view;
     view.resize(240, 240);
     view.show();
+    view.setPreset(VolumePreset::CtBone);
     view.setImage(ballImage<std::int16_t>(
         cube({1, 0, 0}, {0, 1, 0}), VoxelType::Int16, {16.0, -12.0, 0.0}, -1000.0, 40.0, 1500.0, true));
     const Spot before = spotOf(stillPicture(view));

@@ -1,0 +1,37 @@
+#include "imaging/rendering/VolumePreparation.h"
+
+#include "app/log/Logger.h"
+#include "imaging/display/Downsample.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace zorbel::imaging {
+
+PreparedVolume prepareVolume(
+    const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes,
+    const std::shared_ptr<std::atomic<bool>>& cancel) {
+    PreparedVolume result;
+    try {
+        result.scale = TissueScale::of(*image);
+        std::array<int, 3> factors = downsampleFactors(*image, maxSide);
+        const auto bytesWith = [&](const std::array<int, 3>& by) {
+            return image->voxels().size() /
+                   (static_cast<std::size_t>(by[0]) * static_cast<std::size_t>(by[1]) *
+                    static_cast<std::size_t>(by[2]));
+        };
+        while (bytesWith(factors) > std::max<std::size_t>(maxBytes, 1))
+            ++*std::min_element(factors.begin(), factors.end());
+        result.reduced = factors != std::array<int, 3>{1, 1, 1};
+        // VTK has no texture for 32-bit whole numbers.
+        const bool drawable =
+            image->voxelType() != VoxelType::Int32 && image->voxelType() != VoxelType::UInt32;
+        result.volume = !result.reduced && drawable ? image : downsample(*image, factors, cancel.get());
+    } catch (const std::exception& error) {
+        Logger::instance().error("VolumeView", "Volume preparation failed", {{"reason", error.what()}});
+        result.volume.reset();
+    }
+    return result;
+}
+
+} // namespace zorbel::imaging
