@@ -14,6 +14,11 @@ fi
 shift || true
 scripts/build.sh --preset fuzz fuzz_targets
 
+# The targets' scratch files: in memory where the system has such a place.
+TMPDIR=$(mktemp -d -p /dev/shm zorbel-fuzz.XXXXXX 2>/dev/null || mktemp -d)
+export TMPDIR
+trap 'rm -rf "$TMPDIR"' EXIT
+
 fuzz_one() { # seconds, target
     local folder=build/fuzz/findings/$2 new=build/fuzz/corpus/$2 seeds=fuzz/corpus/$2 finding
     local -a options=(-max_total_time="$1" -artifact_prefix="$folder/" -timeout=20 -rss_limit_mb=2048 -max_len=16384
