@@ -154,8 +154,7 @@ void ZorbelApiClient::renewLocalNodeSession(const CancelFlag& cancel) const {
         "GET", QUrl(baseUrl + QStringLiteral("/api/local-node/desktop/identity")), {}, {}, token,
         std::min(config_.requestTimeoutMs, identityTimeoutMs), config_.maximumResponseBytes, cancel);
     const QJsonObject identity = parseObject(identityBody, QStringLiteral("Zorbel local node identity"));
-    if (organizationId.isEmpty() ||
-        identity.value(QLatin1String("organizationId")).toString() != organizationId)
+    if (identity.value(QLatin1String("organizationId")).toString() != organizationId)
         throw ZorbelApiError("Local Node belongs to a different Zorbel organization");
 
     const std::int64_t expiry = expiryOf(session, now());
@@ -285,6 +284,7 @@ QString ZorbelApiClient::resolveStudyOnLocalNode(const QString& studyInstanceUid
         const std::lock_guard lock(mutex_);
         LocalNodeSelection& node = session_->localNode;
         if (node.generation == generation) {
+            // The node may have moved; the next attempt asks the service where to.
             node.closeSession();
             if (kind == SourceKind::Automatic)
                 node.retryAfter = retryAfter;

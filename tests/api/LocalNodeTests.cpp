@@ -392,6 +392,23 @@ TEST_F(LocalNode, ThatMerelyLacksAStudyIsAskedForTheNext) {
     EXPECT_STREQ(failureOf([&] { resolve(); }).what(), unresolved);
 }
 
+TEST_F(LocalNode, IsLookedUpAnewAfterAFailureAndAtTheUsersWish) {
+    useNode(SourceKind::Automatic);
+    resolve();
+    nodeSays("resolve-study", 503, "{}");
+    EXPECT_EQ(resolve(), "");
+    allWellAgain();
+    time_ += 60;
+    EXPECT_EQ(resolve(), "study-on-node");
+    EXPECT_EQ(sessionsAskedFor(), 2U);
+
+    EXPECT_TRUE(client_->abandonLocalNode());
+    EXPECT_EQ(resolve(), "");
+    client_->openLocalNodeSession();
+    EXPECT_EQ(resolve(), "study-on-node");
+    EXPECT_EQ(sessionsAskedFor(), 3U);
+}
+
 TEST_F(LocalNode, AddressMustBeOneToJoinPathsTo) {
     const auto open = [this](const QString& baseUrl) {
         const QJsonObject reply{{"baseUrl", baseUrl}, {"token", "n0de"}};
