@@ -40,10 +40,12 @@ TEST(CrosshairModel, staysWithinTheVoxelGridAlongTheVolumesOwnAxes) {
     CrosshairModel crosshair;
     const ImageGeometry geometry = tiltedGeometry();
     crosshair.setGeometry(geometry);
-    const Vector3 inside = geometry.indexToWorld({3.25, 18.9, 0.5});
-    EXPECT_TRUE(crosshair.moveTo(inside));
-    EXPECT_EQ(crosshair.point(), inside); // to the last bit
-    EXPECT_FALSE(crosshair.moveTo(inside));
+    for (int step = 1; step < 40; ++step) { // to the last bit, or a point set twice would seem to move
+        const Vector3 inside = geometry.indexToWorld({0.253 * step, 0.477 * step, 0.1 * step});
+        EXPECT_TRUE(crosshair.moveTo(inside));
+        EXPECT_EQ(crosshair.point(), inside);
+        EXPECT_FALSE(crosshair.moveTo(inside));
+    }
 
     EXPECT_TRUE(crosshair.moveTo(geometry.indexToWorld({3.25, 40.0, -7.0})));
     const Vector3 index = geometry.worldToIndex(crosshair.point());

@@ -120,6 +120,10 @@ TEST(MprGuide, placesHandlesSymmetricallyByTheWayAlongTheDirection) {
         EXPECT_NEAR(points.rotation[0].x, x + 34.0, 1e-9);
         EXPECT_NEAR(points.slab[0].x, x + 68.0, 1e-9);
     }
+    MprGuide::View view = guide.view();
+    view.center = {250.0, 500.0}; // below the widget, which the level line never meets
+    guide.setView(view);
+    EXPECT_NEAR(guide.handles(1).rotation[0].x, 250.0 + 34.0, 1e-9);
 }
 
 TEST(MprGuide, hitsWithinTheRadii) {

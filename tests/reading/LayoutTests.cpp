@@ -143,6 +143,8 @@ TEST(LayoutModel, focusesTheVolumeAndRestoresWhatWasThere) {
     model.toggleVolumeFocus();
     EXPECT_EQ(model.toggleMaximise(model.activeViewport()).layoutText, "Axial maximised");
     EXPECT_FALSE(model.isVolumeFocused());
+    model.toggleVolumeFocus();
+    EXPECT_EQ(model.toggleMaximise(AxialViewport).layoutText, "Axial maximised");
     EXPECT_TRUE(model.cellPlan().cells[AxialViewport].visible);
 }
 

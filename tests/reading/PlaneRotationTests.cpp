@@ -114,6 +114,10 @@ TEST(MprPlanes, turnsByTheAngleAboutTheSourceAsItNowStands) {
     const PlaneBases& after = planes.storedBases();
     EXPECT_EQ(after[1], before[1]);
     for (const std::size_t plane : {0U, 2U}) {
+        // The part along the axis of the turn stays: the picture in the plane does not turn by itself.
+        EXPECT_NEAR(
+            imaging::dot(after[plane].axis0, before[1].normal()),
+            imaging::dot(before[plane].axis0, before[1].normal()), 1e-12);
         EXPECT_NEAR(imaging::dot(after[plane].normal(), before[plane].normal()), std::cos(0.2), 1e-12);
         EXPECT_NEAR(
             imaging::dot(imaging::cross(before[plane].normal(), after[plane].normal()), before[1].normal()),
