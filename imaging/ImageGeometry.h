@@ -34,7 +34,8 @@ public:
     const Vector3& origin() const { return origin_; }
     const Vector3& row() const { return row_; }
     const Vector3& column() const { return column_; }
-    /// row × column, the direction in which slices are counted.
+    /// row × column. Slices are counted along it, save in a left-handed grid: its sliceStep() points against
+    /// it.
     Vector3 normal() const { return cross(row_, column_); }
     const Vector3& sliceStep() const { return sliceStep_; }
     /// 3 × 3, row-major; its columns are row(), column() and normal().

@@ -5,8 +5,11 @@
 #include "cache/volume/ChunkDecompressor.h"
 #include "imaging/VoxelBuffer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <span>
+#include <system_error>
+#include <thread>
 
 namespace zorbel {
 
@@ -32,6 +35,22 @@ placeOf(const ChunkEntry& chunk, std::uint64_t sliceBytes, const ZorbelVolumeDat
     return {volume.voxels.get() + start * sliceBytes, static_cast<std::size_t>(bytes)};
 }
 
+/// Prepares the volume's memory ahead of the chunks, until it is destroyed; without a thread to be had, each
+/// page comes when it is first written to.
+std::jthread prepareMemory(const ZorbelVolumeData& volume) {
+    const auto prepare = [begin = volume.voxels.get(),
+                          length = volume.byteLength](const std::stop_token& stop) {
+        constexpr std::size_t step = std::size_t{8} << 20U;
+        for (std::size_t offset = 0; offset < length && !stop.stop_requested(); offset += step)
+            imaging::provideMemory(begin + offset, std::min(step, length - offset));
+    };
+    try {
+        return std::jthread(prepare);
+    } catch (const std::system_error&) {
+        return {};
+    }
+}
+
 } // namespace
 
 ZorbelVolumeData VoxelAssembler::assemble(
@@ -52,6 +71,7 @@ ZorbelVolumeData VoxelAssembler::assemble(
     volume.byteLength = static_cast<std::size_t>(layout.volumeBytes);
     volume.voxels = imaging::newVoxelBuffer(volume.byteLength);
 
+    const std::jthread memory = prepareMemory(volume);
     for (const ChunkEntry& chunk : layout.chunks) {
         CacheLoadCancelled::throwIfSet(cancel);
         // Straight to its place: no second buffer to fill and to copy.
