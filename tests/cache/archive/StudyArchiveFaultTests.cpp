@@ -70,6 +70,8 @@ protected:
                 EXPECT_TRUE(isKnownText(run.exception));
             }
 
+            // A writer that lives on puts back itself what it moved away, unless the disk is gone for good.
+            EXPECT_TRUE(!before || run.killed || kind.lasting || fs::exists(archive));
             const auto found = verify();
             const Contents after = verified();
             EXPECT_NE(found.state, State::Damaged) << found.reason;

@@ -175,7 +175,9 @@ TEST_F(StudyArchiveReaderTest, TheCopyOfAKilledWriterIsPutBackByTheNextReaderOrW
         store(oldContents());
         fs::rename(archive, beside(".replaced-0"));
         fs::create_directories(beside(".staging-0") / "half");
-        fs::create_directory_symlink(root, beside(".replaced-link"));
+        fs::create_directories(root / "newer");
+        fs::last_write_time(root / "newer", fs::file_time_type::clock::now() + std::chrono::hours(1));
+        fs::create_directory_symlink(root / "newer", beside(".replaced-link"));
         {
             const auto living = FileLock::tryAcquire(beside(".lock"));
             ASSERT_TRUE(living);
