@@ -56,7 +56,7 @@ VolumeAppearance volumeAppearance(VolumePreset preset, const TissueScale& scale)
     case VolumePreset::CtDefault:
         return appearanceOf(
             {{-600, 0.80, 0.58, 0.46, 0.0},
-             {-400, 0.80, 0.58, 0.46, 0.06},
+             {-400, 0.80, 0.58, 0.46, 0.13},
              {-150, 0.80, 0.58, 0.46, 0.0},
              {200, 0.72, 0.45, 0.30, 0.0},
              {350, 0.84, 0.66, 0.48, 0.16},
@@ -107,7 +107,8 @@ VolumeAppearance volumeAppearance(VolumePreset preset, const TissueScale& scale)
     return greyRamp(scale);
 }
 
-VolumeAppearance projectionAppearance(VolumeBlendMode mode, const TissueScale& scale) {
+VolumeAppearance
+projectionAppearance(VolumeBlendMode mode, const TissueScale& scale, std::optional<double> outside) {
     const auto ramp = [&](double black, double white) {
         VolumeAppearance appearance;
         appearance.blendMode = mode;
@@ -120,8 +121,15 @@ VolumeAppearance projectionAppearance(VolumeBlendMode mode, const TissueScale& s
         break;
     case VolumeBlendMode::Mip:
         return ramp(-100.0, 2400.0);
-    case VolumeBlendMode::MinIp:
-        return ramp(-1050.0, 150.0);
+    case VolumeBlendMode::MinIp: {
+        VolumeAppearance appearance = ramp(-1050.0, 150.0);
+        const double white = appearance.points.back().value;
+        if (outside && *outside > white) {
+            appearance.points.push_back({white + 0.9 * (*outside - white), 1.0, 1.0, 1.0, 1.0});
+            appearance.points.push_back({*outside, 0.0, 0.0, 0.0, 0.0});
+        }
+        return appearance;
+    }
     case VolumeBlendMode::Average: {
         VolumeAppearance appearance = ramp(-150.0, 650.0);
         appearance.averageAbove = scale.valueOf(-500.0);

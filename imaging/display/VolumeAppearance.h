@@ -3,6 +3,7 @@
 #include "imaging/display/TissueScale.h"
 #include "imaging/display/VolumePreset.h"
 
+#include <optional>
 #include <vector>
 
 namespace zorbel::imaging {
@@ -41,7 +42,9 @@ struct VolumeAppearance {
 VolumeAppearance volumeAppearance(VolumePreset preset, const TissueScale& scale);
 
 /// Grey over a window in which the projection can be read; the preset plays no part. Composite gives a bone
-/// look.
-VolumeAppearance projectionAppearance(VolumeBlendMode mode, const TissueScale& scale);
+/// look. outside: the value of a WithoutOutsideAir, which shows as nothing in the projection of the least
+/// value.
+VolumeAppearance projectionAppearance(
+    VolumeBlendMode mode, const TissueScale& scale, std::optional<double> outside = std::nullopt);
 
 } // namespace zorbel::imaging

@@ -2,6 +2,7 @@
 
 #include "app/log/Logger.h"
 #include "imaging/display/Downsample.h"
+#include "imaging/display/OutsideAir.h"
 
 #include <algorithm>
 #include <exception>
@@ -9,7 +10,7 @@
 namespace zorbel::imaging {
 
 PreparedVolume prepareVolume(
-    const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes,
+    const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes, bool leaveOutsideAirOut,
     const std::shared_ptr<std::atomic<bool>>& cancel) {
     PreparedVolume result;
     try {
@@ -27,6 +28,12 @@ PreparedVolume prepareVolume(
         const bool drawable =
             image->voxelType() != VoxelType::Int32 && image->voxelType() != VoxelType::UInt32;
         result.volume = !result.reduced && drawable ? image : downsample(*image, factors, cancel.get());
+        if (leaveOutsideAirOut && result.volume) {
+            const WithoutOutsideAir inside = withoutOutsideAir(
+                *result.volume, result.scale.valueOf(-500.0), result.scale.high, cancel.get());
+            result.volume = inside.image;
+            result.outside = inside.outside;
+        }
     } catch (const std::exception& error) {
         Logger::instance().error("VolumeView", "Volume preparation failed", {{"reason", error.what()}});
         result.volume.reset();

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace zorbel::imaging {
 
@@ -24,12 +25,13 @@ struct PreparedVolume {
     std::shared_ptr<const Image> volume; ///< null when it failed (logged) or was cancelled
     TissueScale scale;                   ///< of the volume in full resolution
     bool reduced = false;                ///< coarser than the image
+    std::optional<double> outside; ///< the value that the air around the patient was given, if asked for
 };
 
-/// The image itself or, where it is too large or VTK has no texture for its voxels, a copy. Blocks; any
-/// thread.
+/// The image itself or, where it is too large, VTK has no texture for its voxels or the air around the
+/// patient is to be left out, a copy. Blocks; any thread.
 PreparedVolume prepareVolume(
-    const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes,
+    const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes, bool leaveOutsideAirOut,
     const std::shared_ptr<std::atomic<bool>>& cancel);
 
 } // namespace zorbel::imaging

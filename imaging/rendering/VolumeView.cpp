@@ -69,6 +69,7 @@ void VolumeView::setImage(std::shared_ptr<const Image> image) {
     cancel_.reset();
     removeScene();
     image_ = std::move(image);
+    framed_ = false;
     setNotice({});
     requestUpdate();
     if (!image_ || !hasOpenGl())
@@ -87,6 +88,9 @@ void VolumeView::clear() {
 }
 
 void VolumeView::startPreparing(int maxSide) {
+    if (cancel_)
+        *cancel_ = true;
+    maxSide_ = maxSide;
     cancel_ = std::make_shared<std::atomic<bool>>(false);
     auto* watcher = new QFutureWatcher<PreparedVolume>(this);
     connect(watcher, &QFutureWatcher<PreparedVolume>::finished, this, [this, watcher, cancel = cancel_] {
@@ -94,27 +98,23 @@ void VolumeView::startPreparing(int maxSide) {
         if (!*cancel)
             present(watcher->result());
     });
-    watcher->setFuture(QtConcurrent::run(&prepareVolume, image_, maxSide, limits_.maxBytes, cancel_));
+    watcher->setFuture(QtConcurrent::run(
+        &prepareVolume, image_, maxSide, limits_.maxBytes, blendMode_ == VolumeBlendMode::MinIp, cancel_));
 }
 
 void VolumeView::present(const PreparedVolume& prepared) {
     cancel_.reset();
-    if (!prepared.volume) {
-        removeScene();
-        setNotice(QStringLiteral("The 3D view could not be prepared: there is not enough memory."));
-        return;
-    }
-    const bool first = !scene_;
     removeScene();
-    if (!showScene(prepared)) {
-        retrySmaller(prepared);
+    if (!prepared.volume || !showScene(prepared)) {
+        retrySmaller(longestSide(prepared.volume ? *prepared.volume : *image_));
         return;
     }
-    if (first)
+    if (!framed_)
         resetCamera();
+    framed_ = true;
     measureRay();
     if (scene_->hasFailed()) {
-        retrySmaller(prepared);
+        retrySmaller(longestSide(*prepared.volume));
         return;
     }
     if (prepared.reduced) {
@@ -150,12 +150,12 @@ bool VolumeView::showScene(const PreparedVolume& prepared) {
     return fits;
 }
 
-void VolumeView::retrySmaller(const PreparedVolume& prepared) {
-    const int smaller = (longestSide(*prepared.volume) + 1) / 2;
+void VolumeView::retrySmaller(int tooLong) {
+    const int smaller = (std::min(tooLong, maxSide_) + 1) / 2;
     removeScene();
     requestUpdate();
     if (smaller < smallestSide) {
-        setNotice(QStringLiteral("The 3D view could not be drawn: the graphics card is out of memory."));
+        setNotice(QStringLiteral("The 3D view could not be drawn: there is not enough memory."));
         return;
     }
     Logger::instance().warn(
@@ -204,11 +204,12 @@ void VolumeView::setNotice(const QString& notice) {
 }
 
 void VolumeView::updateAppearance() {
-    if (!scene_)
+    if (!scene_ || prepared_.outside.has_value() != (blendMode_ == VolumeBlendMode::MinIp))
         return;
     scene_->setAppearance(
-        blendMode_ == VolumeBlendMode::Composite ? volumeAppearance(preset_, prepared_.scale)
-                                                 : projectionAppearance(blendMode_, prepared_.scale));
+        blendMode_ == VolumeBlendMode::Composite
+            ? volumeAppearance(preset_, prepared_.scale)
+            : projectionAppearance(blendMode_, prepared_.scale, prepared_.outside));
 }
 
 void VolumeView::setPreset(VolumePreset preset) {
@@ -222,9 +223,15 @@ void VolumeView::setPreset(VolumePreset preset) {
 void VolumeView::setBlendMode(VolumeBlendMode mode) {
     if (blendMode_ == mode)
         return;
+    const bool volumeFits = (mode == VolumeBlendMode::MinIp) == (blendMode_ == VolumeBlendMode::MinIp);
     blendMode_ = mode;
-    updateAppearance();
-    interact();
+    // Else the picture stays until the other volume is ready.
+    if (volumeFits) {
+        updateAppearance();
+        interact();
+    } else if (scene_ || cancel_) {
+        startPreparing(maxSide_);
+    }
 }
 
 void VolumeView::setRenderingEnabled(bool enabled) {
@@ -390,7 +397,7 @@ void VolumeView::finishFrame() {
                 this,
                 [this] {
                     if (scene_ && scene_->hasFailed() && !cancel_)
-                        retrySmaller(PreparedVolume(prepared_));
+                        retrySmaller(longestSide(*prepared_.volume));
                 },
                 Qt::QueuedConnection);
         return;
@@ -433,7 +440,7 @@ void VolumeView::refine() {
         return;
     }
     if (scene_->hasFailed()) {
-        retrySmaller(PreparedVolume(prepared_));
+        retrySmaller(longestSide(*prepared_.volume));
         return;
     }
     partsMs_ += *milliseconds;

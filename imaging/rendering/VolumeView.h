@@ -97,7 +97,7 @@ private:
     void startPreparing(int maxSide);
     void present(const PreparedVolume& prepared);
     bool showScene(const PreparedVolume& prepared);
-    void retrySmaller(const PreparedVolume& prepared);
+    void retrySmaller(int tooLong);
     void measureRay();
     void updateAppearance();
     void setNotice(const QString& notice);
@@ -118,8 +118,10 @@ private:
     bool renderingEnabled_ = true;
     bool paused_ = false;
     std::shared_ptr<std::atomic<bool>> cancel_; ///< of the preparation now running
+    int maxSide_ = 0;                           ///< asked for in the preparation last begun
     QString notice_;
     QPointF lastPosition_;
+    bool framed_ = false; ///< the camera looks at this image
     bool fitted_ = true;
 
     Phase phase_ = Phase::Moving;
