@@ -170,7 +170,9 @@ int runSession(
     takeSessionLock(lock);
 
     StudyLoadOptions options;
-    options.storage = storage.storage;
+    // Without a claim on the storage nobody would clear it at the end of a session that may leave nothing.
+    if (storage.session || storage.policy.retentionDays > 0)
+        options.storage = storage.storage;
     options.policy = storage.policy;
     options.manifestSchema =
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))

@@ -58,17 +58,32 @@ QLabel[chip="true"] { background: #E3F7FC; color: #0B5E75; border: 1px solid #A8
 
 QWidget#viewerToolRail { background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #071C34, stop:1 #041426); border: 1px solid #1D4F7A; border-radius: 14px; }
 QScrollArea#viewerToolRailContent, QScrollArea#viewerToolRailContent > QWidget { background: transparent; border: 0; }
-QLabel#railGroup { color: #7FA6C6; font-size: 9px; font-weight: 700; letter-spacing: 1px; padding-top: 6px; }
-QWidget#viewerToolRail QToolButton { background: transparent; color: #DCEBF7; border: 1px solid transparent; border-radius: 9px; padding: 6px 2px; font-size: 11px; }
+QLabel#railGroup { color: #7FA6C6; font-size: 9px; font-weight: 700; letter-spacing: 1px; padding-top: 3px; }
+QWidget#viewerToolRail QToolButton { background: transparent; color: #DCEBF7; border: 1px solid transparent; border-radius: 8px; padding: 3px 1px 2px 1px; font-size: 10px; }
 QWidget#viewerToolRail QToolButton:hover { background: #12395F; border-color: #1D4F7A; }
 QWidget#viewerToolRail QToolButton:checked { background: #155A86; border-color: #39B4DA; color: #FFFFFF; }
-QWidget#viewerToolRail QToolButton:disabled { color: #4E6A85; }
+QWidget#viewerToolRail QToolButton:disabled { color: #4E6A85; background: transparent; border-color: transparent; }
+
+QWidget#viewerToolRail QComboBox, QWidget#viewerToolRail QSpinBox { background: #0B2542; color: #DCEBF7; border: 1px solid #1D4F7A; border-radius: 6px; padding: 0 4px; font-size: 10px; }
+QWidget#viewerToolRail QComboBox::drop-down { width: 12px; }
+QWidget#viewerToolRail QComboBox::down-arrow { width: 8px; height: 8px; margin-right: 2px; }
+QWidget#viewerToolRail QComboBox:disabled, QWidget#viewerToolRail QSpinBox:disabled { color: #4E6A85; border-color: #163A5A; }
+QWidget#viewerToolRail QComboBox QAbstractItemView { background: #0B2542; color: #DCEBF7; border: 1px solid #1D4F7A; selection-background-color: #155A86; selection-color: #FFFFFF; }
+QLabel#slabText { color: #AFC6DB; font-size: 10px; }
 
 QFrame[viewport="true"] { background: #000000; border: 1px solid #24384E; border-radius: 4px; }
 QFrame[viewport="true"][active="true"] { border: 1px solid #39B4DA; }
 QFrame#viewportBar, QFrame#viewportBar QWidget { background: #0B1B2E; border: 0; color: #DCEBF7; }
 QFrame#viewportBar QLabel { font-size: 11px; font-weight: 600; }
 QFrame#viewportBar QLabel#sliceLabel { color: #AFC6DB; font-weight: 500; }
+QFrame#viewportBar QComboBox { background: #12395F; color: #DCEBF7; border: 1px solid #1D4F7A; border-radius: 5px; padding: 0 5px; font-size: 11px; }
+QFrame#viewportBar QComboBox::drop-down { width: 16px; }
+QFrame#viewportBar QComboBox::down-arrow { width: 10px; height: 10px; margin-right: 4px; }
+QFrame#viewportBar QComboBox:disabled { color: #4E6A85; border-color: #163A5A; }
+QFrame#viewportBar QComboBox QAbstractItemView { background: #0B2542; color: #DCEBF7; border: 1px solid #1D4F7A; selection-background-color: #155A86; selection-color: #FFFFFF; }
+QFrame#viewportBar QToolButton { border: 0; border-radius: 4px; padding: 2px; }
+QFrame#viewportBar QToolButton:hover { background: #12395F; }
+QFrame#viewportBar QToolButton:checked { background: #155A86; }
 
 QFrame#loadingOverlay { background: #EAF8FC; border: 1px solid #75D2E5; border-radius: 10px; }
 QLabel#loadingTitle { font-size: 15px; font-weight: 700; color: #002B5B; }
@@ -81,6 +96,7 @@ QProgressBar::chunk { background: #18B6D9; border-radius: 3px; }
 
 QStatusBar { background: #FFFFFF; border-top: 1px solid #D8E2EC; }
 QStatusBar::item { border: 0; }
+QStatusBar QLabel#statusNotice { color: #92400E; background: #FEF3C7; border-radius: 6px; font-weight: 600; }
 QStatusBar QLabel { font-size: 12px; color: #475569; padding: 2px 8px; }
 
 QTableWidget { background: #FFFFFF; alternate-background-color: #F7FAFC; border: 1px solid #D8E2EC; gridline-color: #E8EEF4; selection-background-color: #DFF4FA; selection-color: #002B5B; }

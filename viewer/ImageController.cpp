@@ -3,6 +3,8 @@
 #include "imaging/display/CephalogramPose.h"
 #include "imaging/rendering/ImageView2D.h"
 #include "viewer/OverlayTexts.h"
+#include "viewer/ToolCursor.h"
+#include "viewer/ToolDrag.h"
 #include "viewer/ViewDrag.h"
 #include "viewer/ViewportFrame.h"
 #include "viewer/ViewportOverlay.h"
@@ -12,15 +14,23 @@
 #include <QLabel>
 #include <QTimer>
 
+#include <cmath>
 #include <variant>
 
 namespace zorbel {
 
 namespace {
 
-QString voiText(const imaging::VoiChoice& voi) {
+constexpr double pixelsPerFrame = 8.0; ///< of a drag with the scroll tool
+constexpr double zoomPerPixel = 1.008;
+
+QString latin(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString voiText(const imaging::VoiChoice& voi, const imaging::ImageMetadata& metadata) {
     if (const auto* window = std::get_if<imaging::LevelWindow>(&voi))
-        return OverlayTexts::window(*window);
+        return OverlayTexts::window(*window, metadata);
     const QString explanation =
         QString::fromStdString(std::get<imaging::VoiTable>(voi).explanation).trimmed();
     return explanation.isEmpty() ? QStringLiteral("VOI LUT") : QStringLiteral("VOI LUT: %1").arg(explanation);
@@ -28,7 +38,7 @@ QString voiText(const imaging::VoiChoice& voi) {
 
 } // namespace
 
-ImageController::ImageController(QObject* parent) : QObject(parent) {
+ImageController::ImageController(ToolCursor& cursor, QObject* parent) : QObject(parent) {
     view_ = new imaging::ImageView2D;
     view_->setObjectName(QStringLiteral("imageView"));
     view_->setMinimumSize(320, 320);
@@ -45,6 +55,12 @@ ImageController::ImageController(QObject* parent) : QObject(parent) {
     new ViewDrag(
         view_, {[this](const QPointF& pixels) { view_->panBy(pixels); },
                 [this](double factor, const QPointF& anchor) { view_->zoomBy(factor, anchor); }});
+    new ToolDrag(
+        view_, {[this](const QPointF&) { return beginDrag(); },
+                [this](const QPointF& position, const QPointF& total, const QPointF& step) {
+                    continueDrag(position, total, step);
+                }});
+    cursor.watch(view_);
     view_->installEventFilter(this);
     connect(view_, &imaging::ImageView2D::windowChanged, this, &ImageController::updateTexts);
     connect(view_, &imaging::ImageView2D::sliceChanged, this, &ImageController::updateTexts);
@@ -52,8 +68,10 @@ ImageController::ImageController(QObject* parent) : QObject(parent) {
 }
 
 void ImageController::setImage(
-    const std::shared_ptr<const imaging::Image>& image, const StudyClassification& kind) {
+    const std::shared_ptr<const imaging::Image>& image, const StudyIdentity& study,
+    const StudyClassification& kind) {
     image_ = image;
+    study_ = study;
     kind_ = kind;
     awaitsFrame_ = true;
     present();
@@ -68,11 +86,15 @@ void ImageController::present() {
         view_->setOrientation(pose);
         view_->fitToView();
     }
+    state_ = Image2DState(view_->orientation(), kind_.isPanoramic());
     updateTexts();
+    Q_EMIT stateChanged();
 }
 
 void ImageController::clear() {
     image_.reset();
+    study_ = {};
+    state_ = {};
     awaitsFrame_ = false;
     view_->clear();
     overlay_->clear();
@@ -89,8 +111,70 @@ bool ImageController::hasSeveralFrames() const {
     return view_->sliceCount() > 1;
 }
 
-bool ImageController::showsCorrectedPanorama() const {
-    return kind_.isPanoramic() && !view_->orientation().isOriginal();
+void ImageController::turn(void (Image2DState::*operation)()) {
+    if (!image_)
+        return;
+    (state_.*operation)();
+    view_->setOrientation(state_.orientation());
+    updateTexts();
+    Q_EMIT stateChanged();
+}
+
+void ImageController::toggleInverted() {
+    if (!isGrey())
+        return;
+    state_.toggleInverted();
+    view_->setInverted(state_.isInverted());
+    updateTexts();
+    Q_EMIT stateChanged();
+}
+
+imaging::LevelWindow ImageController::window() const {
+    if (const auto* window = std::get_if<imaging::LevelWindow>(&view_->voi()))
+        return *window;
+    // A table's own input range, from where a drag can go on.
+    const auto& table = std::get<imaging::VoiTable>(view_->voi());
+    imaging::LevelWindow window;
+    window.width = std::max<double>(1.0, static_cast<double>(table.entries.size()));
+    window.center = table.firstMapped + window.width / 2.0;
+    return window;
+}
+
+void ImageController::setWindow(const imaging::LevelWindow& window) {
+    if (isGrey())
+        view_->setVoi(window);
+}
+
+bool ImageController::beginDrag() {
+    if (!image_)
+        return false;
+    scrollRest_ = 0.0;
+    windowDrag_.reset();
+    if (tool_ == Tool::WindowLevel && isGrey())
+        windowDrag_.emplace(window(), image_->metadata().minimum, image_->metadata().maximum);
+    return true;
+}
+
+void ImageController::continueDrag(const QPointF& position, const QPointF& total, const QPointF& step) {
+    if (!image_)
+        return;
+    if (windowDrag_) {
+        setWindow(windowDrag_->at(total.x(), total.y()));
+        Q_EMIT windowDragged();
+    } else if (tool_ == Tool::Zoom) {
+        view_->zoomBy(std::pow(zoomPerPixel, -step.y()), position - total);
+    } else if (tool_ == Tool::Scroll && hasSeveralFrames()) {
+        scrollRest_ -= step.y();
+        const double frames = std::trunc(scrollRest_ / pixelsPerFrame);
+        scrollRest_ -= frames * pixelsPerFrame;
+        this->step(static_cast<int>(frames));
+    } else {
+        view_->panBy(step); // the lines' tools have nothing to hold here, so the hand moves the picture
+    }
+}
+
+void ImageController::setOverlaysShown(bool shown) {
+    overlay_->setVisible(shown);
 }
 
 void ImageController::fitToView() {
@@ -107,7 +191,7 @@ void ImageController::updateTexts() {
         return;
     const auto& metadata = image_->metadata();
     const auto& dimensions = image_->geometry().dimensions();
-    overlay_->setCorner(ViewportOverlay::TopLeft, OverlayTexts::patient(metadata));
+    overlay_->setCorner(ViewportOverlay::TopLeft, OverlayTexts::patient(study_, metadata));
     QStringList notes = OverlayTexts::notes(metadata, 0.0);
     if (metadata.patientOrientation.first.empty())
         notes += turnedByContent_
@@ -116,7 +200,7 @@ void ImageController::updateTexts() {
     overlay_->setCorner(ViewportOverlay::TopRight, notes);
     overlay_->setCorner(
         ViewportOverlay::BottomLeft,
-        image_->components() == 1 ? QStringList{voiText(view_->voi())} : QStringList());
+        image_->components() == 1 ? QStringList{voiText(view_->voi(), metadata)} : QStringList());
     overlay_->setCorner(
         ViewportOverlay::BottomRight,
         {QStringLiteral("%1 × %2 pixels").arg(dimensions[0]).arg(dimensions[1])});
@@ -126,13 +210,8 @@ void ImageController::updateTexts() {
         hasSeveralFrames() ? QStringLiteral("Frame %1/%2").arg(view_->slice() + 1).arg(view_->sliceCount())
                            : QString());
 
-    const bool turned = !view_->orientation().isOriginal();
-    orientationChip_->setText(
-        showsCorrectedPanorama() ? QStringLiteral("Panorama corrected upright")
-        : turned                 ? QStringLiteral("Turned upright")
-                                 : QStringLiteral("Original orientation"));
-    toneChip_->setText(
-        view_->isInverted() ? QStringLiteral("Inverted tones") : QStringLiteral("Normal tones"));
+    orientationChip_->setText(latin(state_.orientationChip()));
+    toneChip_->setText(latin(state_.toneChip()));
 }
 
 bool ImageController::eventFilter(QObject* watched, QEvent* event) {

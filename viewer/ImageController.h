@@ -2,10 +2,18 @@
 
 #include "api/StudyClassification.h"
 #include "imaging/Image.h"
+#include "imaging/VoiTransform.h"
+#include "viewer/StudyIdentity.h"
+#include "viewer/reading/Image2DState.h"
+#include "viewer/reading/Tool.h"
+#include "viewer/reading/WindowDrag.h"
 
 #include <QObject>
+#include <QPointF>
+#include <QString>
 
 #include <memory>
+#include <optional>
 
 class QLabel;
 
@@ -15,6 +23,7 @@ namespace imaging {
 class ImageView2D;
 } // namespace imaging
 
+class ToolCursor;
 class ViewportFrame;
 class ViewportOverlay;
 
@@ -24,29 +33,47 @@ class ImageController : public QObject {
     Q_OBJECT
 
 public:
-    explicit ImageController(QObject* parent = nullptr);
+    explicit ImageController(ToolCursor& cursor, QObject* parent = nullptr);
 
     ViewportFrame* frame() const { return frame_; }
 
-    void setImage(const std::shared_ptr<const imaging::Image>& image, const StudyClassification& kind);
+    /// study names what the image itself does not.
+    void setImage(
+        const std::shared_ptr<const imaging::Image>& image, const StudyIdentity& study,
+        const StudyClassification& kind);
     void clear();
+    void setTool(Tool tool) { tool_ = tool; }
     /// Moves through the frames of an image that has several.
     void step(int frames);
     bool hasSeveralFrames() const;
-    /// A panoramic image that had to be turned to stand upright.
-    bool showsCorrectedPanorama() const;
+    const Image2DState& state() const { return state_; }
+    /// Turns or mirrors what is seen.
+    void turn(void (Image2DState::*operation)());
+    void toggleInverted();
+    /// One component a pixel: it has a window, and tones to invert.
+    bool isGrey() const { return image_ && image_->components() == 1; }
+    imaging::LevelWindow window() const;
+    void setWindow(const imaging::LevelWindow& window);
     void fitToView();
+    /// As it was first shown.
     void resetView();
+    void setOverlaysShown(bool shown);
 
 Q_SIGNALS:
     /// The image given to setImage() was painted.
     void imageDrawn();
+    /// Turned, mirrored, inverted or reset.
+    void stateChanged();
+    /// By a drag with the window/level tool.
+    void windowDragged();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void present();
+    bool beginDrag();
+    void continueDrag(const QPointF& position, const QPointF& total, const QPointF& step);
     void updateTexts();
 
     imaging::ImageView2D* view_ = nullptr;
@@ -55,7 +82,12 @@ private:
     QLabel* orientationChip_ = nullptr;
     QLabel* toneChip_ = nullptr;
     std::shared_ptr<const imaging::Image> image_;
+    StudyIdentity study_;
     StudyClassification kind_;
+    Image2DState state_;
+    Tool tool_ = Tool::Crosshair;
+    std::optional<WindowDrag> windowDrag_;
+    double scrollRest_ = 0.0;      ///< pixels of a scroll drag that have not made a frame yet
     bool turnedByContent_ = false; ///< the file names no orientation
     bool awaitsFrame_ = false;
 };

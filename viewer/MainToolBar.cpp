@@ -55,6 +55,19 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
         QStringLiteral("retry"), QStringLiteral("Retry from PACS"),
         QStringLiteral("Retry loading the current study through the secure Zorbel gateway."));
     retry_->setEnabled(false);
+    // Not there yet in this version; the reader sees what is to come, and that it cannot be used.
+    for (QToolButton* absent :
+         {addButton(
+              QStringLiteral("word"), QStringLiteral("Report in Word"),
+              QStringLiteral("Open a local editable Word report. Every Word Save creates an immutable Zorbel "
+                             "version.")),
+          addButton(
+              QStringLiteral("utilities-terminal"), QStringLiteral("Diagnostics"),
+              QStringLiteral("Show technical diagnostics (Ctrl+D)")),
+          addButton(
+              QStringLiteral("settings"), QStringLiteral("Settings"),
+              QStringLiteral("Viewer, connection, and private cache settings"))})
+        absent->setEnabled(false);
     auto* signOut = addButton(
         QStringLiteral("signout"), QStringLiteral("Sign out"),
         QStringLiteral("Clear the in-memory Zorbel session and close the viewer"));

@@ -5,8 +5,8 @@
 #include "resources/Resources.h"
 #include "viewer/LoadingOverlay.h"
 #include "viewer/MainToolBar.h"
-#include "viewer/MprController.h"
 #include "viewer/SeriesSelectionDialog.h"
+#include "viewer/ShortcutSheet.h"
 #include "viewer/StudyBrowserWidget.h"
 #include "viewer/ViewerWorkspace.h"
 
@@ -19,7 +19,6 @@
 #include <QSplitter>
 #include <QStatusBar>
 
-#include <functional>
 #include <new>
 #include <utility>
 
@@ -132,25 +131,22 @@ void MainWindow::connectLoading() {
 }
 
 void MainWindow::bindShortcuts() {
-    const auto bind = [this](const QKeySequence& keys, std::function<void()> action) {
-        auto* shortcut = new QShortcut(keys, this);
-        connect(shortcut, &QShortcut::activated, this, std::move(action));
-    };
-    const auto step = [this](double slices) { return [this, slices] { workspace_->step(slices); }; };
-    const auto activate = [this](int viewport) {
-        return [this, viewport] { workspace_->mpr().setActiveViewport(viewport); };
-    };
-    bind(Qt::Key_Left, step(-1));
-    bind(Qt::Key_Down, step(-1));
-    bind(Qt::Key_Right, step(1));
-    bind(Qt::Key_Up, step(1));
-    bind(Qt::Key_PageDown, step(-10));
-    bind(Qt::Key_PageUp, step(10));
-    bind(Qt::Key_A, activate(MprController::Axial));
-    bind(Qt::Key_D, activate(MprController::Coronal));
-    bind(Qt::Key_S, activate(MprController::Sagittal));
-    bind(Qt::Key_F, [this] { workspace_->fitToView(); });
-    bind(QKeySequence(Qt::SHIFT | Qt::Key_R), [this] { workspace_->resetView(); });
+    for (const ShortcutBinding& binding : ShortcutTable::bindings()) {
+        const QString key =
+            QString::fromLatin1(binding.key.data(), static_cast<qsizetype>(binding.key.size()));
+        auto* shortcut = new QShortcut(QKeySequence(key, QKeySequence::PortableText), this);
+        connect(
+            shortcut, &QShortcut::activated, this,
+            [this, action = binding.action, argument = binding.argument] {
+                workspace_->perform(action, argument);
+            });
+    }
+    connect(workspace_, &ViewerWorkspace::statusText, status_, &QLabel::setText);
+    connect(workspace_, &ViewerWorkspace::shortcutSheetRequested, this, [this] {
+        auto* sheet = new ShortcutSheet(this);
+        sheet->setAttribute(Qt::WA_DeleteOnClose);
+        sheet->open();
+    });
 }
 
 void MainWindow::onStudyDoubleClicked(

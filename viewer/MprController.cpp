@@ -1,170 +1,362 @@
 #include "viewer/MprController.h"
 
 #include "imaging/rendering/PlaneView.h"
-#include "imaging/rendering/VolumeView.h"
+#include "viewer/MprGuideOverlay.h"
 #include "viewer/OverlayTexts.h"
+#include "viewer/ToolCursor.h"
+#include "viewer/ToolDrag.h"
 #include "viewer/ViewDrag.h"
-#include "viewer/ViewNotice.h"
 #include "viewer/ViewportFrame.h"
 #include "viewer/ViewportOverlay.h"
+#include "viewer/reading/RotationTrace.h"
+#include "viewer/reading/WheelStep.h"
 
 #include <QColor>
+#include <QScopedValueRollback>
+
+#include <cmath>
+#include <variant>
 
 namespace zorbel {
 
 namespace {
 
-struct PlaneLooks {
-    imaging::ViewDirection direction;
-    const char* name;
-    QRgb colour;
-};
+constexpr std::array planeNames{"Axial", "Coronal", "Sagittal"};
+constexpr double pixelsPerSlice = 4.0; ///< of a drag with the scroll tool
 
-constexpr std::array<PlaneLooks, 3> planeLooks{{
-    {imaging::ViewDirection::Axial, "Axial", 0xFF2D7FF9},
-    {imaging::ViewDirection::Coronal, "Coronal", 0xFF2ECC71},
-    {imaging::ViewDirection::Sagittal, "Sagittal", 0xFFFF4D4F},
-}};
+imaging::ViewDirection directionOf(int index) {
+    return static_cast<imaging::ViewDirection>(index);
+}
+
+std::size_t at(int index) {
+    return static_cast<std::size_t>(index);
+}
+
+Point2 toPoint(const QPointF& position) {
+    return {position.x(), position.y()};
+}
+
+QPointF toQt(const Point2& point) {
+    return {point.x, point.y};
+}
 
 } // namespace
 
-MprController::MprController(QObject* parent) : QObject(parent) {
-    for (int index = Axial; index <= Sagittal; ++index)
-        buildPlane(index);
-    buildVolume();
-    frames_[Axial]->setActive(true);
+MprController::MprController(ToolCursor& cursor, QObject* parent) : QObject(parent) {
+    for (int index = 0; index < 3; ++index)
+        buildPane(index, cursor);
+    for (int index = 0; index < 3; ++index)
+        connectPane(index);
+    setTool(tool_);
     clear();
 }
 
-void MprController::buildPlane(int index) {
-    const auto& looks = planeLooks[static_cast<std::size_t>(index)];
-    const QString name = QString::fromLatin1(looks.name);
-    auto* view = new imaging::PlaneView(looks.direction);
+void MprController::buildPane(int index, ToolCursor& cursor) {
+    const QString name = QString::fromLatin1(planeNames[at(index)]);
+    auto* view = new imaging::PlaneView(directionOf(index));
     view->setObjectName(name.toLower() + QStringLiteral("View"));
-    view->setMinimumSize(260, 220);
     view->setFocusPolicy(Qt::ClickFocus); // a click takes the keys away from the study list
-    auto* frame = new ViewportFrame(name, QColor::fromRgba(looks.colour), view);
+    auto* frame = new ViewportFrame(name, QColor::fromRgb(planeColour(directionOf(index))), view);
     frame->setObjectName(name.toLower() + QStringLiteral("Viewport"));
-    planes_[static_cast<std::size_t>(index)] = view;
-    frames_[static_cast<std::size_t>(index)] = frame;
-    overlays_[static_cast<std::size_t>(index)] = new ViewportOverlay(view);
+    auto* guide = new MprGuideOverlay(view);
+    guide->setObjectName(name.toLower() + QStringLiteral("Guide"));
+    panes_[at(index)] = {view, guide, new ViewportOverlay(view)};
+    frames_[at(index)] = frame;
     new ViewDrag(
         view, {[view](const QPointF& pixels) { view->panBy(pixels); },
                [view](double factor, const QPointF& anchor) { view->zoomBy(factor, anchor); }});
+    new ToolDrag(
+        view, {[this, index](const QPointF& position) { return beginDrag(index, position); },
+               [this, index](const QPointF&, const QPointF& total, const QPointF& step) {
+                   continueDrag(index, total, step);
+               }});
+    cursor.watch(view);
+    cursor.watch(guide);
+}
 
-    connect(frame, &ViewportFrame::pressed, this, [this, index] { setActiveViewport(index); });
-    connect(view, &imaging::PlaneView::sliceChanged, this, [this, index] { updatePlaneTexts(index); });
-    connect(view, &imaging::PlaneView::windowChanged, this, [this, index] { updatePlaneTexts(index); });
+void MprController::connectPane(int index) {
+    const Pane& pane = panes_[at(index)];
+    auto* view = pane.view;
+    const auto press = [this, index] { Q_EMIT viewportPressed(index); };
+    connect(frames_[at(index)], &ViewportFrame::pressed, this, press);
+    connect(pane.guide, &MprGuideOverlay::pressed, this, press);
+    connect(pane.guide, &MprGuideOverlay::guideEvent, this, [this, index](const GuideEvent& event) {
+        onGuideEvent(index, event);
+    });
+    connect(view, &imaging::PlaneView::sliceChanged, this, [this, index] { onSliceChanged(index); });
+    connect(view, &imaging::PlaneView::viewChanged, this, &MprController::refreshGuides);
+    connect(view, &imaging::PlaneView::windowChanged, this, [this, index] { updateTexts(index); });
     connect(view, &imaging::PlaneView::frameRendered, this, [this, index] { onFrameRendered(index); });
     connect(
+        view, &imaging::PlaneView::doubleClicked, this, [this, index] { Q_EMIT maximiseRequested(index); });
+    connect(
         view, &imaging::PlaneView::wheelScrolled, this,
-        [this, view, index](int notches, Qt::KeyboardModifiers modifiers) {
-            setActiveViewport(index);
-            view->navigation().step(wheelStep(notches, modifiers));
+        [this, index](int notches, Qt::KeyboardModifiers modifiers) {
+            Q_EMIT viewportPressed(index);
+            stepPlane(
+                index,
+                wheelStep(
+                    notches, modifiers.testFlag(Qt::ShiftModifier), modifiers.testFlag(Qt::AltModifier)));
         });
 }
 
-void MprController::buildVolume() {
-    volume_ = new imaging::VolumeView;
-    volume_->setObjectName(QStringLiteral("volumeView"));
-    volume_->setMinimumSize(260, 220);
-    volume_->setFocusPolicy(Qt::ClickFocus);
-    auto* frame = new ViewportFrame(QStringLiteral("3D VOLUME"), QColor(0xFF, 0xD9, 0x3D), volume_);
-    frame->setObjectName(QStringLiteral("volumeViewport"));
-    frames_[Volume] = frame;
-    connect(frame, &ViewportFrame::pressed, this, [this] { setActiveViewport(Volume); });
-    volumeOverlay_ = new ViewportOverlay(volume_);
-    connect(volume_, &imaging::VolumeView::viewChanged, this, &MprController::updateVolumeLetters);
-    connect(volume_, &imaging::VolumeView::volumeReady, this, &MprController::updateVolumeLetters);
-    volumeNotice_ = new ViewNotice(volume_);
-    connect(volume_, &imaging::VolumeView::noticeChanged, volumeNotice_, &ViewNotice::setText);
-}
-
-void MprController::setImage(const std::shared_ptr<const imaging::Image>& image) {
+void MprController::setImage(const std::shared_ptr<const imaging::Image>& image, const StudyIdentity& study) {
     image_ = image;
+    study_ = study;
     awaitedFrames_ = 0b111;
-    for (int index = Axial; index <= Sagittal; ++index) {
-        planes_[static_cast<std::size_t>(index)]->setImage(image);
-        updatePlaneTexts(index);
-    }
-    volume_->setImage(image);
-    updateVolumeLetters();
-    volumeOverlay_->setCorner(ViewportOverlay::TopLeft, OverlayTexts::patient(image->metadata()));
-    frames_[Volume]->setInfo(
-        QStringLiteral("GPU volume rendering enabled  |  Drag to rotate  |  Wheel to zoom"));
-}
-
-void MprController::clear() {
-    image_.reset();
-    awaitedFrames_ = 0;
-    for (int index = Axial; index <= Sagittal; ++index) {
-        planes_[static_cast<std::size_t>(index)]->clear();
-        updatePlaneTexts(index);
-    }
-    volume_->clear();
-    volumeOverlay_->clear();
-    frames_[Volume]->setInfo(QStringLiteral("GPU volume rendering ready"));
-}
-
-void MprController::setActiveViewport(int viewport) {
-    if (viewport == active_ || viewport < Axial || viewport > Volume)
-        return;
-    frames_[static_cast<std::size_t>(active_)]->setActive(false);
-    active_ = viewport;
-    frames_[static_cast<std::size_t>(active_)]->setActive(true);
-    Q_EMIT activeViewportChanged(active_);
-}
-
-void MprController::stepActivePlane(double slices) {
-    if (image_)
-        planes_[static_cast<std::size_t>(active_ == Volume ? Axial : active_)]->navigation().step(slices);
-}
-
-void MprController::fitToView() {
-    for (auto* plane : planes_)
-        plane->fitToView();
-    volume_->fitToView();
+    planes_.reset();
+    slab_ = {};
+    linesShown_ = true;
+    resetView();
+    showSlab();
+    Q_EMIT slabChanged();
 }
 
 void MprController::resetView() {
     if (!image_)
         return;
-    for (auto* plane : planes_)
-        plane->setImage(image_);
-    volume_->resetCamera();
+    {
+        const QScopedValueRollback<bool> sync(syncingPlanes_, true);
+        for (const Pane& pane : panes_)
+            pane.view->setImage(image_);
+    }
+    window_ = panes_[0].view->window();
+    crosshair_.setGeometry(image_->geometry());
+    selectSlices();
 }
 
-double MprController::wheelStep(int notches, Qt::KeyboardModifiers modifiers) {
-    const double factor = modifiers.testFlag(Qt::ShiftModifier) ? 10.0
-                          : modifiers.testFlag(Qt::AltModifier) ? 0.1
-                                                                : 1.0;
-    return notches * factor;
+void MprController::clear() {
+    image_.reset();
+    study_ = {};
+    awaitedFrames_ = 0;
+    planes_.reset();
+    crosshair_.clear();
+    {
+        const QScopedValueRollback<bool> sync(syncingPlanes_, true);
+        for (const Pane& pane : panes_)
+            pane.view->clear();
+    }
+    for (int index = 0; index < 3; ++index)
+        updateTexts(index);
+    refreshGuides();
 }
 
-void MprController::updatePlaneTexts(int index) {
-    const auto* view = planes_[static_cast<std::size_t>(index)];
-    auto* overlay = overlays_[static_cast<std::size_t>(index)];
-    frames_[static_cast<std::size_t>(index)]->setInfo(
-        QString::fromStdString(view->navigation().sliceLabel()));
+void MprController::setTool(Tool tool) {
+    tool_ = tool;
+    for (const Pane& pane : panes_)
+        pane.guide->setMode(guideModeOf(tool));
+}
+
+void MprController::stepPlane(int plane, double slices) {
+    if (image_)
+        panes_[at(plane)].view->navigation().step(slices);
+}
+
+void MprController::fitToView() {
+    for (const Pane& pane : panes_)
+        if (!pane.view->isHidden())
+            pane.view->fitToView();
+}
+
+void MprController::centreCrosshair() {
+    if (crosshair_.centre())
+        selectSlices();
+}
+
+void MprController::setLinesShown(bool shown) {
+    linesShown_ = shown;
+    refreshGuides();
+}
+
+void MprController::setOverlaysShown(bool shown) {
+    for (const Pane& pane : panes_)
+        pane.texts->setVisible(shown);
+}
+
+void MprController::setWindow(const imaging::LevelWindow& window) {
+    window_ = window;
+    for (const Pane& pane : panes_)
+        pane.view->setWindow(window);
+}
+
+void MprController::setSlab(const SlabModel& slab) {
+    slab_ = slab;
+    showSlab();
+}
+
+bool MprController::beginDrag(int index, const QPointF& position) {
+    if (!image_)
+        return false;
+    switch (tool_) {
+    case Tool::WindowLevel:
+        windowDrag_.emplace(window_, image_->metadata().minimum, image_->metadata().maximum);
+        return true;
+    case Tool::Scroll:
+        scrollRest_ = 0.0;
+        return true;
+    case Tool::Crosshair:
+        moveCrosshair(panes_[at(index)].view->widgetToWorld(position));
+        return false;
+    default:
+        return false;
+    }
+}
+
+void MprController::continueDrag(int index, const QPointF& total, const QPointF& step) {
+    if (!image_)
+        return;
+    if (tool_ == Tool::WindowLevel && windowDrag_) {
+        setWindow(windowDrag_->at(total.x(), total.y()));
+        Q_EMIT windowDragged();
+    } else if (tool_ == Tool::Scroll) {
+        scrollRest_ -= step.y();
+        const double slices = std::trunc(scrollRest_ / pixelsPerSlice);
+        scrollRest_ -= slices * pixelsPerSlice;
+        if (slices != 0.0)
+            stepPlane(index, slices);
+    }
+}
+
+void MprController::onGuideEvent(int index, const GuideEvent& event) {
+    auto* view = panes_[at(index)].view;
+    if (const auto* move = std::get_if<CrosshairMove>(&event))
+        moveCrosshair(view->widgetToWorld(toQt(move->point)));
+    else if (const auto* turn = std::get_if<RotateStep>(&event))
+        rotate(index, turn->radians);
+    else if (const auto* slab = std::get_if<SlabChange>(&event))
+        changeSlab({slab->plane, slab->halfThickness * view->millimetresPerPixel()});
+    else if (const auto* pan = std::get_if<PanMove>(&event))
+        view->panBy(toQt(pan->offset));
+    else if (const auto* zoom = std::get_if<ZoomStep>(&event))
+        view->zoomBy(zoom->factor, toQt(zoom->anchor));
+}
+
+void MprController::onSliceChanged(int index) {
+    updateTexts(index);
+    if (syncingPlanes_ || !image_)
+        return;
+    // The plane was moved alone: the crosshair goes along with it, and the others follow only where the
+    // crosshair has come to the volume's side.
+    if (crosshair_.moveOnto(panes_[at(index)].view->navigation().plane())) {
+        selectSlices();
+        return;
+    }
+    planes_.checkPlanesOrthogonal(liveBases());
+    refreshGuides();
+}
+
+void MprController::moveCrosshair(const imaging::Vector3& point) {
+    if (crosshair_.moveTo(point))
+        selectSlices();
+}
+
+void MprController::selectSlices() {
+    {
+        const QScopedValueRollback<bool> sync(syncingPlanes_, true);
+        for (const Pane& pane : panes_)
+            pane.view->navigation().selectSliceByPoint(crosshair_.point());
+    }
+    for (int index = 0; index < 3; ++index)
+        updateTexts(index);
+    planes_.checkPlanesOrthogonal(liveBases());
+    refreshGuides();
+}
+
+void MprController::rotate(int source, double radians) {
+    if (!image_ || !planes_.rotate(directionOf(source), radians))
+        return;
+    applyStoredBases(source);
+    if (RotationTrace::isEnabled()) {
+        RotationTrace trace;
+        trace.source = directionOf(source);
+        trace.radians = radians;
+        trace.focalPoint = crosshair_.point();
+        trace.stored = planes_.storedBases();
+        trace.live = liveBases();
+        trace.write();
+    }
+}
+
+void MprController::applyStoredBases(int source) {
+    {
+        const QScopedValueRollback<bool> sync(syncingPlanes_, true);
+        for (int index = 0; index < 3; ++index) {
+            if (index == source)
+                continue;
+            auto* view = panes_[at(index)].view;
+            const PlaneBasis& basis = basisOf(planes_.storedBases(), directionOf(index));
+            const QPointF before = view->worldToWidget(crosshair_.point());
+            view->navigation().reorientSlices(crosshair_.point(), basis.axis0, basis.axis1);
+            view->navigation().selectSliceByPoint(crosshair_.point());
+            // The plane turns about the crosshair, so the crosshair keeps its place on the screen.
+            view->panBy(before - view->worldToWidget(crosshair_.point()));
+        }
+    }
+    for (int index = 0; index < 3; ++index)
+        updateTexts(index);
+    refreshGuides();
+}
+
+void MprController::changeSlab(const SlabChange& change) {
+    const auto& navigation = panes_[static_cast<std::size_t>(change.plane)].view->navigation();
+    if (!slab_.dragTo(change.halfThickness, navigation.sliceSpacing()))
+        return;
+    showSlab();
+    Q_EMIT slabChanged();
+}
+
+void MprController::showSlab() {
+    for (const Pane& pane : panes_)
+        pane.view->setSlab(slab_.mode(), slab_.shownSlices());
+    for (int index = 0; index < 3; ++index)
+        updateTexts(index);
+    refreshGuides();
+}
+
+PlaneBases MprController::liveBases() const {
+    PlaneBases bases;
+    for (std::size_t index = 0; index < panes_.size(); ++index)
+        bases[index] = PlaneBasis::of(panes_[index].view->navigation().plane());
+    return bases;
+}
+
+void MprController::refreshGuides() {
+    if (syncingPlanes_)
+        return;
+    const PlaneBases bases = liveBases();
+    std::array<double, 3> thickness{0.0, 0.0, 0.0};
+    if (slab_.isEnabled())
+        for (std::size_t index = 0; index < panes_.size(); ++index)
+            thickness[index] = slab_.thickness(panes_[index].view->navigation().sliceSpacing());
+    for (int index = 0; index < 3; ++index) {
+        const Pane& pane = panes_[at(index)];
+        pane.guide->setGuide(
+            toPoint(pane.view->worldToWidget(crosshair_.point())),
+            guideLines(bases, directionOf(index), thickness, pane.view->millimetresPerPixel()),
+            image_ != nullptr, linesShown_);
+    }
+}
+
+void MprController::updateTexts(int index) {
+    const Pane& pane = panes_[at(index)];
+    const auto& navigation = pane.view->navigation();
+    frames_[at(index)]->setInfo(QString::fromStdString(navigation.sliceLabel()));
     if (!image_) {
-        overlay->clear();
+        pane.texts->clear();
         return;
     }
     const auto& metadata = image_->metadata();
-    overlay->setCorner(ViewportOverlay::TopLeft, OverlayTexts::patient(metadata));
-    QStringList notes = OverlayTexts::notes(metadata, image_->geometry().tiltDegrees());
-    overlay->setCorner(ViewportOverlay::TopRight, notes);
-    overlay->setCorner(ViewportOverlay::BottomLeft, {OverlayTexts::window(view->window())});
-    overlay->setCorner(
-        ViewportOverlay::BottomRight,
-        {QString::fromStdString(view->navigation().sliceLabel()),
-         QStringLiteral("%1 mm").arg(view->navigation().sliceSpacing(), 0, 'f', 2)});
-    overlay->setLetters(view->orientationLabels());
-}
-
-void MprController::updateVolumeLetters() {
-    volumeOverlay_->setLetters(
-        volume_->isReady() ? volume_->orientationLabels() : imaging::OrientationLabels());
+    pane.texts->setCorner(ViewportOverlay::TopLeft, OverlayTexts::patient(study_, metadata));
+    pane.texts->setCorner(
+        ViewportOverlay::TopRight, OverlayTexts::notes(metadata, image_->geometry().tiltDegrees()));
+    pane.texts->setCorner(ViewportOverlay::BottomLeft, {OverlayTexts::window(pane.view->window(), metadata)});
+    QStringList place{
+        QString::fromStdString(navigation.sliceLabel()),
+        QStringLiteral("%1 mm").arg(navigation.sliceSpacing(), 0, 'f', 2)};
+    if (slab_.isEnabled())
+        place += QString::fromStdString(slab_.overlayText(navigation.sliceSpacing()));
+    pane.texts->setCorner(ViewportOverlay::BottomRight, place);
+    pane.texts->setLetters(pane.view->orientationLabels());
 }
 
 void MprController::onFrameRendered(int index) {

@@ -1,74 +1,116 @@
 #pragma once
 
 #include "imaging/Image.h"
+#include "imaging/VoiTransform.h"
+#include "viewer/StudyIdentity.h"
+#include "viewer/reading/CrosshairModel.h"
+#include "viewer/reading/GuideEvent.h"
+#include "viewer/reading/MprPlanes.h"
+#include "viewer/reading/SlabModel.h"
+#include "viewer/reading/Tool.h"
+#include "viewer/reading/WindowDrag.h"
 
 #include <QObject>
+#include <QPointF>
+#include <QString>
 
 #include <array>
 #include <memory>
+#include <optional>
 
 namespace zorbel {
 
 namespace imaging {
 class PlaneView;
-class VolumeView;
 } // namespace imaging
 
-class ViewNotice;
+class MprGuideOverlay;
+class ToolCursor;
 class ViewportFrame;
 class ViewportOverlay;
 
-/// Shows a volume in the three planes and the 3D view, and moves through its slices. Owns which viewport is
-/// active; the widgets belong to the workspace's layout.
+/// Shows a volume in three linked planes that meet at the crosshair, and moves, turns, windows and thickens
+/// them. The widgets belong to the workspace's layout. User-interface thread.
 class MprController : public QObject {
     Q_OBJECT
 
 public:
-    /// Viewport indices, in the fixed order of all layouts.
-    enum Viewport { Axial = 0, Coronal = 1, Sagittal = 2, Volume = 3 };
+    explicit MprController(ToolCursor& cursor, QObject* parent = nullptr);
 
-    explicit MprController(QObject* parent = nullptr);
+    /// Axial, coronal, sagittal: made here and handed to the layout, which takes ownership.
+    const std::array<ViewportFrame*, 3>& frames() const { return frames_; }
 
-    /// The four viewports, made here and handed to the layout, which takes ownership.
-    const std::array<ViewportFrame*, 4>& frames() const { return frames_; }
-
-    void setImage(const std::shared_ptr<const imaging::Image>& image);
+    /// Standard planes through the middle, in the image's own window. study names what the image itself does
+    /// not.
+    void setImage(const std::shared_ptr<const imaging::Image>& image, const StudyIdentity& study);
     void clear();
 
-    int activeViewport() const { return active_; }
-    /// 0 to 3; emits activeViewportChanged() when it changes.
-    void setActiveViewport(int viewport);
-    /// Moves the active plane (the axial one while the 3D view is active) by slices; positive is the next
-    /// slice.
-    void stepActivePlane(double slices);
+    void setTool(Tool tool);
+    /// Moves a plane (0 to 2) by slices; positive is the next slice.
+    void stepPlane(int plane, double slices);
     void fitToView();
-    /// Standard planes through the middle, fitted, with the image's own window.
+    /// Standard planes through the middle, fitted, with the image's own window; lines and slab stay.
     void resetView();
 
-    /// Slices for a wheel turned by so many notches: one a notch, Shift ten, Alt a tenth; away from the user
-    /// is the next slice.
-    static double wheelStep(int notches, Qt::KeyboardModifiers modifiers);
+    const imaging::Vector3& crosshair() const { return crosshair_.point(); }
+    void centreCrosshair();
+    bool linesShown() const { return linesShown_; }
+    void setLinesShown(bool shown);
+    void setOverlaysShown(bool shown);
+
+    const imaging::LevelWindow& window() const { return window_; }
+    void setWindow(const imaging::LevelWindow& window);
+
+    const SlabModel& slab() const { return slab_; }
+    void setSlab(const SlabModel& slab);
 
 Q_SIGNALS:
-    void activeViewportChanged(int viewport);
-    /// All viewports have drawn the image given to setImage().
+    /// All planes have drawn the image given to setImage().
     void imageDrawn();
+    void viewportPressed(int viewport);
+    void maximiseRequested(int viewport);
+    void slabChanged();
+    /// By a drag with the window/level tool.
+    void windowDragged();
 
 private:
-    void buildPlane(int index);
-    void buildVolume();
-    void updatePlaneTexts(int index);
-    void updateVolumeLetters();
-    void onFrameRendered(int index);
+    /// One plane's widgets.
+    struct Pane {
+        imaging::PlaneView* view = nullptr;
+        MprGuideOverlay* guide = nullptr;
+        ViewportOverlay* texts = nullptr;
+    };
 
-    std::array<imaging::PlaneView*, 3> planes_{};
-    std::array<ViewportOverlay*, 3> overlays_{};
-    std::array<ViewportFrame*, 4> frames_{};
-    imaging::VolumeView* volume_ = nullptr;
-    ViewportOverlay* volumeOverlay_ = nullptr;
-    ViewNotice* volumeNotice_ = nullptr;
+    void buildPane(int index, ToolCursor& cursor);
+    void connectPane(int index);
+    bool beginDrag(int index, const QPointF& position);
+    void continueDrag(int index, const QPointF& total, const QPointF& step);
+    void onGuideEvent(int index, const GuideEvent& event);
+    void onSliceChanged(int index);
+    void moveCrosshair(const imaging::Vector3& point);
+    void selectSlices();
+    void rotate(int source, double radians);
+    void applyStoredBases(int source);
+    void changeSlab(const SlabChange& change);
+    void showSlab();
+    void refreshGuides();
+    void updateTexts(int index);
+    void onFrameRendered(int index);
+    PlaneBases liveBases() const;
+
+    std::array<Pane, 3> panes_;
+    std::array<ViewportFrame*, 3> frames_{};
     std::shared_ptr<const imaging::Image> image_;
-    int active_ = Axial;
+    StudyIdentity study_;
+    MprPlanes planes_;
+    CrosshairModel crosshair_;
+    SlabModel slab_;
+    imaging::LevelWindow window_;
+    Tool tool_ = Tool::Crosshair;
+    std::optional<WindowDrag> windowDrag_;
+    double scrollRest_ = 0.0; ///< pixels of a scroll drag that have not made a slice yet
+    bool linesShown_ = true;
+    bool syncingPlanes_ = false; ///< the planes move each other: what they report is no move of the user's
     unsigned awaitedFrames_ = 0; ///< bit set of the planes that have not drawn the new image yet
 };
 

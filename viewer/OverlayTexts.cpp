@@ -1,33 +1,27 @@
 #include "viewer/OverlayTexts.h"
 
 #include "viewer/StudyRows.h"
+#include "viewer/reading/WindowPresets.h"
 
 #include <cmath>
 
 namespace zorbel {
 
-namespace {
-
-QString number(double value) {
-    const bool fine = std::abs(value) < 10.0 && value != std::floor(value);
-    return QString::number(value, 'f', fine ? 2 : 0);
-}
-
-} // namespace
-
-QStringList OverlayTexts::patient(const imaging::ImageMetadata& metadata) {
-    const QString name = QString::fromStdString(metadata.patientName).trimmed();
-    QStringList lines{name.isEmpty() ? QStringLiteral("Unnamed patient") : name};
-    if (!metadata.studyDate.empty())
-        lines += StudyRows::displayDate(QString::fromStdString(metadata.studyDate));
+QStringList OverlayTexts::patient(const StudyIdentity& study, const imaging::ImageMetadata& metadata) {
+    const QString own = QString::fromStdString(metadata.patientName).trimmed();
+    QStringList lines{own.isEmpty() ? study.shownPatientName() : own};
+    const QString date = QString::fromStdString(metadata.studyDate);
+    if (!date.isEmpty() || !study.studyDate.isEmpty())
+        lines += StudyRows::displayDate(date.isEmpty() ? study.studyDate : date);
     const QString series = QString::fromStdString(metadata.seriesDescription).trimmed();
     if (!series.isEmpty())
         lines += series;
     return lines;
 }
 
-QString OverlayTexts::window(const imaging::LevelWindow& window) {
-    return QStringLiteral("W: %1  L: %2").arg(number(window.width), number(window.center));
+QString OverlayTexts::window(const imaging::LevelWindow& window, const imaging::ImageMetadata& metadata) {
+    const QString text = QString::fromStdString(windowText(window));
+    return metadata.hounsfieldUnits ? text + QStringLiteral("  HU") : text;
 }
 
 QStringList OverlayTexts::notes(const imaging::ImageMetadata& metadata, double tiltDegrees) {

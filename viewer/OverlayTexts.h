@@ -2,6 +2,7 @@
 
 #include "imaging/ImageMetadata.h"
 #include "imaging/VoiTransform.h"
+#include "viewer/StudyIdentity.h"
 
 #include <QString>
 #include <QStringList>
@@ -12,10 +13,10 @@ namespace zorbel {
 class OverlayTexts {
 public:
     /// Patient and study date as the image's own file names them, and the series: what is seen, not what was
-    /// asked for.
-    static QStringList patient(const imaging::ImageMetadata& metadata);
-    /// "W: 1800  L: 400"; values under 10 with two decimals, as floating-point images need them.
-    static QString window(const imaging::LevelWindow& window);
+    /// asked for. Only what the image does not say, as one from the volume cache, is taken from the study.
+    static QStringList patient(const StudyIdentity& study, const imaging::ImageMetadata& metadata);
+    /// "W: 1800  L: 400", with "HU" behind it where the image's values are Hounsfield units.
+    static QString window(const imaging::LevelWindow& window, const imaging::ImageMetadata& metadata);
     /// What a reader must know of a tilted or lossy image.
     static QStringList notes(const imaging::ImageMetadata& metadata, double tiltDegrees);
 };

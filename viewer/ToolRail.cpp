@@ -1,26 +1,118 @@
 #include "viewer/ToolRail.h"
 
 #include "resources/Resources.h"
+#include "viewer/reading/SlabModel.h"
 
+#include <QComboBox>
+#include <QGridLayout>
 #include <QLabel>
+#include <QSignalBlocker>
+#include <QSpinBox>
 #include <QToolButton>
-#include <QVBoxLayout>
 
 namespace zorbel {
+
+namespace {
+
+constexpr int entryWidth = 64;
+
+QString text(std::string_view latin) {
+    return QString::fromLatin1(latin.data(), static_cast<qsizetype>(latin.size()));
+}
+
+} // namespace
 
 ToolRail::ToolRail(QWidget* parent) : QScrollArea(parent) {
     setObjectName(QStringLiteral("viewerToolRailContent"));
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setFixedWidth(96);
+    setFixedWidth(2 * entryWidth + 36); // room for the scroll bar of a low window
 
     auto* content = new QWidget;
     content->setObjectName(QStringLiteral("viewerToolRail"));
-    layout_ = new QVBoxLayout(content);
-    layout_->setContentsMargins(8, 10, 8, 10);
-    layout_->setSpacing(4);
+    layout_ = new QGridLayout(content);
+    layout_->setContentsMargins(8, 6, 8, 8);
+    layout_->setSpacing(2);
     setWidget(content);
 
+    buildNavigation();
+    buildPlanes();
+    buildOrientation();
+    buildDisplay();
+    buildLayouts();
+    layout_->setRowStretch(row_ + 1, 1);
+    setAvailable({});
+}
+
+void ToolRail::buildNavigation() {
+    addGroup(QStringLiteral("Navigation"));
+    addTool(
+        QStringLiteral("window-level"), QStringLiteral("W / L"),
+        QStringLiteral("Window / Level — drag to adjust image contrast"), Tool::WindowLevel);
+    addTool(
+        QStringLiteral("scroll"), QStringLiteral("Scroll"),
+        QStringLiteral("Scroll through slices in the active plane"), Tool::Scroll);
+    addTool(
+        QStringLiteral("pan"), QStringLiteral("Pan"), QStringLiteral("Move the image inside the viewport"),
+        Tool::Pan);
+    addTool(
+        QStringLiteral("zoom"), QStringLiteral("Zoom"), QStringLiteral("Zoom the active viewport"),
+        Tool::Zoom);
+    lines_ = addEntry(
+        QStringLiteral("crosshair"), QStringLiteral("MPR lines"),
+        QStringLiteral("Show or hide the linked MPR reference lines"));
+    lines_->setCheckable(true);
+    lines_->setChecked(true);
+    connect(lines_, &QToolButton::clicked, this, &ToolRail::linesToggled);
+    addTool(
+        QStringLiteral("rotate"), QStringLiteral("MPR rotate"),
+        QStringLiteral("Coupled rotation: drag any of the four line handles"), Tool::Rotate);
+    slab_ = addEntry(
+        QStringLiteral("slab"), QStringLiteral("Thick slab"),
+        QStringLiteral("Combine adjacent slices into one MPR image"));
+    slab_->setCheckable(true);
+    connect(slab_, &QToolButton::clicked, this, &ToolRail::slabToggled);
+    addAbsent(
+        QStringLiteral("length"), QStringLiteral("Length"),
+        QStringLiteral("Measure a distance in millimetres (L) — also reports bone density along the path"));
+    addAbsent(
+        QStringLiteral("angle"), QStringLiteral("Angle"), QStringLiteral("Measure a three-point angle (G)"));
+    addAbsent(
+        QStringLiteral("probe"), QStringLiteral("Probe"),
+        QStringLiteral("Read the voxel value at a point (B)"));
+    addAbsent(
+        QStringLiteral("rectangle-roi"), QStringLiteral("Box ROI"),
+        QStringLiteral("Rectangular region: area and voxel statistics (K)"));
+    addAbsent(
+        QStringLiteral("ellipse-roi"), QStringLiteral("Oval ROI"),
+        QStringLiteral("Elliptical region: area and voxel statistics (O)"));
+
+    slabMode_ = new QComboBox;
+    slabMode_->setObjectName(QStringLiteral("slabMode"));
+    for (int mode = 0; mode < imaging::slabModeCount; ++mode)
+        slabMode_->addItem(text(imaging::slabModeName(static_cast<imaging::SlabMode>(mode))));
+    slabMode_->setToolTip(QStringLiteral("How the selected slices are combined"));
+    slabCount_ = new QSpinBox;
+    slabCount_->setObjectName(QStringLiteral("slabCount"));
+    slabCount_->setRange(SlabModel::fewestSlices, SlabModel::mostSlices);
+    slabCount_->setSingleStep(SlabModel::countStep);
+    slabCount_->setSuffix(QStringLiteral(" slices"));
+    slabCount_->setButtonSymbols(QAbstractSpinBox::NoButtons); // they would leave no room for the number
+    slabCount_->setToolTip(QStringLiteral("Odd number of slices combined around the current plane"));
+    for (QWidget* box : {static_cast<QWidget*>(slabMode_), static_cast<QWidget*>(slabCount_)}) {
+        box->setFixedSize(entryWidth, 26);
+        box->setFocusPolicy(Qt::ClickFocus);
+        place(box);
+    }
+    slabText_ = new QLabel;
+    slabText_->setObjectName(QStringLiteral("slabText"));
+    slabText_->setAlignment(Qt::AlignCenter);
+    place(slabText_, true);
+    connect(slabMode_, &QComboBox::activated, this, &ToolRail::slabModeChosen);
+    connect(slabCount_, &QSpinBox::valueChanged, this, &ToolRail::slabCountChosen);
+}
+
+void ToolRail::buildPlanes() {
     addGroup(QStringLiteral("Planes"));
     const std::array<std::array<const char*, 2>, 3> planes{
         {{"axial", "Axial"}, {"coronal", "Coronal"}, {"sagittal", "Sagittal"}}};
@@ -43,18 +135,67 @@ ToolRail::ToolRail(QWidget* parent) : QScrollArea(parent) {
         button->setAutoRepeat(true);
     connect(previous_, &QToolButton::clicked, this, [this] { Q_EMIT stepRequested(-1); });
     connect(next_, &QToolButton::clicked, this, [this] { Q_EMIT stepRequested(1); });
+}
 
+void ToolRail::buildOrientation() {
+    addGroup(QStringLiteral("Orientation"));
+    turns_ = {
+        addEntry(
+            QStringLiteral("flip-horizontal"), QStringLiteral("Mirror"),
+            QStringLiteral("Mirror the 2D image left to right")),
+        addEntry(
+            QStringLiteral("flip-vertical"), QStringLiteral("Flip V"),
+            QStringLiteral("Flip the 2D image top to bottom")),
+        addEntry(
+            QStringLiteral("rotate-180"), QStringLiteral("Rotate 180"),
+            QStringLiteral("Rotate the 2D image by 180 degrees"))};
+    for (std::size_t index = 0; index < turns_.size(); ++index)
+        connect(turns_[index], &QToolButton::clicked, this, [this, index] {
+            Q_EMIT turnRequested(static_cast<Turn>(index));
+        });
+}
+
+void ToolRail::buildDisplay() {
     addGroup(QStringLiteral("Display"));
     fit_ = addEntry(
         QStringLiteral("fit"), QStringLiteral("Fit to view"),
         QStringLiteral("Fit the current study inside all visible viewports"));
+    invert_ = addEntry(
+        QStringLiteral("invert"), QStringLiteral("Invert"),
+        QStringLiteral("Invert the grayscale of the 2D image (I)"));
+    invert_->setCheckable(true);
     reset_ = addEntry(
         QStringLiteral("reset"), QStringLiteral("Reset view"),
         QStringLiteral("Restore the original camera and slice framing"));
     connect(fit_, &QToolButton::clicked, this, &ToolRail::fitRequested);
+    connect(invert_, &QToolButton::clicked, this, &ToolRail::invertToggled);
     connect(reset_, &QToolButton::clicked, this, &ToolRail::resetRequested);
-    layout_->addStretch(1);
-    setAvailable(false, false, false);
+    addAbsent(
+        QStringLiteral("report"), QStringLiteral("Capture"),
+        QStringLiteral("Capture the active viewport, overlays included, for the Word report (Ctrl+K)"));
+    addAbsent(
+        QStringLiteral("findings"), QStringLiteral("Findings"),
+        QStringLiteral("Record findings by tooth (FDI) or region for the report (Ctrl+F)"));
+}
+
+void ToolRail::buildLayouts() {
+    addGroup(QStringLiteral("Layout"));
+    const std::array<std::array<QString, 2>, 4> looks{
+        {{QStringLiteral("layout-quad"),
+          QStringLiteral("Standard hanging: axial, coronal, sagittal and 3D (Ctrl+1)")},
+         {QStringLiteral("layout-single"),
+          QStringLiteral("The active viewport alone, full window (Ctrl+2, or Space)")},
+         {QStringLiteral("layout-side-by-side"),
+          QStringLiteral("The active viewport beside one companion (Ctrl+3)")},
+         {QStringLiteral("layout-primary-plus-three"),
+          QStringLiteral("The active viewport large, the other three stacked beside it (Ctrl+4)")}}};
+    for (std::size_t index = 0; index < looks.size(); ++index) {
+        const auto layout = static_cast<Layout>(index);
+        layouts_[index] = addEntry(looks[index][0], text(layoutLabel(layout)), looks[index][1]);
+        layouts_[index]->setCheckable(true);
+        connect(
+            layouts_[index], &QToolButton::clicked, this, [this, layout] { Q_EMIT layoutChosen(layout); });
+    }
 }
 
 void ToolRail::addGroup(const QString& caption) {
@@ -64,21 +205,49 @@ void ToolRail::addGroup(const QString& caption) {
     label->setFont(capitals);
     label->setObjectName(QStringLiteral("railGroup"));
     label->setAlignment(Qt::AlignCenter);
-    layout_->addWidget(label);
+    place(label, true);
+}
+
+void ToolRail::place(QWidget* widget, bool wholeRow) {
+    if (wholeRow) {
+        row_ += column_ > 0 ? 1 : 0;
+        layout_->addWidget(widget, row_++, 0, 1, 2);
+        column_ = 0;
+        return;
+    }
+    layout_->addWidget(widget, row_, column_);
+    row_ += column_;
+    column_ = 1 - column_;
 }
 
 QToolButton* ToolRail::addEntry(const QString& id, const QString& caption, const QString& toolTip) {
     auto* button = new QToolButton;
     button->setObjectName(QStringLiteral("rail-") + id);
     button->setIcon(toolIcon(id));
-    button->setIconSize(QSize(22, 22));
+    button->setIconSize(QSize(20, 20));
     button->setText(caption);
     button->setToolTip(toolTip);
     button->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
     button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    button->setMinimumWidth(entryWidth);
     button->setFocusPolicy(Qt::TabFocus); // a click must not take the arrow keys away from the viewports
-    layout_->addWidget(button);
+    place(button);
     return button;
+}
+
+QToolButton* ToolRail::addTool(const QString& id, const QString& caption, const QString& toolTip, Tool tool) {
+    auto* button = addEntry(id, caption, toolTip);
+    button->setCheckable(true);
+    tools_[tool] = button;
+    // A second click puts the tool down again: the crosshair is what is there without a tool.
+    connect(button, &QToolButton::clicked, this, [this, tool](bool checked) {
+        Q_EMIT toolChosen(checked ? tool : Tool::Crosshair);
+    });
+    return button;
+}
+
+void ToolRail::addAbsent(const QString& id, const QString& caption, const QString& toolTip) {
+    addEntry(id, caption, toolTip)->setEnabled(false);
 }
 
 void ToolRail::setActivePlane(int viewport) {
@@ -86,13 +255,49 @@ void ToolRail::setActivePlane(int viewport) {
         planes_[index]->setChecked(static_cast<int>(index) == viewport);
 }
 
-void ToolRail::setAvailable(bool hasImage, bool hasPlanes, bool hasSlices) {
+void ToolRail::setTool(Tool tool) {
+    for (const auto& [candidate, button] : tools_)
+        button->setChecked(candidate == tool);
+}
+
+void ToolRail::setLayoutShown(Layout layout) {
+    for (std::size_t index = 0; index < layouts_.size(); ++index)
+        layouts_[index]->setChecked(static_cast<Layout>(index) == layout);
+}
+
+void ToolRail::setLinesShown(bool shown) {
+    lines_->setChecked(shown);
+}
+
+void ToolRail::setSlab(const SlabModel& slab) {
+    const QSignalBlocker quiet(slabCount_);
+    slab_->setChecked(slab.isEnabled());
+    slabText_->setText(QString::fromStdString(slab.railText()));
+    slabMode_->setCurrentIndex(static_cast<int>(slab.mode()));
+    slabCount_->setValue(slab.sliceCount());
+}
+
+void ToolRail::setInverted(bool inverted) {
+    invert_->setChecked(inverted);
+}
+
+void ToolRail::setAvailable(const Available& available) {
+    for (const auto& [tool, button] : tools_)
+        button->setEnabled(tool == Tool::Rotate ? available.planes : available.image);
+    tools_[Tool::Scroll]->setEnabled(available.slices);
+    for (auto* widget : std::initializer_list<QWidget*>{lines_, slab_, slabMode_, slabCount_})
+        widget->setEnabled(available.planes);
     for (auto* plane : planes_)
-        plane->setEnabled(hasPlanes);
+        plane->setEnabled(available.planes);
     for (auto* button : {previous_, next_})
-        button->setEnabled(hasSlices);
+        button->setEnabled(available.slices);
+    for (auto* button : turns_)
+        button->setEnabled(available.image && !available.planes);
+    invert_->setEnabled(available.grey2D);
     for (auto* button : {fit_, reset_})
-        button->setEnabled(hasImage);
+        button->setEnabled(available.image);
+    for (auto* button : layouts_)
+        button->setEnabled(available.planes);
 }
 
 } // namespace zorbel

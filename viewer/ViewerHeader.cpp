@@ -38,6 +38,7 @@ ViewerHeader::ViewerHeader(QWidget* parent) : QFrame(parent) {
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     studyChip_ = newChip(QStringLiteral("studyChip"));
     modeChip_ = newChip(QStringLiteral("modeChip"));
+    layoutChip_ = newChip(QStringLiteral("layoutChip"));
 
     auto* texts = new QVBoxLayout;
     texts->setSpacing(1);
@@ -49,8 +50,10 @@ ViewerHeader::ViewerHeader(QWidget* parent) : QFrame(parent) {
     layout->addLayout(texts, 1);
     layout->addWidget(studyChip_);
     layout->addWidget(modeChip_);
+    layout->addWidget(layoutChip_);
     setStudyChip(QStringLiteral("No study loaded"));
     setModeChip({}, {});
+    setLayoutChip({});
 }
 
 void ViewerHeader::setTitle(const QString& title) {
@@ -70,6 +73,10 @@ void ViewerHeader::setStudyChip(const QString& text) {
 void ViewerHeader::setModeChip(const QString& text, const QString& toolTip) {
     setChipText(modeChip_, text);
     modeChip_->setToolTip(toolTip);
+}
+
+void ViewerHeader::setLayoutChip(const QString& text) {
+    setChipText(layoutChip_, text);
 }
 
 } // namespace zorbel

@@ -18,12 +18,15 @@ public:
     /// A chip is hidden while its text is empty.
     void setStudyChip(const QString& text);
     void setModeChip(const QString& text, const QString& toolTip);
+    /// The layout of the planes, by name.
+    void setLayoutChip(const QString& text);
 
 private:
     QLabel* title_ = nullptr;
     QLabel* subtitle_ = nullptr;
     QLabel* studyChip_ = nullptr;
     QLabel* modeChip_ = nullptr;
+    QLabel* layoutChip_ = nullptr;
 };
 
 } // namespace zorbel

@@ -3,14 +3,17 @@
 #include "viewer/ImageController.h"
 #include "viewer/LoadingOverlay.h"
 #include "viewer/MprController.h"
-#include "viewer/ToolRail.h"
+#include "viewer/ToolCursor.h"
 #include "viewer/ViewerHeader.h"
 #include "viewer/ViewportFrame.h"
+#include "viewer/ViewportGrid.h"
+#include "viewer/VolumeController.h"
+#include "viewer/reading/WindowPresets.h"
 
-#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QStackedWidget>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace zorbel {
@@ -19,18 +22,26 @@ namespace {
 
 enum Page { EmptyPage, MprPage, ImagePage };
 
+QString utf8(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
 } // namespace
 
 ViewerWorkspace::ViewerWorkspace(QWidget* parent) : QWidget(parent) {
     setObjectName(QStringLiteral("viewerWorkspace"));
     setFocusPolicy(Qt::ClickFocus);
-    mpr_ = new MprController(this);
-    image_ = new ImageController(this);
+    cursor_ = new ToolCursor(this);
+    mpr_ = new MprController(*cursor_, this);
+    volume_ = new VolumeController(this);
+    image_ = new ImageController(*cursor_, this);
     rail_ = new ToolRail;
     header_ = new ViewerHeader;
+    const auto& planes = mpr_->frames();
+    grid_ = new ViewportGrid({planes[0], planes[1], planes[2], volume_->frame()});
     pages_ = new QStackedWidget;
     pages_->insertWidget(EmptyPage, buildEmptyPage());
-    pages_->insertWidget(MprPage, buildGrid());
+    pages_->insertWidget(MprPage, grid_);
     pages_->insertWidget(ImagePage, image_->frame());
     overlay_ = new LoadingOverlay(pages_);
 
@@ -44,29 +55,59 @@ ViewerWorkspace::ViewerWorkspace(QWidget* parent) : QWidget(parent) {
     layout->addWidget(rail_);
     layout->addLayout(column, 1);
 
-    connect(rail_, &ToolRail::planeChosen, mpr_, &MprController::setActiveViewport);
-    connect(rail_, &ToolRail::stepRequested, this, &ViewerWorkspace::step);
-    connect(rail_, &ToolRail::fitRequested, this, &ViewerWorkspace::fitToView);
-    connect(rail_, &ToolRail::resetRequested, this, &ViewerWorkspace::resetView);
-    connect(mpr_, &MprController::activeViewportChanged, rail_, &ToolRail::setActivePlane);
-    connect(mpr_, &MprController::imageDrawn, this, &ViewerWorkspace::imageDrawn);
-    connect(image_, &ImageController::imageDrawn, this, &ViewerWorkspace::imageDrawn);
+    connectRail();
+    connectViews();
+    grid_->apply(layout_.cellPlan());
+    setTool(Tool::Crosshair);
 }
 
-QWidget* ViewerWorkspace::buildGrid() {
-    auto* grid = new QWidget;
-    grid->setObjectName(QStringLiteral("viewportGrid"));
-    auto* layout = new QGridLayout(grid);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(6);
-    const auto& frames = mpr_->frames();
-    for (int index = 0; index < 4; ++index)
-        layout->addWidget(frames[static_cast<std::size_t>(index)], index / 2, index % 2);
-    for (int line = 0; line < 2; ++line) {
-        layout->setRowStretch(line, 1);
-        layout->setColumnStretch(line, 1);
-    }
-    return grid;
+ViewerWorkspace::~ViewerWorkspace() = default;
+
+void ViewerWorkspace::connectRail() {
+    connect(rail_, &ToolRail::toolChosen, this, &ViewerWorkspace::setTool);
+    connect(rail_, &ToolRail::linesToggled, this, &ViewerWorkspace::toggleLines);
+    connect(rail_, &ToolRail::slabToggled, this, &ViewerWorkspace::toggleSlab);
+    connect(rail_, &ToolRail::slabModeChosen, this, [this](int mode) {
+        SlabModel slab = mpr_->slab();
+        slab.setMode(static_cast<imaging::SlabMode>(mode));
+        mpr_->setSlab(slab);
+        showSlabStatus();
+    });
+    connect(rail_, &ToolRail::slabCountChosen, this, [this](int slices) {
+        SlabModel slab = mpr_->slab();
+        slab.setSliceCount(slices);
+        mpr_->setSlab(slab);
+        showSlabStatus();
+    });
+    connect(rail_, &ToolRail::planeChosen, this, &ViewerWorkspace::setActiveViewport);
+    connect(rail_, &ToolRail::stepRequested, this, &ViewerWorkspace::step);
+    connect(rail_, &ToolRail::turnRequested, this, &ViewerWorkspace::turnImage);
+    connect(rail_, &ToolRail::invertToggled, this, &ViewerWorkspace::toggleInverted);
+    connect(rail_, &ToolRail::fitRequested, this, &ViewerWorkspace::fitToView);
+    connect(rail_, &ToolRail::resetRequested, this, &ViewerWorkspace::resetView);
+    connect(rail_, &ToolRail::layoutChosen, this, &ViewerWorkspace::setLayout);
+}
+
+void ViewerWorkspace::connectViews() {
+    connect(mpr_, &MprController::viewportPressed, this, &ViewerWorkspace::setActiveViewport);
+    connect(mpr_, &MprController::maximiseRequested, this, [this](int viewport) {
+        applyChange(layout_.toggleMaximise(viewport));
+    });
+    connect(mpr_, &MprController::slabChanged, this, &ViewerWorkspace::showSlabStatus);
+    connect(mpr_, &MprController::imageDrawn, this, &ViewerWorkspace::imageDrawn);
+    connect(volume_, &VolumeController::viewportPressed, this, [this] { setActiveViewport(VolumeViewport); });
+    connect(volume_, &VolumeController::maximiseRequested, this, [this] {
+        applyChange(layout_.toggleVolumeFocus());
+    });
+    connect(volume_, &VolumeController::statusText, this, &ViewerWorkspace::statusText);
+    connect(image_, &ImageController::imageDrawn, this, &ViewerWorkspace::imageDrawn);
+    connect(image_, &ImageController::stateChanged, this, &ViewerWorkspace::onImageStateChanged);
+    const auto tellWindow = [this] {
+        Q_EMIT statusText(
+            QString::fromStdString(windowText(hasVolume() ? mpr_->window() : image_->window())));
+    };
+    connect(mpr_, &MprController::windowDragged, this, tellWindow);
+    connect(image_, &ImageController::windowDragged, this, tellWindow);
 }
 
 QWidget* ViewerWorkspace::buildEmptyPage() {
@@ -82,10 +123,21 @@ QWidget* ViewerWorkspace::buildEmptyPage() {
 
 void ViewerWorkspace::setMode(ViewMode mode, const StudyIdentity& study) {
     mode_ = mode;
-    const bool slices = mode == ViewMode::Mpr || (mode == ViewMode::TwoD && image_->hasSeveralFrames());
-    rail_->setAvailable(mode != ViewMode::None, mode == ViewMode::Mpr, slices);
+    layout_.setVolumeShown(hasVolume());
+    grid_->apply(layout_.cellPlan());
+    for (int viewport = 0; viewport < 4; ++viewport)
+        (viewport == VolumeViewport ? volume_->frame() : mpr_->frames()[static_cast<std::size_t>(viewport)])
+            ->setActive(viewport == layout_.activeViewport());
+    rail_->setAvailable(
+        {mode != ViewMode::None, hasVolume(), hasVolume() || (hasImage() && image_->hasSeveralFrames()),
+         hasImage() && image_->isGrey()});
     constexpr int noPlane = -1;
-    rail_->setActivePlane(mode == ViewMode::Mpr ? mpr_->activeViewport() : noPlane);
+    rail_->setActivePlane(hasVolume() ? layout_.activeViewport() : noPlane);
+    rail_->setLayoutShown(layout_.layout());
+    rail_->setLinesShown(true);
+    rail_->setInverted(false);
+    header_->setLayoutChip(hasVolume() ? QString::fromStdString(layout_.layoutText()) : QString());
+    cursor_->setTool(mode == ViewMode::None ? std::nullopt : std::optional(tool_));
     if (mode == ViewMode::None) {
         header_->setTitle(QStringLiteral("No study selected"));
         header_->setSubtitle({}, {});
@@ -106,48 +158,248 @@ void ViewerWorkspace::showVolume(
         QStringLiteral("MPR · 3D volume"), QStringLiteral("Volumetric study loaded in MPR mode."));
     image_->clear();
     pages_->setCurrentIndex(MprPage);
-    mpr_->setImage(image);
+    mpr_->setImage(image, study);
+    volume_->setImage(image, study);
+    rail_->setSlab(mpr_->slab());
 }
 
 void ViewerWorkspace::showImage(
     const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image,
     const StudyClassification& kind) {
     mpr_->clear();
+    volume_->clear();
     pages_->setCurrentIndex(ImagePage);
-    image_->setImage(image, kind);
+    image_->setImage(image, study, kind);
     setMode(ViewMode::TwoD, study);
     header_->setStudyChip(QStringLiteral("2D Study"));
-    header_->setModeChip(
-        image_->showsCorrectedPanorama() ? QStringLiteral("PANO · upright") : QStringLiteral("2D review"),
-        QStringLiteral("This non-volumetric study opens in the dedicated 2D viewer."));
+    onImageStateChanged();
 }
 
 void ViewerWorkspace::reset() {
     setMode(ViewMode::None, {});
     mpr_->clear();
+    volume_->clear();
     image_->clear();
     pages_->setCurrentIndex(EmptyPage);
 }
 
+void ViewerWorkspace::perform(ShortcutAction action, int argument) {
+    switch (action) {
+    case ShortcutAction::StepSlices:
+        step(argument);
+        break;
+    case ShortcutAction::ActivateViewport:
+        setActiveViewport(argument);
+        break;
+    case ShortcutAction::WindowPreset:
+        applyPreset(argument);
+        break;
+    case ShortcutAction::SelectTool:
+        setTool(static_cast<Tool>(argument));
+        break;
+    case ShortcutAction::ToggleSlab:
+        toggleSlab();
+        break;
+    case ShortcutAction::ChangeSlab:
+        changeSlab(argument);
+        break;
+    case ShortcutAction::FitViews:
+        fitToView();
+        break;
+    case ShortcutAction::ResetViews:
+        resetView();
+        break;
+    case ShortcutAction::ToggleMaximise:
+        applyChange(layout_.toggleMaximise(layout_.activeViewport()));
+        break;
+    case ShortcutAction::CenterCrosshair:
+        if (hasVolume())
+            mpr_->centreCrosshair();
+        break;
+    case ShortcutAction::SetLayout:
+        setLayout(static_cast<Layout>(argument));
+        break;
+    case ShortcutAction::ToggleOverlays:
+        toggleOverlays();
+        break;
+    case ShortcutAction::ToggleLines:
+        toggleLines();
+        break;
+    case ShortcutAction::ToggleInverted:
+        toggleInverted();
+        break;
+    case ShortcutAction::ShowSheet:
+        Q_EMIT shortcutSheetRequested();
+        break;
+    case ShortcutAction::CaptureView:
+    case ShortcutAction::Cancel:
+    case ShortcutAction::DeleteMeasurement:
+    case ShortcutAction::ShowFindings:
+        break; // their tools are not there yet, as the rail shows
+    }
+}
+
+void ViewerWorkspace::setTool(Tool tool) {
+    if (tool >= Tool::Length)
+        return; // no measurements yet
+    tool_ = tool;
+    mpr_->setTool(tool);
+    image_->setTool(tool);
+    rail_->setTool(tool);
+    if (mode_ == ViewMode::None)
+        return;
+    cursor_->setTool(tool);
+    if (tool == Tool::Crosshair)
+        Q_EMIT statusText(
+            hasVolume() ? QStringLiteral("MPR crosshair mode enabled")
+                        : QStringLiteral("Crosshair mode enabled"));
+    else if (tool == Tool::Rotate)
+        Q_EMIT statusText(
+            hasVolume() ? QStringLiteral("MPR rotation mode enabled")
+                        : QStringLiteral("Rotation mode enabled"));
+}
+
+void ViewerWorkspace::setActiveViewport(int viewport) {
+    if (hasVolume())
+        applyChange(layout_.setActiveViewport(viewport));
+}
+
+void ViewerWorkspace::setLayout(Layout layout) {
+    applyChange(layout_.setLayoutFromShortcut(layout));
+    rail_->setLayoutShown(layout_.layout());
+}
+
+void ViewerWorkspace::applyChange(const LayoutChange& change) {
+    if (change.active) {
+        for (int viewport = 0; viewport < 4; ++viewport)
+            (viewport == VolumeViewport ? volume_->frame()
+                                        : mpr_->frames()[static_cast<std::size_t>(viewport)])
+                ->setActive(viewport == layout_.activeViewport());
+    }
+    rail_->setActivePlane(hasVolume() ? layout_.activeViewport() : -1);
+    if (!change.activeText.empty())
+        Q_EMIT statusText(QString::fromStdString(change.activeText));
+    if (change.layout) {
+        grid_->apply(layout_.cellPlan());
+        rail_->setLayoutShown(layout_.layout());
+        header_->setLayoutChip(QString::fromStdString(layout_.layoutText()));
+        // The views have their new sizes only after the event loop has come round.
+        QTimer::singleShot(0, this, &ViewerWorkspace::fitToView);
+    }
+    if (!change.layoutText.empty())
+        Q_EMIT statusText(QString::fromStdString(change.layoutText));
+}
+
 void ViewerWorkspace::step(double slices) {
-    if (mode_ == ViewMode::Mpr)
-        mpr_->stepActivePlane(slices);
-    else if (mode_ == ViewMode::TwoD)
+    if (hasVolume()) {
+        const int active = layout_.activeViewport();
+        mpr_->stepPlane(active == VolumeViewport ? AxialViewport : active, slices);
+    } else if (hasImage()) {
         image_->step(static_cast<int>(slices));
+    }
 }
 
 void ViewerWorkspace::fitToView() {
-    if (mode_ == ViewMode::Mpr)
+    if (hasVolume()) {
         mpr_->fitToView();
-    else if (mode_ == ViewMode::TwoD)
+        volume_->fitToView();
+    } else if (hasImage()) {
         image_->fitToView();
+    }
 }
 
 void ViewerWorkspace::resetView() {
-    if (mode_ == ViewMode::Mpr)
+    if (hasVolume()) {
         mpr_->resetView();
-    else if (mode_ == ViewMode::TwoD)
+        volume_->resetView();
+    } else if (hasImage()) {
         image_->resetView();
+    }
+}
+
+void ViewerWorkspace::toggleLines() {
+    const bool shown = !mpr_->linesShown();
+    mpr_->setLinesShown(shown);
+    rail_->setLinesShown(shown);
+    if (hasVolume())
+        Q_EMIT statusText(
+            shown ? QStringLiteral("MPR crosshair enabled") : QStringLiteral("MPR crosshair disabled"));
+    else
+        Q_EMIT statusText(shown ? QStringLiteral("Crosshair enabled") : QStringLiteral("Crosshair disabled"));
+}
+
+void ViewerWorkspace::toggleOverlays() {
+    overlaysShown_ = !overlaysShown_;
+    mpr_->setOverlaysShown(overlaysShown_);
+    volume_->setOverlaysShown(overlaysShown_);
+    image_->setOverlaysShown(overlaysShown_);
+    Q_EMIT statusText(overlaysShown_ ? QStringLiteral("Overlays shown") : QStringLiteral("Overlays hidden"));
+}
+
+void ViewerWorkspace::toggleSlab() {
+    if (!hasVolume())
+        return;
+    SlabModel slab = mpr_->slab();
+    slab.setEnabled(!slab.isEnabled());
+    mpr_->setSlab(slab);
+    showSlabStatus();
+}
+
+void ViewerWorkspace::changeSlab(int steps) {
+    if (!hasVolume())
+        return;
+    SlabModel slab = mpr_->slab();
+    if (steps > 0 ? slab.thicken() : slab.thin()) {
+        mpr_->setSlab(slab);
+        showSlabStatus();
+    }
+}
+
+void ViewerWorkspace::showSlabStatus() {
+    rail_->setSlab(mpr_->slab());
+    if (!hasVolume())
+        return;
+    const int active = layout_.activeViewport();
+    const int plane = active == VolumeViewport ? AxialViewport : active;
+    Q_EMIT statusText(
+        QString::fromStdString(mpr_->slab().statusText(static_cast<imaging::ViewDirection>(plane))));
+}
+
+void ViewerWorkspace::applyPreset(int index) {
+    const WindowPreset& preset = windowPresets.at(static_cast<std::size_t>(index));
+    if (hasVolume())
+        mpr_->setWindow(preset.window());
+    else if (hasImage() && image_->isGrey())
+        image_->setWindow(preset.window());
+    else
+        return;
+    Q_EMIT statusText(QString::fromStdString(preset.statusText()));
+}
+
+void ViewerWorkspace::turnImage(ToolRail::Turn turn) {
+    if (!hasImage())
+        return;
+    image_->turn(
+        turn == ToolRail::Turn::Mirror         ? &Image2DState::mirror
+        : turn == ToolRail::Turn::FlipVertical ? &Image2DState::flipVertical
+                                               : &Image2DState::rotate180);
+    Q_EMIT statusText(QString::fromStdString(image_->state().orientationStatus()));
+}
+
+void ViewerWorkspace::toggleInverted() {
+    if (!hasImage())
+        return;
+    image_->toggleInverted();
+    Q_EMIT statusText(utf8(image_->state().toneStatus()));
+}
+
+void ViewerWorkspace::onImageStateChanged() {
+    if (!hasImage())
+        return;
+    header_->setModeChip(
+        utf8(image_->state().modeChip()),
+        QStringLiteral("This non-volumetric study opens in the dedicated 2D viewer."));
+    rail_->setInverted(image_->state().isInverted());
 }
 
 } // namespace zorbel

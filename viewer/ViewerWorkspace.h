@@ -3,7 +3,11 @@
 #include "api/StudyClassification.h"
 #include "imaging/Image.h"
 #include "viewer/StudyIdentity.h"
+#include "viewer/ToolRail.h"
 #include "viewer/ViewMode.h"
+#include "viewer/reading/LayoutModel.h"
+#include "viewer/reading/ShortcutTable.h"
+#include "viewer/reading/Tool.h"
 
 #include <QWidget>
 
@@ -16,16 +20,19 @@ namespace zorbel {
 class ImageController;
 class LoadingOverlay;
 class MprController;
-class ToolRail;
+class ToolCursor;
 class ViewerHeader;
+class ViewportGrid;
+class VolumeController;
 
 /// The right side of the window: tool rail, header, the viewports of the current mode, and the loading
-/// overlay over them.
+/// overlay over them. Keys, rail and gestures all come to perform() or to the slots beside it.
 class ViewerWorkspace : public QWidget {
     Q_OBJECT
 
 public:
     explicit ViewerWorkspace(QWidget* parent = nullptr);
+    ~ViewerWorkspace() override;
 
     ViewMode viewMode() const { return mode_; }
 
@@ -38,26 +45,54 @@ public:
 
     LoadingOverlay& loadingOverlay() { return *overlay_; }
     MprController& mpr() { return *mpr_; }
+    const LayoutModel& layout() const { return layout_; }
+    Tool tool() const { return tool_; }
 
-    void step(double slices);
-    void fitToView();
-    void resetView();
+    /// Does what a key asks for; what makes no sense in the current mode does nothing.
+    void perform(ShortcutAction action, int argument);
 
 Q_SIGNALS:
     /// The image given to showVolume() or showImage() is on the screen.
     void imageDrawn();
+    void statusText(const QString& text);
+    void shortcutSheetRequested();
 
 private:
-    QWidget* buildGrid();
     QWidget* buildEmptyPage();
+    void connectRail();
+    void connectViews();
     void setMode(ViewMode mode, const StudyIdentity& study);
+    void setTool(Tool tool);
+    void setActiveViewport(int viewport);
+    void applyChange(const LayoutChange& change);
+    void setLayout(Layout layout);
+    void step(double slices);
+    void fitToView();
+    void resetView();
+    void toggleLines();
+    void toggleOverlays();
+    void toggleSlab();
+    void changeSlab(int steps);
+    void showSlabStatus();
+    void applyPreset(int index);
+    void turnImage(ToolRail::Turn turn);
+    void toggleInverted();
+    void onImageStateChanged();
+    bool hasVolume() const { return mode_ == ViewMode::Mpr; }
+    bool hasImage() const { return mode_ == ViewMode::TwoD; }
 
     ViewMode mode_ = ViewMode::None;
+    LayoutModel layout_;
+    Tool tool_ = Tool::Crosshair;
+    bool overlaysShown_ = true;
+    ToolCursor* cursor_ = nullptr;
     MprController* mpr_ = nullptr;
+    VolumeController* volume_ = nullptr;
     ImageController* image_ = nullptr;
     ToolRail* rail_ = nullptr;
     ViewerHeader* header_ = nullptr;
     QStackedWidget* pages_ = nullptr;
+    ViewportGrid* grid_ = nullptr;
     LoadingOverlay* overlay_ = nullptr;
 };
 

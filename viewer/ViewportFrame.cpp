@@ -3,10 +3,30 @@
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QStyle>
 #include <QVBoxLayout>
 
 namespace zorbel {
+
+namespace {
+
+/// Gives way to the bar's controls in a narrow viewport.
+class ElidedLabel : public QLabel {
+public:
+    ElidedLabel() { setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setPen(palette().color(QPalette::WindowText));
+        painter.drawText(
+            contentsRect(), Qt::AlignRight | Qt::AlignVCenter,
+            fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width()));
+    }
+};
+
+} // namespace
 
 ViewportFrame::ViewportFrame(const QString& name, const QColor& colour, QWidget* view, QWidget* parent)
     : QFrame(parent), view_(view) {
@@ -22,12 +42,11 @@ ViewportFrame::ViewportFrame(const QString& name, const QColor& colour, QWidget*
     mark->setFixedSize(8, 8);
     mark->setStyleSheet(QStringLiteral("background:%1;border-radius:4px;").arg(colour.name()));
     auto* title = new QLabel(name);
-    info_ = new QLabel;
+    info_ = new ElidedLabel;
     info_->setObjectName(QStringLiteral("sliceLabel"));
     bar_->addWidget(mark);
     bar_->addWidget(title);
-    bar_->addStretch(1);
-    bar_->addWidget(info_);
+    bar_->addWidget(info_, 1);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(1, 1, 1, 1);
@@ -47,6 +66,10 @@ void ViewportFrame::setActive(bool active) {
     setProperty("active", active);
     style()->unpolish(this); // the style sheet does not notice a changed property by itself
     style()->polish(this);
+}
+
+void ViewportFrame::setSmallestView(const QSize& size) {
+    view_->setMinimumSize(size);
 }
 
 void ViewportFrame::addToBar(QWidget* widget) {

@@ -18,6 +18,8 @@ public:
 
     void setInfo(const QString& text);
     void setActive(bool active);
+    /// The view's minimum size, without the bar.
+    void setSmallestView(const QSize& size);
     /// Adds a widget at the bar's right end, which takes ownership.
     void addToBar(QWidget* widget);
 

@@ -104,9 +104,11 @@ TEST_F(ViewerWorkspaceTest, scrollsByWheelAndButtonsInTheActivePlane) {
     turnWheel(axial, 1, Qt::AltModifier);
     EXPECT_DOUBLE_EQ(position(), start - 7.9);
 
+    // With the crosshair tool a click would move the crosshair, and the axial plane with it.
+    workspace_.perform(ShortcutAction::SelectTool, static_cast<int>(Tool::WindowLevel));
     const QString before = sliceLabel("coronalViewport");
     QTest::mouseClick(child<QWidget>("coronalView"), Qt::LeftButton);
-    EXPECT_EQ(workspace_.mpr().activeViewport(), MprController::Coronal);
+    EXPECT_EQ(workspace_.layout().activeViewport(), CoronalViewport);
     EXPECT_TRUE(child<QToolButton>("rail-coronal")->isChecked());
     QTest::mouseClick(child<QToolButton>("rail-next"), Qt::LeftButton);
     EXPECT_NE(sliceLabel("coronalViewport"), before);
@@ -147,11 +149,11 @@ TEST_F(ViewerWorkspaceTest, showsEveryFrameOfA2DImage) {
     EXPECT_EQ(sliceLabel("imageViewport"), QStringLiteral("Frame 1/3"));
     const auto* view = child<imaging::ImageView2D>("imageView");
     const QImage first = child<QWidget>("imageView")->grab().toImage();
-    workspace_.step(1);
+    workspace_.perform(ShortcutAction::StepSlices, 1);
     EXPECT_EQ(view->slice(), 1);
     EXPECT_EQ(sliceLabel("imageViewport"), QStringLiteral("Frame 2/3"));
     EXPECT_NE(child<QWidget>("imageView")->grab().toImage(), first);
-    workspace_.step(10);
+    workspace_.perform(ShortcutAction::StepSlices, 10);
     EXPECT_EQ(view->slice(), 2);
 }
 

@@ -22,7 +22,7 @@ TEST(OverlayTexts, writesWindowsOfEveryScale) {
         imaging::LevelWindow window;
         window.center = center;
         window.width = width;
-        return OverlayTexts::window(window);
+        return OverlayTexts::window(window, imaging::ImageMetadata());
     };
     EXPECT_EQ(text(400.0, 1800.0), QStringLiteral("W: 1800  L: 400"));
     EXPECT_EQ(text(-600.4, 1500.0), QStringLiteral("W: 1500  L: -600"));
