@@ -37,7 +37,8 @@ public:
     };
 
     /// Reads the manifest alone: which instances the archive claims to hold. An archive that a killed writer
-    /// had half replaced is put back first. Never throws but std::bad_alloc.
+    /// had half replaced is put back first. A writer at work does not disturb: the result is the archive
+    /// before it or after it. Never throws but std::bad_alloc.
     static Result describe(
         const std::filesystem::path& finalDirectory, const std::string& studyInstanceUid,
         const std::string& seriesInstanceUid);

@@ -37,11 +37,13 @@ public:
     /// Names an instance that belongs to the archive, in the order of the manifest.
     void addInstance(const std::string& instanceId);
     /// Puts a file that lies elsewhere in its place, by renaming it where the file system allows and by
-    /// copying it otherwise, and adds it. The source is gone or left as it was.
+    /// copying it otherwise, and adds it. The source is gone or left as it was; what was renamed shares the
+    /// staging folder's fate when there is no commit. A link, a folder, a missing file and an id that was
+    /// adopted before are refused.
     void adopt(const std::string& instanceId, const std::filesystem::path& file);
 
     /// Validates, hashes, writes the manifest and promotes. At most once. Everything is on the disk when it
-    /// returns, also after a power cut.
+    /// returns, also after a power cut. What a failure leaves under the final name is whole all the same.
     void commit();
 
 private:

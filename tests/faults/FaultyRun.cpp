@@ -1,6 +1,7 @@
 #include "tests/faults/DiskFaults.h"
 
 #include <csignal>
+#include <cstdio>
 #include <exception>
 #include <stdexcept>
 
@@ -46,6 +47,7 @@ FaultyRun runWithDiskFault(DiskFault fault, const std::function<void()>& action)
     const Note call;
     const Note exception;
     fault.report = call.path();
+    std::fflush(nullptr); // or the process would write the waiting output once more
     const pid_t child = fork();
     if (child == 0) {
         try {
