@@ -1,6 +1,7 @@
 #include "benchmarks/BenchGround.h"
 #include "benchmarks/BenchReport.h"
 #include "benchmarks/DecodingBench.h"
+#include "benchmarks/PlaneBench.h"
 #include "benchmarks/ReadingBench.h"
 #include "benchmarks/StreamingBench.h"
 
@@ -51,6 +52,7 @@ std::vector<Group> groups() {
         {{decodingRowName}, measureDecoding},
         {{compressedDecodingRowName}, measureCompressedDecoding},
         {{decodingMemoryRowName}, measureDecodingMemory},
+        {planeRowNames(), measurePlanes},
         {startRowNames(), measureStart},
         {readingRowNames(), measureReading}};
 }
@@ -151,6 +153,8 @@ int measureAsChild(int argc, char** argv) {
         result = startChild();
     } else if (what == "reading") {
         result = readingChild();
+    } else if (what == "planes") {
+        result = planesChild(argc, argv);
     } else {
         QCoreApplication application(argc, argv);
         if (what == "streaming-memory")

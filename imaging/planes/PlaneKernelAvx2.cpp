@@ -30,6 +30,7 @@ namespace zorbel::imaging::kernel {
 namespace {
 
 constexpr int lanes = 8;
+constexpr int rowsAhead = 8; ///< whose memory is asked for
 
 bool processorAllows() {
 #ifdef _MSC_VER
@@ -138,6 +139,12 @@ struct Lanes {
     __m256 x, y, z;
 };
 
+ZORBEL_AVX2_INLINE Lanes broadcast(const Vector3& vector) {
+    return {
+        _mm256_set1_ps(static_cast<float>(vector[0])), _mm256_set1_ps(static_cast<float>(vector[1])),
+        _mm256_set1_ps(static_cast<float>(vector[2]))};
+}
+
 template <class T, bool border>
 ZORBEL_AVX2_INLINE void
 locate(const Ground<T>& ground, std::size_t axis, __m256 index, __m256& base, __m256& part, __m256& inside) {
@@ -198,14 +205,14 @@ ZORBEL_AVX2_INLINE __m256 through(const Ground<T>& ground, const Tile& tile, Lan
         : fold == Fold::Min ? infinity
                             : 0.0F);
     const __m256 one = _mm256_set1_ps(1.0F);
+    const Lanes deep = broadcast(tile.deep);
     __m256 result = neutral;
     __m256 samples = _mm256_setzero_ps();
     for (int plane = 0; plane < tile.planes; ++plane) {
         const __m256 number = _mm256_set1_ps(static_cast<float>(plane));
         const Lanes at{
-            _mm256_fmadd_ps(number, _mm256_set1_ps(static_cast<float>(tile.deep[0])), index.x),
-            _mm256_fmadd_ps(number, _mm256_set1_ps(static_cast<float>(tile.deep[1])), index.y),
-            _mm256_fmadd_ps(number, _mm256_set1_ps(static_cast<float>(tile.deep[2])), index.z)};
+            _mm256_fmadd_ps(number, deep.x, index.x), _mm256_fmadd_ps(number, deep.y, index.y),
+            _mm256_fmadd_ps(number, deep.z, index.z)};
         __m256 inside = all;
         __m256 value = sample<T, border>(ground, at, inside);
         if constexpr (border) {
@@ -228,24 +235,40 @@ ZORBEL_AVX2_INLINE __m256 through(const Ground<T>& ground, const Tile& tile, Lan
     return result;
 }
 
+/// Of a single plane nearly every voxel lies in memory that was not used yet. Asks for what a later row will
+/// read; the other seven voxels around a sample are near those of its neighbours.
+template <class T>
+ZORBEL_AVX2_INLINE void prefetch(const Ground<T>& ground, const Lanes& index) {
+    const __m256i offset = _mm256_add_epi32(
+        _mm256_cvtps_epi32(index.x),
+        _mm256_add_epi32(
+            _mm256_mullo_epi32(_mm256_cvtps_epi32(index.y), _mm256_set1_epi32(ground.strideY)),
+            _mm256_mullo_epi32(_mm256_cvtps_epi32(index.z), _mm256_set1_epi32(ground.strideZ))));
+    alignas(32) std::int32_t offsets[lanes];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(offsets), offset);
+    for (int lane = 0; lane < lanes; lane += 2)
+        _mm_prefetch(reinterpret_cast<const char*>(ground.voxels + offsets[lane]), _MM_HINT_T0);
+}
+
 template <class T, bool border, Fold fold>
 ZORBEL_AVX2 void drawWith(const VoxelGrid& grid, const Tile& tile) {
     const Ground<T> ground = groundOf<T>(grid, tile);
     const __m256 numbers = _mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7);
-    const Lanes right{
-        _mm256_set1_ps(static_cast<float>(tile.right[0])), _mm256_set1_ps(static_cast<float>(tile.right[1])),
-        _mm256_set1_ps(static_cast<float>(tile.right[2]))};
+    const Lanes right = broadcast(tile.right);
+    [[maybe_unused]] const Lanes later = broadcast(tile.down * rowsAhead);
     for (int y = 0; y < tile.height; ++y) {
         const Vector3 row = tile.first + tile.down * y - ground.base;
-        const Lanes start{
-            _mm256_set1_ps(static_cast<float>(row[0])), _mm256_set1_ps(static_cast<float>(row[1])),
-            _mm256_set1_ps(static_cast<float>(row[2]))};
+        const Lanes start = broadcast(row);
         float* out = tile.out + y * tile.outStride;
         for (int x = 0; x < tile.width; x += lanes) {
             const __m256 columns = _mm256_add_ps(numbers, _mm256_set1_ps(static_cast<float>(x)));
             const Lanes index{
                 _mm256_fmadd_ps(columns, right.x, start.x), _mm256_fmadd_ps(columns, right.y, start.y),
                 _mm256_fmadd_ps(columns, right.z, start.z)};
+            if constexpr (!border && fold == Fold::None)
+                prefetch<T>(
+                    ground, {_mm256_add_ps(index.x, later.x), _mm256_add_ps(index.y, later.y),
+                             _mm256_add_ps(index.z, later.z)});
             const __m256 values = through<T, border, fold>(ground, tile, index);
             if (x + lanes <= tile.width) {
                 _mm256_storeu_ps(out + x, values);
