@@ -13,6 +13,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr int coarsest = 3;
+
 double millisecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
@@ -38,12 +40,14 @@ double sampleCount(const PlaneFrame& frame) {
 /// One picture on its way. Belongs to the pool's threads until it is finished.
 struct PlaneRenderer::Work {
     std::shared_ptr<const PlaneSampler> sampler;
+    PlaneFrame asked;
     PlaneFrame drawn; ///< reduced where factor is above 1
     int factor = 1;
     Quality quality = Quality::Interactive;
     PlaneValues coarse;
     std::unique_ptr<PlanePicture> picture;
-    Clock::time_point begun;
+    Clock::time_point started;
+    Clock::time_point begun; ///< its first tile
     std::once_flag begin;
     std::shared_ptr<TilePool::Job> job; ///< of the user-interface thread
 };
@@ -104,16 +108,25 @@ void PlaneRenderer::request(const PlaneFrame& frame) {
     if (!sampler_ || frame.width <= 0 || frame.height <= 0)
         return;
     requested_ = frame;
-    if (running_ && (running_->quality == Quality::Interactive || running_->picture->frame == frame))
-        return; // Its end leads on to what is wanted then.
+    if (running_ && running_->asked == frame)
+        return;
+    if (running_ && running_->quality == Quality::Interactive) {
+        if (!isTooSlow(*running_))
+            return; // Its end leads on to what is wanted then.
+        cost(frame) *= 2.0;
+    }
     abandonRunning();
     start(frame, Quality::Interactive);
+}
+
+/// The coarsest picture is the best that can be had, however long it takes.
+bool PlaneRenderer::isTooSlow(const Work& work) const {
+    return work.factor < coarsest && millisecondsSince(work.started) > 3.0 * interactiveMs_;
 }
 
 int PlaneRenderer::reduction(const PlaneFrame& frame) const {
     const double cost = nanosecondsASample_[frame.slab.count > 1 ? 1 : 0];
     const double expected = sampleCount(frame) * cost / 1e6;
-    constexpr int coarsest = 3;
     int factor = 1;
     while (factor < coarsest && expected > interactiveMs_ * factor * factor)
         ++factor;
@@ -124,6 +137,8 @@ void PlaneRenderer::start(const PlaneFrame& frame, Quality quality) {
     const auto work = std::make_shared<Work>();
     work->sampler = sampler_;
     work->quality = quality;
+    work->started = Clock::now();
+    work->asked = frame;
     work->factor = quality == Quality::Full ? 1 : reduction(frame);
     work->drawn = work->factor > 1 ? reduced(frame, work->factor) : frame;
     work->picture = std::make_unique<PlanePicture>();

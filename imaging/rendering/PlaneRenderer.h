@@ -20,7 +20,7 @@ struct PlanePicture {
 /// waits for one. Of many requests only the newest counts. A request whose full picture would take too long
 /// is answered with a coarser one first; the full one follows unless something newer is wanted. A picture
 /// that is computed quickly is finished even when it is outdated: while the hand moves, something must be
-/// seen to move. User-interface thread.
+/// seen to move. One that turns out to be slow is dropped. User-interface thread.
 class PlaneRenderer : public QObject {
     Q_OBJECT
 
@@ -62,6 +62,7 @@ private:
     void abandonRunning();
     void waitForAbandoned();
     void drop();
+    bool isTooSlow(const Work& work) const;
     int reduction(const PlaneFrame& frame) const;
     double& cost(const PlaneFrame& frame) { return nanosecondsASample_[frame.slab.count > 1 ? 1 : 0]; }
 

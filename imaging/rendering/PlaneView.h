@@ -82,8 +82,6 @@ public:
     /// widget shows; the view itself does not change.
     QImage renderNow(const QSize& pixels) const;
 
-    PlaneRenderer& planeRenderer() { return *renderer_; }
-
 Q_SIGNALS:
     /// The shown plane changed: another slice, another orientation, another image.
     void sliceChanged();
