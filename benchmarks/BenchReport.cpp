@@ -29,8 +29,16 @@ std::string figure(const std::optional<double>& value, const std::string& unit) 
 std::string goalText(const BenchRow& row) {
     if (!row.goal)
         return "-";
-    return row.goal->kind == GoalKind::RatioAtLeast ? ">= " + number(row.goal->value)
-                                                    : "<= " + number(row.goal->value) + " " + row.unit;
+    const std::string value = number(row.goal->value);
+    switch (row.goal->kind) {
+    case GoalKind::RatioAtLeast:
+        return ">= " + value;
+    case GoalKind::FigureAtLeast:
+        return ">= " + value + " " + row.unit;
+    case GoalKind::FigureAtMost:
+        break;
+    }
+    return "<= " + value + " " + row.unit;
 }
 
 Cells cellsOf(const BenchRow& row) {

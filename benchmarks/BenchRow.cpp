@@ -25,6 +25,8 @@ std::optional<bool> BenchRow::holds() const {
         return std::nullopt;
     if (goal->kind == GoalKind::RatioAtLeast)
         return ratio && *ratio >= goal->value;
+    if (goal->kind == GoalKind::FigureAtLeast)
+        return ours && *ours >= goal->value;
     return ours && *ours <= goal->value;
 }
 
@@ -45,6 +47,12 @@ BenchRow durationRow(std::string name, std::string unit, double ours, double ref
 BenchRow boundedRow(std::string name, std::string unit, double ours, double atMost) {
     BenchRow row = plainRow(std::move(name), std::move(unit), ours);
     row.goal = Goal{GoalKind::FigureAtMost, atMost};
+    return row;
+}
+
+BenchRow flooredRow(std::string name, std::string unit, double ours, double atLeast) {
+    BenchRow row = plainRow(std::move(name), std::move(unit), ours);
+    row.goal = Goal{GoalKind::FigureAtLeast, atLeast};
     return row;
 }
 

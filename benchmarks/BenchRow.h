@@ -8,8 +8,8 @@
 namespace zorbel::bench {
 
 /// What a row's goal is about: its ratio to the reference, which should be high, or the figure itself, which
-/// should be low.
-enum class GoalKind { RatioAtLeast, FigureAtMost };
+/// should be low or high.
+enum class GoalKind { RatioAtLeast, FigureAtMost, FigureAtLeast };
 
 struct Goal {
     GoalKind kind = GoalKind::RatioAtLeast;
@@ -37,6 +37,8 @@ BenchRow rateRow(std::string name, std::string unit, double ours, double referen
 BenchRow durationRow(std::string name, std::string unit, double ours, double reference, double ratioAtLeast);
 /// A figure with an upper bound, as MB of memory.
 BenchRow boundedRow(std::string name, std::string unit, double ours, double atMost);
+/// A figure with a lower bound, as frames a second.
+BenchRow flooredRow(std::string name, std::string unit, double ours, double atLeast);
 /// A figure for information.
 BenchRow plainRow(std::string name, std::string unit, double ours);
 /// A row that could not be measured; reason becomes its note.

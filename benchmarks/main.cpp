@@ -4,6 +4,7 @@
 #include "benchmarks/PlaneBench.h"
 #include "benchmarks/ReadingBench.h"
 #include "benchmarks/StreamingBench.h"
+#include "benchmarks/VolumeBench.h"
 
 #include <nlohmann/json.hpp>
 
@@ -54,7 +55,8 @@ std::vector<Group> groups() {
         {{decodingMemoryRowName}, measureDecodingMemory},
         {planeRowNames(), measurePlanes},
         {startRowNames(), measureStart},
-        {readingRowNames(), measureReading}};
+        {readingRowNames(), measureReading},
+        {volumeRowNames(), measureVolume}};
 }
 
 struct CommandLine {
@@ -153,6 +155,8 @@ int measureAsChild(int argc, char** argv) {
         result = startChild();
     } else if (what == "reading") {
         result = readingChild();
+    } else if (what == "volume") {
+        result = volumeChild();
     } else if (what == "planes") {
         result = planesChild(argc, argv);
     } else {

@@ -24,6 +24,8 @@ TEST(BenchRow, GoalHoldsUpToAndIncludingItsValue) {
     EXPECT_FALSE(*durationRow("", "s", 16.0, 10.0, 1.6).holds());
     EXPECT_TRUE(*boundedRow("", "MB", 30.0, 30.0).holds());
     EXPECT_FALSE(*boundedRow("", "MB", 30.5, 30.0).holds());
+    EXPECT_TRUE(*flooredRow("", "frames/s", 10.0, 10.0).holds());
+    EXPECT_FALSE(*flooredRow("", "frames/s", 9.5, 10.0).holds());
     EXPECT_FALSE(plainRow("", "ms", 1.0).holds().has_value());
 }
 
