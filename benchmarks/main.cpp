@@ -1,5 +1,6 @@
 #include "benchmarks/BenchGround.h"
 #include "benchmarks/BenchReport.h"
+#include "benchmarks/CacheBench.h"
 #include "benchmarks/DecodingBench.h"
 #include "benchmarks/PlaneBench.h"
 #include "benchmarks/ReadingBench.h"
@@ -53,6 +54,11 @@ std::vector<Group> groups() {
         {{decodingRowName}, measureDecoding},
         {{compressedDecodingRowName}, measureCompressedDecoding},
         {{decodingMemoryRowName}, measureDecodingMemory},
+        {{cacheLoadRowName}, measureCacheLoad},
+        {{cacheMemoryRowName}, measureCacheMemory},
+        {{archiveCommitRowName}, measureArchiveCommit},
+        {{archiveReopenRowName}, measureArchiveReopen},
+        {{policyRowName}, measurePolicy},
         {planeRowNames(), measurePlanes},
         {startRowNames(), measureStart},
         {readingRowNames(), measureReading},
@@ -155,16 +161,18 @@ int measureAsChild(int argc, char** argv) {
         result = startChild();
     } else if (what == "reading") {
         result = readingChild();
-    } else if (what == "volume") {
-        result = volumeChild();
     } else if (what == "planes") {
         result = planesChild(argc, argv);
+    } else if (what == "volume") {
+        result = volumeChild();
     } else {
         QCoreApplication application(argc, argv);
         if (what == "streaming-memory")
             result = streamingMemoryChild(QString::fromStdString(argument));
         else if (what == "decoding-memory")
             result = decodingMemoryChild(argument);
+        else if (what == "cache-memory")
+            result = cacheMemoryChild(argument);
         else
             throw std::runtime_error("There is no measurement " + what);
     }
