@@ -94,8 +94,9 @@ struct StudyArchiveTransaction::State {
     fs::path fileOf(const std::string& id) const { return staging / (id + ".dcm"); }
     void validate() const;
     std::vector<ArchivedInstance> measuredInstances() const;
-    void store(std::vector<ArchivedInstance>& instances) const;
-    void writeManifest(std::vector<ArchivedInstance> instances) const;
+    void hash(std::vector<ArchivedInstance>& instances) const;
+    void writeManifest(const std::vector<ArchivedInstance>& instances) const;
+    void flush(const std::vector<ArchivedInstance>& instances) const;
     void promote();
 
     ArchivePlace place;
@@ -174,8 +175,9 @@ void StudyArchiveTransaction::commit() {
         fail("Study archive transaction is already committed");
     state_->validate();
     auto instances = state_->measuredInstances();
-    state_->store(instances);
-    state_->writeManifest(std::move(instances));
+    state_->hash(instances);
+    state_->writeManifest(instances);
+    state_->flush(instances);
     state_->promote();
 }
 
@@ -215,8 +217,8 @@ std::vector<ArchivedInstance> StudyArchiveTransaction::State::measuredInstances(
     return instances;
 }
 
-/// Hashes the files while the disk is writing them, and returns when they are on it.
-void StudyArchiveTransaction::State::store(std::vector<ArchivedInstance>& instances) const {
+/// The disk starts to write the files meanwhile.
+void StudyArchiveTransaction::State::hash(std::vector<ArchivedInstance>& instances) const {
     forEachOnAllCores(instances.size(), [&](std::size_t i) {
         ArchivedInstance& instance = instances[i];
         beginFlush(instance.file);
@@ -227,16 +229,9 @@ void StudyArchiveTransaction::State::store(std::vector<ArchivedInstance>& instan
             fail(textOf(digest.failedAt), instance.file);
         instance.sha256 = std::move(digest.sha256);
     });
-    forEachOnAllCores(instances.size(), [&](std::size_t i) {
-        try {
-            flushFile(instances[i].file);
-        } catch (const std::system_error&) {
-            fail("Cannot store study archive instance: ", instances[i].file);
-        }
-    });
 }
 
-void StudyArchiveTransaction::State::writeManifest(std::vector<ArchivedInstance> instances) const {
+void StudyArchiveTransaction::State::writeManifest(const std::vector<ArchivedInstance>& instances) const {
     const fs::path manifest = staging / archiveManifestName;
     fs::path unfinished = manifest;
     unfinished += ".tmp";
@@ -244,23 +239,36 @@ void StudyArchiveTransaction::State::writeManifest(std::vector<ArchivedInstance>
     fs::remove(unfinished, error); // of a commit that failed before
     std::string text;
     try {
-        text = archiveManifestText({studyInstanceUid, seriesInstanceUid, std::move(instances)});
+        text = archiveManifestText({studyInstanceUid, seriesInstanceUid, instances});
         createPrivateFile(unfinished);
     } catch (const std::exception&) {
         fail("Cannot create study archive manifest: ", unfinished);
     }
-    try {
+    {
         std::ofstream file(unfinished, std::ios::binary);
         file.write(text.data(), static_cast<std::streamsize>(text.size()));
         file.close();
         if (!file)
-            throw std::system_error(std::make_error_code(std::errc::io_error));
-        flushFile(unfinished);
-    } catch (const std::system_error&) {
-        fail("Cannot write study archive manifest: ", unfinished);
+            fail("Cannot write study archive manifest: ", unfinished);
     }
+    fs::rename(unfinished, manifest, error);
+    if (error)
+        fail("Cannot finalize study archive manifest: ", manifest);
+}
+
+/// All at once and before the promotion alone: each file flushed as it is written would cost a journal
+/// commit.
+void StudyArchiveTransaction::State::flush(const std::vector<ArchivedInstance>& instances) const {
+    forEachOnAllCores(instances.size(), [&](std::size_t i) {
+        try {
+            flushFile(instances[i].file);
+        } catch (const std::system_error&) {
+            fail("Cannot store study archive instance: ", instances[i].file);
+        }
+    });
+    const fs::path manifest = staging / archiveManifestName;
     try {
-        fs::rename(unfinished, manifest);
+        flushFile(manifest);
         flushFolder(staging);
     } catch (const std::system_error&) {
         fail("Cannot finalize study archive manifest: ", manifest);

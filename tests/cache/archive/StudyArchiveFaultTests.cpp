@@ -144,7 +144,7 @@ TEST_F(StudyArchiveFaultTest, APowerCutFindsOnTheDiskWhateverItsNamePromises) {
         const std::string manifest = staging + "/archive-manifest.json";
         for (const auto& entry : contents)
             expectOrder(lines, "fdatasync " + staging + "/" + entry.first + ".dcm", "rename " + final);
-        expectOrder(lines, "fdatasync " + manifest + ".tmp", "rename " + manifest);
+        expectOrder(lines, "fdatasync " + manifest, "rename " + final);
         expectOrder(lines, "rename " + manifest, "fsync " + staging);
         expectOrder(lines, "fsync " + staging, "rename " + final);
         expectOrder(lines, "rename " + final, "fsync " + parent);
