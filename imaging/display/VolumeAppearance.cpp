@@ -32,20 +32,21 @@ VolumeAppearance boneEdges(const TissueScale& scale) {
     return appearance;
 }
 
-/// Grey over the values' own range. What lies below the cut between background and object is left out.
+/// Grey over the values' own range, from halfway between background and object up to the brightest tissue;
+/// metal must not darken the rest.
 VolumeAppearance greyRamp(const TissueScale& scale) {
     const double begins = scale.valueOf(-500.0);
-    const double span = std::max(scale.high - begins, 1e-9);
+    const double span = std::max(std::min(scale.high, scale.dense) - begins, 1e-9);
     VolumeAppearance appearance;
     const auto add = [&](double part, double opacity) {
         const double grey = 0.15 + 0.85 * part;
         appearance.points.push_back({begins + part * span, grey, grey, grey, opacity});
     };
     add(0.0, 0.0);
-    add(0.15, 0.05);
-    add(0.4, 0.12);
-    add(0.7, 0.4);
-    add(1.0, 0.8);
+    add(0.15, 0.06);
+    add(0.4, 0.15);
+    add(0.7, 0.5);
+    add(1.0, 0.85);
     return appearance;
 }
 
@@ -131,7 +132,7 @@ projectionAppearance(VolumeBlendMode mode, const TissueScale& scale, std::option
         return appearance;
     }
     case VolumeBlendMode::Average: {
-        VolumeAppearance appearance = ramp(-150.0, 650.0);
+        VolumeAppearance appearance = ramp(-150.0, 500.0);
         appearance.averageAbove = scale.valueOf(-500.0);
         return appearance;
     }

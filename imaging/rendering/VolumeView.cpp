@@ -24,9 +24,9 @@ namespace {
 constexpr int restMilliseconds = 150;
 constexpr int showPartsMilliseconds = 250;
 constexpr double movingMilliseconds = 60.0; ///< aimed at for a frame while the volume moves
-constexpr double partMilliseconds = 35.0;   ///< aimed at for one part of the full picture
-constexpr double stillRayStep = 0.6;        ///< voxels between two samples
-constexpr double movingRayStep = 1.4;
+constexpr double partMilliseconds = 30.0;   ///< aimed at for one part of the full picture
+constexpr double stillRayStep = 0.8;        ///< voxels between two samples; jittered
+constexpr double movingRayStep = 1.6;
 constexpr double roughestImageStep = 8.0;
 constexpr int softwareMaxSide = 256;
 constexpr int smallestSide = 64;
@@ -449,7 +449,7 @@ void VolumeView::refine() {
     const double pixels = static_cast<double>(part.width()) * part.height();
     const double affordable = pixels * partMilliseconds / std::max(*milliseconds, 0.01);
     const double usual = partMilliseconds * stillRayStep / std::max(costPerRay_, 1e-9);
-    partPixels_ = std::min({affordable, usual, 2.0 * pixels});
+    partPixels_ = std::min({affordable, usual, 1.5 * pixels});
     if (tiles_.isDone()) {
         phase_ = Phase::Still;
         stillMs_ = partsMs_;
