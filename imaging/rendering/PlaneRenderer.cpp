@@ -124,9 +124,18 @@ bool PlaneRenderer::isTooSlow(const Work& work) const {
     return work.factor < coarsest && millisecondsSince(work.started) > 3.0 * interactiveMs_;
 }
 
+double PlaneRenderer::expectedMilliseconds(const PlaneFrame& frame) const {
+    return sampleCount(frame) * nanosecondsASample_[frame.slab.count > 1 ? 1 : 0] / 1e6;
+}
+
+void PlaneRenderer::learn(const PlaneFrame& frame, double milliseconds) {
+    // Few samples tell more about the threads' waking than about the samples.
+    if (const double samples = sampleCount(frame); samples > 50'000.0)
+        cost(frame) = 0.5 * (cost(frame) + milliseconds * 1e6 / samples);
+}
+
 int PlaneRenderer::reduction(const PlaneFrame& frame) const {
-    const double cost = nanosecondsASample_[frame.slab.count > 1 ? 1 : 0];
-    const double expected = sampleCount(frame) * cost / 1e6;
+    const double expected = expectedMilliseconds(frame);
     int factor = 1;
     while (factor < coarsest && expected > interactiveMs_ * factor * factor)
         ++factor;
@@ -174,9 +183,7 @@ void PlaneRenderer::finish(const std::shared_ptr<Work>& work) {
         return; // Abandoned when it was all but done.
     running_.reset();
     waitForAbandoned();
-    // Few samples tell more about the threads' waking than about the samples.
-    if (const double samples = sampleCount(work->drawn); samples > 50'000.0)
-        cost(work->drawn) = 0.5 * (cost(work->drawn) + work->picture->milliseconds * 1e6 / samples);
+    learn(work->drawn, work->picture->milliseconds);
     if (picture_)
         spare_ = std::move(picture_->values);
     picture_ = std::move(work->picture);
@@ -202,6 +209,7 @@ void PlaneRenderer::renderNow(const PlaneFrame& frame) {
     picture_->frame = frame;
     picture_->coarse = false;
     picture_->milliseconds = millisecondsSince(begun);
+    learn(frame, picture_->milliseconds);
 }
 
 PlaneValues PlaneRenderer::render(const PlaneFrame& frame) const {

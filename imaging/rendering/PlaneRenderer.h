@@ -33,6 +33,8 @@ public:
 
     /// Leads to pictureReady(), once or, after a coarse picture, twice. Without an image nothing happens.
     void request(const PlaneFrame& frame);
+    /// For the full picture, judged by those before.
+    double expectedMilliseconds(const PlaneFrame& frame) const;
     /// What was asked for last.
     const PlaneFrame& requested() const { return requested_; }
     /// Computes the full picture at once and keeps it, without pictureReady().
@@ -64,6 +66,7 @@ private:
     void drop();
     bool isTooSlow(const Work& work) const;
     int reduction(const PlaneFrame& frame) const;
+    void learn(const PlaneFrame& frame, double milliseconds);
     double& cost(const PlaneFrame& frame) { return nanosecondsASample_[frame.slab.count > 1 ? 1 : 0]; }
 
     std::shared_ptr<const PlaneSampler> sampler_;

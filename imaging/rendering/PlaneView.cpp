@@ -192,8 +192,14 @@ void PlaneView::requestUpdate() {
 
 void PlaneView::startRendering() {
     renderScheduled_ = false;
-    if (isVisible() && image_ && !isUpToDate())
-        renderer_->request(wantedFrame());
+    if (!isVisible() || isUpToDate())
+        return;
+    if (const PlaneFrame frame = wantedFrame(); !isQuick(frame))
+        renderer_->request(frame);
+}
+
+bool PlaneView::isQuick(const PlaneFrame& frame) const {
+    return renderer_->expectedMilliseconds(frame) <= immediateMs_;
 }
 
 bool PlaneView::isUpToDate() const {
@@ -270,6 +276,11 @@ QRectF PlaneView::pictureRect(const PlaneFrame& frame) const {
 }
 
 void PlaneView::paintEvent(QPaintEvent*) {
+    if (const PlaneFrame frame = wantedFrame(); !isUpToDate() && isQuick(frame)) {
+        renderer_->renderNow(frame);
+        pictureIsMapped_ = false;
+        pictureIsNew_ = true;
+    }
     QPainter painter(this);
     const double ratio = devicePixelRatioF();
     painter.scale(1.0 / ratio, 1.0 / ratio);

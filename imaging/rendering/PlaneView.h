@@ -19,8 +19,9 @@ class PlaneRenderer;
 /// Shows one plane or slab through a volume, linearly interpolated, without perspective. Positions in the
 /// widget are logical pixels, (0, 0) at its upper left corner; world points are LPS millimetres.
 ///
-/// Pictures are computed in the background (see PlaneRenderer). All that this class tells is about the state
-/// asked for; until its picture is there, the one before is shown where it belongs in that state.
+/// Pictures that take but a few milliseconds are computed while painting, all others in the background (see
+/// PlaneRenderer). What this class tells is about the state asked for; until its picture is there, the one
+/// before is shown where it belongs in that state.
 /// User-interface thread.
 class PlaneView : public RenderWindowWidget {
     Q_OBJECT
@@ -81,6 +82,8 @@ public:
     /// The full picture of the current state in another size, about the same centre and with all that the
     /// widget shows; the view itself does not change.
     QImage renderNow(const QSize& pixels) const;
+    /// Up to how long a picture may be expected to take and yet be computed while painting.
+    void setImmediateMilliseconds(double milliseconds) { immediateMs_ = milliseconds; }
 
 Q_SIGNALS:
     /// The shown plane changed: another slice, another orientation, another image.
@@ -100,6 +103,7 @@ private:
     void planeChanged();
     void fit();
     void startRendering();
+    bool isQuick(const PlaneFrame& frame) const;
     void showNewPicture();
     const QImage& mappedPicture();
     QImage mapped(const PlaneValues& values, const Slab& slab, QImage into = {}) const;
@@ -116,6 +120,7 @@ private:
     bool pictureIsMapped_ = false;
     SlabMode slabMode_ = SlabMode::Mip;
     int slabCount_ = 1;
+    double immediateMs_ = 4.0; ///< three such views leave the user interface its sixteen milliseconds
     bool renderScheduled_ = false;
     bool pictureIsNew_ = false; ///< not painted yet
     bool frameDue_ = false;     ///< somebody waits for frameRendered()

@@ -247,11 +247,14 @@ TEST(PlaneView, KeepsThePointUnderThePointerWhileZooming) {
     EXPECT_LE(corner.y(), 200.0);
 }
 
-TEST(PlaneView, DrawsOneFrameForManyChangesAndNoOtherView) {
+class PlaneViewFrames : public testing::TestWithParam<double> {};
+
+TEST_P(PlaneViewFrames, DrawsOneForManyChangesAndNoneOfAnotherView) {
     const auto image = makeImage<std::int16_t>(rampGeometry(), VoxelType::Int16, pattern);
     PlaneView changed(ViewDirection::Axial);
     PlaneView other(ViewDirection::Coronal);
     for (PlaneView* view : {&changed, &other}) {
+        view->setImmediateMilliseconds(GetParam());
         view->resize(200, 150);
         view->setImage(image);
         view->show();
@@ -271,6 +274,8 @@ TEST(PlaneView, DrawsOneFrameForManyChangesAndNoOtherView) {
     EXPECT_EQ(slices.count(), 3);
 }
 
+INSTANTIATE_TEST_SUITE_P(InTheBackgroundAndAtOnce, PlaneViewFrames, testing::Values(0.0, 1e9));
+
 /// A bright ball in the middle of darkness, whose picture's place is easily told.
 std::shared_ptr<const Image> ballImage(const Vector3& ball) {
     const ImageGeometry geometry({60, 60, 60}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 1});
@@ -288,6 +293,7 @@ QPointF ballIn(const QImage& picture, const PlaneView& view) {
 TEST(PlaneView, ShowsTheOldPictureWhereItBelongsUntilTheNewOneIsThere) {
     const Vector3 ball{24.0, 33.0, 29.0};
     PlaneView view(ViewDirection::Axial);
+    view.setImmediateMilliseconds(0.0);
     view.resize(300, 240);
     view.setImage(ballImage(ball));
     view.setWindow(128.0, 256.0);
@@ -327,15 +333,31 @@ TEST(PlaneView, ShowsTheOldPictureWhereItBelongsUntilTheNewOneIsThere) {
     EXPECT_EQ(brightSpot(view.grab().toImage()), QPointF(-1.0, -1.0));
 }
 
+TEST(PlaneView, PaintsAQuickPictureAtOnce) {
+    const Vector3 ball{24.0, 33.0, 29.0};
+    PlaneView view(ViewDirection::Sagittal);
+    view.resize(200, 160);
+    view.setImage(ballImage(ball));
+    view.setWindow(128.0, 256.0);
+    view.setImmediateMilliseconds(1e9);
+    view.navigation().selectSliceByPoint(ball);
+    const QPointF spot = ballIn(view.grab().toImage(), view);
+    EXPECT_NEAR(spot.x(), view.worldToWidget(ball).x(), 1.2);
+    EXPECT_NEAR(spot.y(), view.worldToWidget(ball).y(), 1.2);
+    EXPECT_TRUE(view.isUpToDate());
+}
+
 TEST(PlaneView, DrawsNothingWhileHidden) {
     PlaneView view(ViewDirection::Coronal);
     view.resize(200, 150);
     view.setImage(ballImage({30.0, 30.0, 30.0}));
-    view.show();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return view.isUpToDate(); }, 20000));
-    view.hide();
-    view.navigation().step(2.0);
     QSignalSpy frames(&view, &RenderWindowWidget::frameRendered);
+    view.show();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return view.isUpToDate() && frames.count() > 0; }, 20000));
+    QTest::qWait(50);
+    view.hide();
+    frames.clear();
+    view.navigation().step(2.0);
     QTest::qWait(100);
     EXPECT_FALSE(view.isUpToDate());
     EXPECT_EQ(frames.count(), 0);
