@@ -2,6 +2,7 @@
 
 #include "api/LoginDialog.h"
 #include "api/ZorbelApiClient.h"
+#include "app/Identity.h"
 #include "app/LinkRequest.h"
 #include "app/ServiceHost.h"
 #include "app/SessionLock.h"
@@ -49,9 +50,9 @@ std::filesystem::path configFolder() {
 }
 
 void applyIdentity() {
-    QCoreApplication::setApplicationName(QStringLiteral("Zorbel Desktop Workstation"));
+    QCoreApplication::setApplicationName(QString::fromLatin1(applicationName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(version));
-    QCoreApplication::setOrganizationName(QStringLiteral("Quenmark"));
+    QCoreApplication::setOrganizationName(QString::fromLatin1(organizationName));
     QCoreApplication::setOrganizationDomain(QString::fromLatin1(serviceDomain));
 }
 

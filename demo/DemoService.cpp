@@ -16,9 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A volume that is also in the cloud, and not the one that everything else is shown with.
-constexpr const char* studyOnTheNode = "several-series";
-
 std::future<std::unique_ptr<DemoLocalNode>> beginNode(bool wanted) {
     return std::async(wanted ? std::launch::async : std::launch::deferred, [wanted] {
         return wanted ? std::make_unique<DemoLocalNode>() : nullptr;
@@ -68,7 +65,7 @@ void DemoService::importAll() {
         const fs::path phantoms = phantomFolder(options_.cacheFolder, options_.notice);
         uploadFolder(phantoms);
         if (parts_->node) {
-            parts_->node->uploadFolder(phantoms / studyOnTheNode);
+            parts_->node->uploadFolder(phantoms / nodeStudyName);
         }
     }
     for (const fs::path& folder : options_.imports) {

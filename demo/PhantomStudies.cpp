@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 // Part of the cache folder's name: raise it with every change of what the studies hold.
-constexpr const char* version = "phantom-2";
+constexpr const char* version = "phantom-3";
 constexpr double noise = 42;
 
 struct StudyText {
@@ -219,6 +219,14 @@ void writeSeveralSeries(const fs::path& root, const JawPhantom& phantom) {
     writeVolume(root, study, smooth, soft, phantom.rasterize(soft, 12, 4));
 }
 
+void writeCoarseVolume(
+    const fs::path& root, const JawPhantom& phantom, const StudyText& study, double spacing,
+    std::uint32_t seed) {
+    const JawPhantom::Grid grid = coarseGrid(spacing);
+    const SeriesText series{"volume", "CT", "CBCT " + decimals({spacing}) + " mm", "Full jaws", 1};
+    writeVolume(root, study, series, grid, phantom.rasterize(grid, noise, seed));
+}
+
 fs::path defaultCacheFolder() {
     if (const char* cache = std::getenv("XDG_CACHE_HOME"); cache != nullptr && *cache == '/') {
         return fs::path(cache) / "zorbel-demo";
@@ -270,6 +278,10 @@ void writePhantomStudies(const fs::path& folder, const Notice& notice) {
         {"volume", "CT", "CBCT 1.6 mm", "Full jaws", 1}, small, phantom.rasterize(small, noise, 2),
         small.size[2] / 2);
     writeSeveralSeries(folder, phantom);
+    writeCoarseVolume(
+        folder, phantom, {preparedStudyName, "Phantom^Prepared", "20240305", "CBCT JAW PREPARED"}, 0.8, 5);
+    writeCoarseVolume(
+        folder, phantom, {nodeStudyName, "Phantom^Onsite", "20240126", "CBCT JAW ON SITE"}, 1.0, 6);
 }
 
 fs::path phantomFolder(const fs::path& cacheFolder, const Notice& notice) {

@@ -1,6 +1,7 @@
 #include "demo/DemoLocalNode.h"
 #include "demo/DemoService.h"
 #include "demo/PhantomStudies.h"
+#include "demo/PreparedStudy.h"
 #include "demo/ViewerProcess.h"
 
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -34,6 +36,7 @@ Options of run and serve:
   --cache DIR       where made phantoms are kept
   --port N          the service's port (default: a free one)
   --home DIR        where the viewer keeps settings, cache and data of the demonstration (run only)
+  --fresh-home      keep them in a new folder, removed at the end (run only)
 )";
 
 /// A wrong command line; the text says what is wrong.
@@ -46,6 +49,7 @@ struct CommandLine {
     std::string folder;
     DemoService::Options service;
     fs::path home;
+    bool freshHome = false;
     int slices = 400;
     int size = 512;
     std::vector<std::string> viewer;
@@ -98,6 +102,8 @@ CommandLine parse(const std::vector<std::string>& words) {
             line.service.port = numberOf(value(), 65535);
         } else if (line.command == "run" && word == "--home") {
             line.home = value();
+        } else if (line.command == "run" && word == "--fresh-home") {
+            line.freshHome = true;
         } else if (bench && word == "--slices") {
             line.slices = numberOf(value(), 5000);
         } else if (bench && word == "--size") {
@@ -111,6 +117,9 @@ CommandLine parse(const std::vector<std::string>& words) {
     if ((line.command == "run" && line.viewer.empty()) || (!service && line.folder.empty())) {
         throw UsageError(
             line.command == "run" ? "The viewer is missing: -- VIEWER" : "The folder is missing.");
+    }
+    if (line.freshHome && !line.home.empty()) {
+        throw UsageError("Either --home or --fresh-home.");
     }
     for (const fs::path& folder : line.service.imports) {
         if (!fs::exists(folder)) {
@@ -135,19 +144,32 @@ fs::path privateFolder(const fs::path& folder) {
     return folder;
 }
 
-/// A folder for this run's temporary files. Those of runs that ended without their clean-up go.
-fs::path temporaryFolder(const fs::path& home) {
-    const std::string prefix = "tmp-";
-    std::error_code ignored;
-    for (const auto& entry : fs::directory_iterator(home)) {
-        const std::string name = entry.path().filename().string();
-        if (name.rfind(prefix, 0) == 0 && kill(std::atoi(name.c_str() + prefix.size()), 0) != 0 &&
-            errno == ESRCH) {
-            fs::remove_all(entry.path(), ignored);
+/// A folder of this run's own, removed at its end. Those of runs that ended without their clean-up go now.
+class FolderOfThisRun {
+public:
+    FolderOfThisRun(const fs::path& parent, const std::string& prefix) {
+        std::error_code ignored;
+        for (const auto& entry : fs::directory_iterator(privateFolder(parent))) {
+            const std::string name = entry.path().filename().string();
+            if (name.rfind(prefix, 0) == 0 && kill(std::atoi(name.c_str() + prefix.size()), 0) != 0 &&
+                errno == ESRCH) {
+                fs::remove_all(entry.path(), ignored);
+            }
         }
+        path_ = privateFolder(parent / (prefix + std::to_string(getpid())));
     }
-    return privateFolder(home / (prefix + std::to_string(getpid())));
-}
+    ~FolderOfThisRun() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    FolderOfThisRun(const FolderOfThisRun&) = delete;
+    FolderOfThisRun& operator=(const FolderOfThisRun&) = delete;
+
+    const fs::path& path() const { return path_; }
+
+private:
+    fs::path path_;
+};
 
 void announce(DemoService& service, bool withNode) {
     std::cout << "Demo service at " << service.baseUrl() << "\n";
@@ -172,32 +194,42 @@ int serve(const CommandLine& line) {
     return 0;
 }
 
+/// The demonstration is one without it, too.
+void tryToPrepare(const CommandLine& line, const fs::path& userCacheFolder) {
+    try {
+        prepareVolumeCache(
+            phantomFolder(line.service.cacheFolder, line.service.notice), userCacheFolder, readerAccount);
+    } catch (const std::exception& error) {
+        std::cerr << "No study is prepared in the viewer's cache: " << error.what() << "\n";
+    }
+}
+
 int run(const CommandLine& line) {
-    const fs::path home = privateFolder(fs::absolute(line.home.empty() ? defaultHome() : line.home));
+    std::optional<FolderOfThisRun> freshHome;
+    if (line.freshHome) {
+        freshHome.emplace(defaultHome().parent_path(), "fresh-home-");
+    }
+    const fs::path home = privateFolder(fs::absolute(
+        freshHome           ? freshHome->path()
+        : line.home.empty() ? defaultHome()
+                            : line.home));
     DemoService service(line.service);
     service.start();
     announce(service, line.service.localNode);
-    const fs::path temporary = temporaryFolder(home);
+    const fs::path cache = privateFolder(home / "cache");
+    if (line.service.phantoms) {
+        tryToPrepare(line, cache);
+    }
+    const FolderOfThisRun temporary(home, "tmp-");
     const std::map<std::string, std::string> environment{
         {"ZORBEL_API_BASE_URL", service.baseUrl()},
         {"ZORBEL_DEMO_ACCOUNT", readerAccount.email},
         {"ZORBEL_DEMO_PASSWORD", readerAccount.password},
         {"XDG_CONFIG_HOME", privateFolder(home / "config")},
-        {"XDG_CACHE_HOME", privateFolder(home / "cache")},
+        {"XDG_CACHE_HOME", cache},
         {"XDG_DATA_HOME", privateFolder(home / "data")},
-        {"TMPDIR", temporary}};
-    const auto cleanUp = [&temporary] {
-        std::error_code ignored;
-        fs::remove_all(temporary, ignored);
-    };
-    try {
-        const int code = ViewerProcess(line.viewer, environment).wait();
-        cleanUp();
-        return code;
-    } catch (...) {
-        cleanUp();
-        throw;
-    }
+        {"TMPDIR", temporary.path()}};
+    return ViewerProcess(line.viewer, environment).wait();
 }
 
 int execute(CommandLine line) {

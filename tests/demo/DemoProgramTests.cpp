@@ -19,8 +19,8 @@ struct Outcome {
     std::string output;
 };
 
-Outcome runProgram(const std::string& arguments) {
-    const std::string command = std::string(ZORBEL_DEMO_PROGRAM) + " " + arguments + " 2>&1";
+Outcome runProgram(const std::string& arguments, const std::string& environment = {}) {
+    const std::string command = environment + " " + ZORBEL_DEMO_PROGRAM + " " + arguments + " 2>&1";
     FILE* pipe = popen(command.c_str(), "r");
     Outcome outcome;
     std::array<char, 4096> buffer{};
@@ -37,12 +37,14 @@ TEST(DemoProgram, runsTheViewerInItsOwnFoldersWithPhantomsAndImportsInPlace) {
     const fs::path imports = folder.path() / "imports";
     writeBenchSeries(imports, 2, 16);
     const fs::path script = folder.path() / "viewer.sh";
-    std::ofstream(script) << "NODE_STUDY=" << uidOf("several-series") << "\n"
+    std::ofstream(script) << "NODE_STUDY=" << uidOf(nodeStudyName)
+                          << "\nPREPARED=" << uidOf(preparedStudyName) << "\n"
                           << R"sh(set -e
 for d in "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$TMPDIR"; do
     test "$(stat -c %a "$d")" = 700
 done
 touch "$XDG_CONFIG_HOME/kept" "$TMPDIR/dropped"
+cat "$XDG_CACHE_HOME/Quenmark/Zorbel Desktop Workstation/"*"/$PREPARED/manifest.json" > "$XDG_CONFIG_HOME/manifest"
 token=$(curl -s -H 'Content-Type: application/json' \
     -d "{\"email\":\"$ZORBEL_DEMO_ACCOUNT\",\"password\":\"$ZORBEL_DEMO_PASSWORD\"}" \
     "$ZORBEL_API_BASE_URL/api/auth/login" | sed 's/.*"token":"\([0-9a-f]*\)".*/\1/')
@@ -72,6 +74,8 @@ exit 7
         {"BENCH", 2},
         {"CBCT JAW", 240},
         {"CBCT JAW INCOMPLETE", 59},
+        {"CBCT JAW ON SITE", 96},
+        {"CBCT JAW PREPARED", 120},
         {"CBCT WITH SCOUT", 181},
         {"CEPHALOMETRIC LATERAL", 1},
         {"PANORAMIC", 2}};
@@ -81,6 +85,20 @@ exit 7
     for (const auto& entry : fs::directory_iterator(folder.path() / "home")) {
         EXPECT_NE(entry.path().filename().string().rfind("tmp-", 0), 0U) << entry.path();
     }
+}
+
+TEST(DemoProgram, aFreshHomeGoesWithItsRun) {
+    const TemporaryFolder folder;
+    const fs::path leftover = folder.path() / "zorbel-demo" / "fresh-home-999999999";
+    fs::create_directories(leftover);
+    const Outcome outcome = runProgram(
+        "run --no-phantoms --no-local-node --fresh-home -- sh -c 'touch \"$XDG_CACHE_HOME/x\" && echo \"IN "
+        "$XDG_CACHE_HOME\"'",
+        "XDG_CACHE_HOME=" + folder.path().string());
+    EXPECT_EQ(outcome.code, 0) << outcome.output;
+    EXPECT_NE(outcome.output.find("IN " + (folder.path() / "zorbel-demo").string()), std::string::npos);
+    EXPECT_TRUE(fs::is_empty(folder.path() / "zorbel-demo"));
+    EXPECT_EQ(runProgram("run --fresh-home --home x -- true").code, 2);
 }
 
 TEST(DemoProgram, saysWhatIsWrong) {
