@@ -1,11 +1,28 @@
+#include "DemoControl.h"
 #include "GuidedTour.h"
+#include "TourStops.h"
 
 #include "app/Application.h"
+#include "demo/DemoAccounts.h"
+#include "demo/DemoLocalNode.h"
+#include "settings/SettingsKeys.h"
 
 #include <QApplication>
+#include <QSettings>
 
 #include <cstdio>
 #include <memory>
+
+namespace {
+
+/// The tour's reader takes studies from the clinic's Local Node where it holds them.
+void chooseLocalNode() {
+    const QString organization = QString::fromLatin1(zorbel::demo::demoOrganizationId);
+    QSettings().setValue(
+        zorbel::localNodeKey(organization), QString::fromLatin1(zorbel::demo::DemoLocalNode::id));
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     if (argc != 2) {
@@ -19,13 +36,23 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "Cannot create the folder %s\n", argv[1]);
         return 2;
     }
+    std::unique_ptr<zorbel::DemoControl> control;
     std::unique_ptr<zorbel::GuidedTour> tour;
     const int result = zorbel::runApplication(argc, argv, [&](QApplication&) {
-        tour = std::make_unique<zorbel::GuidedTour>(
-            pictures, qEnvironmentVariable("ZORBEL_DEMO_ACCOUNT"),
-            qEnvironmentVariable("ZORBEL_DEMO_PASSWORD"));
+        chooseLocalNode();
+        control = std::make_unique<zorbel::DemoControl>(QUrl(qEnvironmentVariable("ZORBEL_API_BASE_URL")));
+        tour = std::make_unique<zorbel::GuidedTour>(pictures);
+        planSignIn(*tour);
+        planVolume(*tour);
+        planSources(*tour, *control);
+        planWorkspace(*tour);
+        planImages(*tour);
+        planSeriesChoice(*tour);
+        planFurtherStudies(*tour);
+        tour->start();
     });
     const bool reached = tour && tour->succeeded();
     tour.reset();
+    control.reset();
     return reached ? result : 1;
 }

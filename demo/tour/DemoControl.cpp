@@ -1,0 +1,75 @@
+#include "DemoControl.h"
+
+#include "demo/DemoAccounts.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+#include <cstdio>
+
+namespace zorbel {
+
+namespace {
+
+QByteArray json(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+DemoControl::DemoControl(const QUrl& service, QObject* parent) : QObject(parent), service_(service) {}
+
+void DemoControl::switchImagesOff() {
+    send(
+        "POST", QStringLiteral("/demo/faults"),
+        json(
+            {{QStringLiteral("kind"), QStringLiteral("reply")},
+             {QStringLiteral("path"), QStringLiteral("*/viewer-proxy/*")},
+             {QStringLiteral("status"), 503}}));
+}
+
+void DemoControl::switchImagesOn() {
+    send("DELETE", QStringLiteral("/demo/faults"), {});
+}
+
+void DemoControl::send(const QByteArray& method, const QString& path, const QByteArray& body) {
+    const auto& account = demo::administratorAccount;
+    request(
+        "POST", QStringLiteral("/api/auth/login"),
+        json(
+            {{QStringLiteral("email"), QLatin1String(account.email)},
+             {QStringLiteral("password"), QLatin1String(account.password)}}),
+        [this, method, path, body](const QByteArray& reply) {
+            token_ =
+                QJsonDocument::fromJson(reply).object().value(QLatin1String("token")).toString().toUtf8();
+            request(method, path, body, {});
+        });
+}
+
+void DemoControl::request(
+    const QByteArray& method, const QString& path, const QByteArray& body, const Then& then) {
+    QUrl url = service_;
+    url.setPath(path);
+    QNetworkRequest request(url);
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+    if (!token_.isEmpty())
+        request.setRawHeader("Authorization", "Bearer " + token_);
+    ++underWay_;
+    QNetworkReply* reply = network_.sendCustomRequest(request, method, body);
+    connect(reply, &QNetworkReply::finished, this, [this, reply, path, then] {
+        reply->deleteLater();
+        if (reply->error() != QNetworkReply::NoError) {
+            std::fprintf(
+                stderr, "The demo service refused %s: %s\n", qPrintable(path),
+                qPrintable(reply->errorString()));
+            return;
+        }
+        if (then)
+            then(reply->readAll());
+        --underWay_;
+    });
+}
+
+} // namespace zorbel

@@ -1,0 +1,200 @@
+#include "TourHands.h"
+
+#include "imaging/rendering/PlaneView.h"
+#include "imaging/rendering/VolumeView.h"
+#include "viewer/MainWindow.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QMouseEvent>
+#include <QTest>
+#include <QWheelEvent>
+
+#include <cstdio>
+
+namespace zorbel {
+
+namespace {
+
+constexpr int studyUidRole = Qt::UserRole + 3;
+
+void sendMouse(QWidget* widget, QEvent::Type type, const QPointF& position, Qt::KeyboardModifiers modifiers) {
+    const bool moves = type == QEvent::MouseMove;
+    const bool releases = type == QEvent::MouseButtonRelease;
+    QMouseEvent event(
+        type, position, widget->mapToGlobal(position), moves ? Qt::NoButton : Qt::LeftButton,
+        releases ? Qt::NoButton : Qt::LeftButton, modifiers);
+    QApplication::sendEvent(widget, &event);
+}
+
+} // namespace
+
+MainWindow* TourHands::mainWindow() {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        auto* main = qobject_cast<MainWindow*>(window);
+        if (!main || !main->isVisible())
+            continue;
+        if (main != watched_) {
+            watched_ = main;
+            connect(main, &MainWindow::studyDisplayed, this, [this](qint64 milliseconds) {
+                displayed_ = true;
+                std::printf("drawn %lld ms after the double-click\n", static_cast<long long>(milliseconds));
+            });
+            if (auto* volume = main->findChild<imaging::VolumeView*>())
+                connect(
+                    volume, &imaging::VolumeView::stillFrameRendered, this, [this] { stillVolume_ = true; });
+        }
+        return main;
+    }
+    return nullptr;
+}
+
+QWidget* TourHands::visible(const QString& objectName) const {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->objectName() == objectName && window->isVisible())
+            return window;
+        for (QWidget* child : window->findChildren<QWidget*>(objectName))
+            if (child->isVisible())
+                return child;
+    }
+    return nullptr;
+}
+
+QString TourHands::text(const QString& objectName) const {
+    const auto* label = find<QLabel>(objectName);
+    return label ? label->text() : QString();
+}
+
+bool TourHands::isChecked(const QString& objectName) const {
+    const auto* button = find<QAbstractButton>(objectName);
+    return button && button->isChecked();
+}
+
+bool TourHands::takeKeyboard() {
+    auto* window = mainWindow();
+    if (!window || QApplication::activeModalWidget() || window->isActiveWindow())
+        return true;
+    window->activateWindow();
+    return false;
+}
+
+void TourHands::click(const QString& objectName) {
+    if (auto* widget = visible(objectName))
+        QTest::mouseClick(widget, Qt::LeftButton);
+}
+
+void TourHands::type(const QString& objectName, const QString& text) {
+    auto* field = visible(objectName);
+    if (!field)
+        return;
+    QTest::mouseClick(field, Qt::LeftButton);
+    field->setFocus(Qt::MouseFocusReason);
+    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(field, Qt::Key_Delete);
+    QTest::keyClicks(field, text);
+}
+
+void TourHands::press(int key, Qt::KeyboardModifiers modifiers) {
+    if (auto* window = mainWindow())
+        QTest::keyClick(window, static_cast<Qt::Key>(key), modifiers);
+}
+
+void TourHands::choose(const QString& objectName, int index) {
+    auto* list = find<QComboBox>(objectName);
+    if (!list)
+        return;
+    QTest::mouseClick(list, Qt::LeftButton);
+    QWidget* entries = list->view();
+    QTest::keyClick(entries, Qt::Key_Home);
+    for (int step = 0; step < index; ++step)
+        QTest::keyClick(entries, Qt::Key_Down);
+    QTest::keyClick(entries, Qt::Key_Return);
+}
+
+void TourHands::turnWheel(const QString& objectName, int notches) {
+    auto* view = visible(objectName);
+    if (!view)
+        return;
+    const QPointF position = view->rect().center();
+    QWheelEvent event(
+        position, view->mapToGlobal(position), QPoint(), QPoint(0, 120 * notches), Qt::NoButton,
+        Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(view, &event);
+}
+
+void TourHands::drag(
+    const QString& objectName, const std::vector<QPointF>& path, Qt::KeyboardModifiers modifiers) {
+    auto* widget = visible(objectName);
+    if (!widget || path.empty())
+        return;
+    sendMouse(widget, QEvent::MouseButtonPress, path.front(), modifiers);
+    for (const QPointF& point : path)
+        sendMouse(widget, QEvent::MouseMove, point, modifiers);
+    sendMouse(widget, QEvent::MouseButtonRelease, path.back(), modifiers);
+}
+
+void TourHands::closeMessage() {
+    if (auto* box = find<QMessageBox>(QStringLiteral("loadFailureBox")))
+        QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
+}
+
+int TourHands::rowContaining(const QString& text) const {
+    const auto* list = find<QListWidget>(QStringLiteral("studyList"));
+    for (int row = 0; list && row < list->count(); ++row)
+        if (list->item(row)->text().contains(text, Qt::CaseInsensitive))
+            return row;
+    return -1;
+}
+
+int TourHands::rowOfStudy(const QString& studyUid) const {
+    for (int row = 0; row < rowCount(); ++row)
+        if (studyOfRow(row) == studyUid)
+            return row;
+    return -1;
+}
+
+QString TourHands::studyOfRow(int row) const {
+    const auto* list = find<QListWidget>(QStringLiteral("studyList"));
+    return row >= 0 && row < rowCount() ? list->item(row)->data(studyUidRole).toString() : QString();
+}
+
+int TourHands::rowCount() const {
+    const auto* list = find<QListWidget>(QStringLiteral("studyList"));
+    return list ? list->count() : 0;
+}
+
+void TourHands::openRow(int row) {
+    awaitStudy();
+    if (row < 0 || row >= rowCount())
+        return;
+    auto* list = find<QListWidget>(QStringLiteral("studyList"));
+    auto* item = list->item(row);
+    list->scrollToItem(item);
+    opened_.insert(studyOfRow(row));
+    const QPoint position = list->visualItemRect(item).center();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::NoModifier, position);
+    QTest::mouseDClick(list->viewport(), Qt::LeftButton, Qt::NoModifier, position);
+}
+
+bool TourHands::studyShown() const {
+    return displayed_ && volumeSettled();
+}
+
+bool TourHands::viewsSettled() const {
+    for (const char* name : {"axialView", "coronalView", "sagittalView"})
+        if (const auto* view = find<imaging::PlaneView>(QLatin1String(name)); view && !view->isUpToDate())
+            return false;
+    return volumeSettled();
+}
+
+bool TourHands::volumeSettled() const {
+    const auto* volume = find<imaging::VolumeView>(QStringLiteral("volumeView"));
+    return !volume || stillVolume_ || (!volume->isReady() && !volume->notice().isEmpty());
+}
+
+} // namespace zorbel

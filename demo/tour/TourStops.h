@@ -1,0 +1,26 @@
+#pragma once
+
+namespace zorbel {
+
+class DemoControl;
+class GuidedTour;
+
+// The stops of the guided tour, in the order in which they are planned. Each part leaves the window as the
+// next one expects it: signed in, no dialog open, the 2 × 2 layout.
+
+/// Sign-in as the demo service's reader, with a wrong password first.
+void planSignIn(GuidedTour& tour);
+/// The jaw volume, and moving through it.
+void planVolume(GuidedTour& tour);
+/// Every source of images, and what is refused. control: must outlive the tour.
+void planSources(GuidedTour& tour, DemoControl& control);
+/// Layouts, oblique planes, slab, windows, 3D display and the keys, on the jaw volume.
+void planWorkspace(GuidedTour& tour);
+/// Panoramic and cephalometric images, turned and inverted.
+void planImages(GuidedTour& tour);
+/// A study of several series.
+void planSeriesChoice(GuidedTour& tour);
+/// Every listed study that was not opened yet: what the user imported.
+void planFurtherStudies(GuidedTour& tour);
+
+} // namespace zorbel

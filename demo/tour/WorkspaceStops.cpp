@@ -1,0 +1,256 @@
+#include "GuidedTour.h"
+#include "TourStops.h"
+
+#include "imaging/display/VolumePreset.h"
+#include "imaging/planes/Slab.h"
+#include "imaging/rendering/PlaneView.h"
+#include "viewer/MprGuideOverlay.h"
+#include "viewer/reading/WindowPresets.h"
+
+#include <QComboBox>
+#include <QTest>
+
+#include <cmath>
+#include <memory>
+#include <numbers>
+
+namespace zorbel {
+
+namespace {
+
+const QString axialView = QStringLiteral("axialView");
+const QString axialGuide = QStringLiteral("axialGuide");
+const QString volumeView = QStringLiteral("volumeView");
+
+/// "3D CT B/W" becomes "3d-ct-b-w".
+QString fileName(std::string_view text) {
+    QString name;
+    for (const char letter : text) {
+        const QChar one = QChar::fromLatin1(letter).toLower();
+        name += one.isLetterOrNumber() ? one : QLatin1Char('-');
+    }
+    return name.replace(QStringLiteral("---"), QStringLiteral("-"));
+}
+
+QString utf8(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+bool statusIs(const TourHands& hands, const QString& text) {
+    return hands.text(QStringLiteral("statusText")) == text;
+}
+
+void planLayouts(GuidedTour& tour) {
+    auto& hands = tour.hands();
+    const auto layout = [&tour, &hands](int key, const QString& button) {
+        tour.add(
+            button,
+            [&hands, key] {
+                hands.awaitVolume();
+                hands.press(key, Qt::ControlModifier);
+            },
+            [&hands, button] {
+                return hands.isChecked(QStringLiteral("rail-") + button) && hands.viewsSettled();
+            });
+    };
+    layout(Qt::Key_2, QStringLiteral("layout-single"));
+    layout(Qt::Key_3, QStringLiteral("layout-side-by-side"));
+    layout(Qt::Key_4, QStringLiteral("layout-primary-plus-three"));
+    layout(Qt::Key_1, QStringLiteral("layout-quad"));
+    const auto maximise = [&hands] {
+        hands.awaitVolume();
+        hands.click(QStringLiteral("volumeMaximise"));
+    };
+    tour.add(QStringLiteral("volume-maximised"), maximise, [&hands] {
+        return !hands.visible(axialView) && hands.visible(volumeView) && hands.viewsSettled();
+    });
+    tour.add(QStringLiteral("volume-restored"), maximise, [&hands] {
+        return hands.visible(axialView) && hands.viewsSettled();
+    });
+}
+
+double lineAngle(const TourHands& hands) {
+    const auto* guide = hands.find<MprGuideOverlay>(axialGuide);
+    if (!guide)
+        return 0.0;
+    const Point2& direction = guide->guide().view().lines[0].direction;
+    return std::atan2(direction.y, direction.x);
+}
+
+/// Takes a rotation handle of the axial view and leads it around the crosshair, a little less than 30°: Shift
+/// makes it that.
+void turnPlanes(TourHands& hands) {
+    hands.press(Qt::Key_R);
+    const auto* guide = hands.find<MprGuideOverlay>(axialGuide);
+    if (!guide)
+        return;
+    const Point2 center = guide->guide().view().center;
+    const Point2 handle = guide->guide().handles(0).rotation[0];
+    const double radius = length(handle - center);
+    const double begin = std::atan2(handle.y - center.y, handle.x - center.x);
+    std::vector<QPointF> path;
+    for (int step = 0; step <= 14; ++step) {
+        const double angle = begin + 2.0 * step * std::numbers::pi / 180.0;
+        path.emplace_back(center.x + radius * std::cos(angle), center.y + radius * std::sin(angle));
+    }
+    hands.drag(axialGuide, path, Qt::ShiftModifier);
+}
+
+void planOblique(GuidedTour& tour) {
+    auto& hands = tour.hands();
+    const auto before = std::make_shared<double>(0.0);
+    tour.add(
+        QStringLiteral("oblique-30"),
+        [&hands, before] {
+            *before = lineAngle(hands);
+            turnPlanes(hands);
+        },
+        [&hands, before] {
+            const double turned = std::remainder(lineAngle(hands) - *before, 2.0 * std::numbers::pi);
+            return std::abs(turned - std::numbers::pi / 6.0) < 1e-6 && hands.viewsSettled();
+        });
+}
+
+void planSlab(GuidedTour& tour) {
+    auto& hands = tour.hands();
+    constexpr double thickness = 15.0;
+    const auto slices = std::make_shared<int>(0);
+    tour.add(
+        QStringLiteral("standard-planes"),
+        [&hands, slices] {
+            hands.awaitVolume();
+            hands.press(Qt::Key_R, Qt::ShiftModifier);
+            hands.click(QStringLiteral("rail-slab"));
+            if (const auto* axial = hands.find<imaging::PlaneView>(axialView)) {
+                const double spacing = axial->navigation().sliceSpacing();
+                *slices = 2 * static_cast<int>(std::round((thickness / spacing - 1.0) / 2.0)) + 1;
+                hands.type(QStringLiteral("slabCount"), QString::number(*slices));
+                QTest::keyClick(hands.visible(QStringLiteral("slabCount")), Qt::Key_Return);
+            }
+        },
+        [&hands] { return hands.viewsSettled(); }, false);
+    for (int index = 0; index < imaging::slabModeCount; ++index) {
+        const auto mode = static_cast<imaging::SlabMode>(index);
+        tour.add(
+            QStringLiteral("slab-") + fileName(imaging::slabModeName(mode)),
+            [&hands, index] { hands.choose(QStringLiteral("slabMode"), index); },
+            [&hands, slices, mode] {
+                const auto* axial = hands.find<imaging::PlaneView>(axialView);
+                return axial && axial->slabMode() == mode && axial->slabCount() == *slices &&
+                       std::abs(axial->thickness() - thickness) <= axial->navigation().sliceSpacing() &&
+                       hands.viewsSettled();
+            });
+    }
+    tour.add(
+        QStringLiteral("slab-off"),
+        [&hands] {
+            hands.click(QStringLiteral("rail-slab"));
+            hands.press(Qt::Key_C);
+        },
+        [&hands] {
+            const auto* axial = hands.find<imaging::PlaneView>(axialView);
+            return axial && axial->slabCount() == 1 && hands.viewsSettled();
+        },
+        false);
+}
+
+void planWindows(GuidedTour& tour) {
+    auto& hands = tour.hands();
+    for (const int number : {1, 3}) {
+        const WindowPreset& preset = windowPresets[static_cast<std::size_t>(number - 1)];
+        tour.add(
+            QStringLiteral("window-") + fileName(preset.name),
+            [&hands, number] { hands.press(Qt::Key_0 + number); },
+            [&hands, status = QString::fromStdString(preset.statusText())] {
+                return statusIs(hands, status) && hands.viewsSettled();
+            });
+    }
+    tour.add(
+        QStringLiteral("own-window"),
+        [&hands] {
+            hands.awaitVolume();
+            hands.press(Qt::Key_R, Qt::ShiftModifier);
+        },
+        [&hands] { return hands.viewsSettled(); }, false);
+}
+
+/// Picks an entry of one of the 3D view's lists; reached when the picture is that of the entry.
+void addVolumeChoice(
+    GuidedTour& tour, const QString& name, const QString& list, int index, const QString& status,
+    bool picture = true) {
+    auto& hands = tour.hands();
+    tour.add(
+        name,
+        [&hands, list, index] {
+            const auto* box = hands.find<QComboBox>(list);
+            if (box && box->currentIndex() != index)
+                hands.awaitVolume();
+            hands.choose(list, index);
+        },
+        [&hands, status] { return statusIs(hands, status) && hands.viewsSettled(); }, picture);
+}
+
+void planVolumeDisplay(GuidedTour& tour) {
+    auto& hands = tour.hands();
+    const auto toggleFocus = [&tour, &hands](bool focused) {
+        tour.add(
+            focused ? QStringLiteral("large-volume") : QStringLiteral("small-volume"),
+            [&hands] {
+                hands.awaitVolume();
+                hands.click(QStringLiteral("volumeMaximise"));
+            },
+            [&hands, focused] {
+                return (hands.visible(axialView) == nullptr) == focused && hands.viewsSettled();
+            },
+            false);
+    };
+    const auto blend = [&tour](int index, bool picture) {
+        const auto name = imaging::volumeBlendModeNames[static_cast<std::size_t>(index)];
+        addVolumeChoice(
+            tour, QStringLiteral("blend-") + fileName(name), QStringLiteral("volumeBlend"), index,
+            QStringLiteral("Blend: %1  |  GPU rendering").arg(utf8(name)), picture);
+    };
+    const auto preset = [&tour](int index, bool picture) {
+        const auto name = imaging::volumePresetNames[static_cast<std::size_t>(index)];
+        addVolumeChoice(
+            tour, QStringLiteral("preset-") + fileName(name), QStringLiteral("volumePreset"), index,
+            QStringLiteral("Preset: %1  |  GPU rendering").arg(utf8(name)), picture);
+    };
+    toggleFocus(true);
+    for (int index = 0; index < static_cast<int>(imaging::volumePresetNames.size()); ++index)
+        preset(index, true);
+    preset(0, false);
+    for (int index = 1; index < static_cast<int>(imaging::volumeBlendModeNames.size()); ++index)
+        blend(index, true);
+    blend(0, true);
+    toggleFocus(false);
+}
+
+void planKeys(GuidedTour& tour) {
+    auto& hands = tour.hands();
+    const QString sheet = QStringLiteral("shortcutSheet");
+    tour.add(
+        QStringLiteral("keyboard-sheet"), [&hands] { hands.press(Qt::Key_F1); },
+        [&hands, sheet] { return hands.visible(sheet) != nullptr; });
+    tour.add(
+        QStringLiteral("after-keyboard-sheet"),
+        [&hands, sheet] {
+            if (auto* dialog = hands.visible(sheet))
+                QTest::keyClick(dialog, Qt::Key_Escape);
+        },
+        [&hands, sheet] { return !hands.visible(sheet) && hands.viewsSettled(); }, false);
+}
+
+} // namespace
+
+void planWorkspace(GuidedTour& tour) {
+    tour.addOpening(QStringLiteral("jaw-again"), QStringLiteral("Jaw"), {}, false);
+    planLayouts(tour);
+    planOblique(tour);
+    planSlab(tour);
+    planWindows(tour);
+    planVolumeDisplay(tour);
+    planKeys(tour);
+}
+
+} // namespace zorbel
