@@ -135,6 +135,9 @@ void MainWindow::bindShortcuts() {
         const QString key =
             QString::fromLatin1(binding.key.data(), static_cast<qsizetype>(binding.key.size()));
         auto* shortcut = new QShortcut(QKeySequence(key, QKeySequence::PortableText), this);
+        // A key held down goes on with what has steps; anything else would flicker to and fro.
+        shortcut->setAutoRepeat(
+            binding.action == ShortcutAction::StepSlices || binding.action == ShortcutAction::ChangeSlab);
         connect(
             shortcut, &QShortcut::activated, this,
             [this, action = binding.action, argument = binding.argument] {

@@ -67,8 +67,8 @@ void MprController::buildPane(int index, ToolCursor& cursor) {
                [view](double factor, const QPointF& anchor) { view->zoomBy(factor, anchor); }});
     new ToolDrag(
         view, {[this, index](const QPointF& position) { return beginDrag(index, position); },
-               [this, index](const QPointF&, const QPointF& total, const QPointF& step) {
-                   continueDrag(index, total, step);
+               [this, index](const QPointF& position, const QPointF& total, const QPointF& step) {
+                   continueDrag(index, position, total, step);
                }});
     cursor.watch(view);
     cursor.watch(guide);
@@ -109,7 +109,6 @@ void MprController::setImage(const std::shared_ptr<const imaging::Image>& image,
     linesShown_ = true;
     resetView();
     showSlab();
-    Q_EMIT slabChanged();
 }
 
 void MprController::resetView() {
@@ -196,18 +195,21 @@ bool MprController::beginDrag(int index, const QPointF& position) {
         return true;
     case Tool::Crosshair:
         moveCrosshair(panes_[at(index)].view->widgetToWorld(position));
-        return false;
+        return true;
     default:
         return false;
     }
 }
 
-void MprController::continueDrag(int index, const QPointF& total, const QPointF& step) {
+void MprController::continueDrag(
+    int index, const QPointF& position, const QPointF& total, const QPointF& step) {
     if (!image_)
         return;
     if (tool_ == Tool::WindowLevel && windowDrag_) {
         setWindow(windowDrag_->at(total.x(), total.y()));
         Q_EMIT windowDragged();
+    } else if (tool_ == Tool::Crosshair) {
+        moveCrosshair(panes_[at(index)].view->widgetToWorld(position));
     } else if (tool_ == Tool::Scroll) {
         scrollRest_ -= step.y();
         const double slices = std::trunc(scrollRest_ / pixelsPerSlice);

@@ -84,7 +84,7 @@ private:
     void buildPane(int index, ToolCursor& cursor);
     void connectPane(int index);
     bool beginDrag(int index, const QPointF& position);
-    void continueDrag(int index, const QPointF& total, const QPointF& step);
+    void continueDrag(int index, const QPointF& position, const QPointF& total, const QPointF& step);
     void onGuideEvent(int index, const GuideEvent& event);
     void onSliceChanged(int index);
     void moveCrosshair(const imaging::Vector3& point);

@@ -81,6 +81,8 @@ void MprGuideOverlay::mousePressEvent(QMouseEvent* event) {
 
 void MprGuideOverlay::mouseMoveEvent(QMouseEvent* event) {
     const Point2 pointer = toPoint(event->position());
+    if (!event->buttons().testFlag(Qt::LeftButton))
+        guide_.cancel(); // the release went elsewhere, as to a dialog that opened meanwhile
     if (guide_.dragState() == MprGuide::DragState::None) {
         if (event->buttons() == Qt::NoButton)
             hover(guide_.hitTest(pointer));
@@ -103,6 +105,10 @@ void MprGuideOverlay::mouseReleaseEvent(QMouseEvent* event) {
         Q_EMIT guideEvent(*asked);
     hover(guide_.hitTest(toPoint(event->position())));
     update();
+}
+
+void MprGuideOverlay::mouseDoubleClickEvent(QMouseEvent* event) {
+    event->ignore(); // the view's, also over the centre; the default would take it for a press
 }
 
 void MprGuideOverlay::wheelEvent(QWheelEvent* event) {

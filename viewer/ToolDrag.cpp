@@ -21,6 +21,8 @@ bool ToolDrag::eventFilter(QObject* watched, QEvent* event) {
         pressed_ = last_ = mouse->position();
         return false; // others may want to know that the view was pressed
     }
+    // A release that went elsewhere, as to a dialog that opened meanwhile, ends the drag too.
+    dragging_ = dragging_ && (type != QEvent::MouseMove || mouse->buttons().testFlag(Qt::LeftButton));
     if (type == QEvent::MouseMove && dragging_) {
         const QPointF step = mouse->position() - last_;
         last_ = mouse->position();

@@ -5,6 +5,7 @@
 
 #include <QComboBox>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QSignalBlocker>
 #include <QSpinBox>
@@ -98,6 +99,8 @@ void ToolRail::buildNavigation() {
     slabCount_->setSingleStep(SlabModel::countStep);
     slabCount_->setSuffix(QStringLiteral(" slices"));
     slabCount_->setButtonSymbols(QAbstractSpinBox::NoButtons); // they would leave no room for the number
+    slabCount_->setKeyboardTracking(false); // the first digit of a count is not a count yet
+    slabCount_->installEventFilter(this);
     slabCount_->setToolTip(QStringLiteral("Odd number of slices combined around the current plane"));
     for (QWidget* box : {static_cast<QWidget*>(slabMode_), static_cast<QWidget*>(slabCount_)}) {
         box->setFixedSize(entryWidth, 26);
@@ -248,6 +251,34 @@ QToolButton* ToolRail::addTool(const QString& id, const QString& caption, const 
 
 void ToolRail::addAbsent(const QString& id, const QString& caption, const QString& toolTip) {
     addEntry(id, caption, toolTip)->setEnabled(false);
+}
+
+bool ToolRail::eventFilter(QObject* watched, QEvent* event) {
+    const bool override = event->type() == QEvent::ShortcutOverride;
+    if (watched != slabCount_ || (!override && event->type() != QEvent::KeyPress))
+        return QScrollArea::eventFilter(watched, event);
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Escape) {
+        // Done: the keys are the viewports' again.
+        event->accept();
+        if (!override) {
+            if (key == Qt::Key_Escape)
+                slabCount_->setValue(slabCount_->value());
+            else
+                slabCount_->interpretText();
+            slabCount_->clearFocus();
+        }
+        return true;
+    }
+    // A box that takes every letter, to write none, would leave the tools without their keys.
+    const bool own = (key >= Qt::Key_0 && key <= Qt::Key_9) || key == Qt::Key_Backspace ||
+                     key == Qt::Key_Delete || key == Qt::Key_Left || key == Qt::Key_Right ||
+                     key == Qt::Key_Home || key == Qt::Key_End;
+    if (override && !own) {
+        event->ignore();
+        return true;
+    }
+    return QScrollArea::eventFilter(watched, event);
 }
 
 void ToolRail::setActivePlane(int viewport) {

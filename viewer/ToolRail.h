@@ -59,6 +59,9 @@ Q_SIGNALS:
     void resetRequested();
     void layoutChosen(zorbel::Layout layout);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void buildNavigation();
     void buildPlanes();

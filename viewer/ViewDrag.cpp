@@ -29,6 +29,8 @@ bool ViewDrag::eventFilter(QObject* watched, QEvent* event) {
         anchor_ = last_ = mouse->position();
         return false; // others may want to know that the view was pressed
     }
+    if (type == QEvent::MouseMove && !mouse->buttons().testFlag(button_))
+        button_ = Qt::NoButton; // the release went elsewhere, as to a dialog that opened meanwhile
     if (type == QEvent::MouseMove && button_ != Qt::NoButton) {
         const QPointF moved = mouse->position() - last_;
         last_ = mouse->position();

@@ -8,6 +8,7 @@
 #include "viewer/ViewportFrame.h"
 #include "viewer/ViewportGrid.h"
 #include "viewer/VolumeController.h"
+#include "viewer/reading/SlabModel.h"
 #include "viewer/reading/WindowPresets.h"
 
 #include <QHBoxLayout>
@@ -33,7 +34,7 @@ ViewerWorkspace::ViewerWorkspace(QWidget* parent) : QWidget(parent) {
     setFocusPolicy(Qt::ClickFocus);
     cursor_ = new ToolCursor(this);
     mpr_ = new MprController(*cursor_, this);
-    volume_ = new VolumeController(this);
+    volume_ = new VolumeController(*cursor_, this);
     image_ = new ImageController(*cursor_, this);
     rail_ = new ToolRail;
     header_ = new ViewerHeader;
@@ -136,6 +137,7 @@ void ViewerWorkspace::setMode(ViewMode mode, const StudyIdentity& study) {
     rail_->setLayoutShown(layout_.layout());
     rail_->setLinesShown(true);
     rail_->setInverted(false);
+    rail_->setSlab({});
     header_->setLayoutChip(hasVolume() ? QString::fromStdString(layout_.layoutText()) : QString());
     cursor_->setTool(mode == ViewMode::None ? std::nullopt : std::optional(tool_));
     if (mode == ViewMode::None) {
@@ -160,7 +162,6 @@ void ViewerWorkspace::showVolume(
     pages_->setCurrentIndex(MprPage);
     mpr_->setImage(image, study);
     volume_->setImage(image, study);
-    rail_->setSlab(mpr_->slab());
 }
 
 void ViewerWorkspace::showImage(
@@ -318,6 +319,8 @@ void ViewerWorkspace::resetView() {
 }
 
 void ViewerWorkspace::toggleLines() {
+    if (mode_ == ViewMode::None)
+        return; // the next study shows its lines
     const bool shown = !mpr_->linesShown();
     mpr_->setLinesShown(shown);
     rail_->setLinesShown(shown);
@@ -387,7 +390,7 @@ void ViewerWorkspace::turnImage(ToolRail::Turn turn) {
 }
 
 void ViewerWorkspace::toggleInverted() {
-    if (!hasImage())
+    if (!hasImage() || !image_->isGrey())
         return;
     image_->toggleInverted();
     Q_EMIT statusText(utf8(image_->state().toneStatus()));

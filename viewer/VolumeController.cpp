@@ -3,6 +3,7 @@
 #include "imaging/rendering/VolumeView.h"
 #include "resources/Resources.h"
 #include "viewer/OverlayTexts.h"
+#include "viewer/ToolCursor.h"
 #include "viewer/ViewNotice.h"
 #include "viewer/ViewportFrame.h"
 #include "viewer/ViewportOverlay.h"
@@ -21,13 +22,14 @@ QString text(std::string_view utf8) {
 
 } // namespace
 
-VolumeController::VolumeController(QObject* parent) : QObject(parent) {
+VolumeController::VolumeController(ToolCursor& cursor, QObject* parent) : QObject(parent) {
     view_ = new imaging::VolumeView;
     view_->setObjectName(QStringLiteral("volumeView"));
     view_->setFocusPolicy(Qt::ClickFocus);
     frame_ = new ViewportFrame(QStringLiteral("3D VOLUME"), QColor(0xFF, 0xD9, 0x3D), view_);
     frame_->setObjectName(QStringLiteral("volumeViewport"));
     texts_ = new ViewportOverlay(view_);
+    cursor.watch(view_);
     notice_ = new ViewNotice(view_);
     presets_ = addList(QStringLiteral("volumePreset"), QStringLiteral("Colours and opacity of the 3D view"));
     for (const auto name : imaging::volumePresetNames)
@@ -114,9 +116,10 @@ void VolumeController::show() {
     const bool hasVolume = view_->image() != nullptr;
     view_->setRenderingEnabled(display_.isEnabled());
     frame_->setInfo(text(
-        display_.isEnabled() ? VolumeDisplay::shownText
-        : hasVolume          ? VolumeDisplay::pausedText
-                             : VolumeDisplay::readyText));
+        display_.isEnabled()      ? VolumeDisplay::shownText
+        : !hasVolume              ? VolumeDisplay::readyText
+        : display_.isVolumetric() ? VolumeDisplay::pausedText
+                                  : VolumeDisplay::unavailableText));
     presets_->setCurrentIndex(static_cast<int>(display_.preset()));
     blends_->setCurrentIndex(static_cast<int>(display_.blendMode()));
     enabled_->setChecked(display_.isEnabled());

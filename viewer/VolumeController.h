@@ -18,6 +18,7 @@ namespace imaging {
 class VolumeView;
 } // namespace imaging
 
+class ToolCursor;
 class ViewNotice;
 class ViewportFrame;
 class ViewportOverlay;
@@ -28,7 +29,7 @@ class VolumeController : public QObject {
     Q_OBJECT
 
 public:
-    explicit VolumeController(QObject* parent = nullptr);
+    explicit VolumeController(ToolCursor& cursor, QObject* parent = nullptr);
 
     ViewportFrame* frame() const { return frame_; }
     imaging::VolumeView& view() { return *view_; }

@@ -38,6 +38,8 @@ public:
     void setImage(const std::array<int, 3>& dimensions, std::string_view modality);
 
     bool isEnabled() const { return enabled_; }
+    /// Of the image given last.
+    bool isVolumetric() const { return volumetric_; }
     /// Never on for an image that is not volumetric. Returns the status text.
     std::string_view setEnabled(bool enabled);
     VolumePreset preset() const { return preset_; }
