@@ -4,7 +4,9 @@
 #include "app/log/Logger.h"
 #include "imaging/ImageAdapter.h"
 
+#include <chrono>
 #include <exception>
+#include <future>
 #include <string>
 #include <variant>
 
@@ -29,6 +31,19 @@ void touch(const ViewerStorage& storage, const std::filesystem::path& folder) {
     }
 }
 
+/// The image is here already: a service that is slow to name the study does not keep it back for long.
+StudyRequest lookUpPatiently(
+    const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
+    const StudyRequest& study, const CancelFlag& cancel) {
+    const auto deadline = std::chrono::steady_clock::now() + options.archivePatience;
+    const auto ended = std::make_shared<std::atomic<bool>>(false);
+    auto lookup = std::async(std::launch::async, [&] { return lookUpStudy(*client, study, ended); });
+    while (lookup.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready)
+        if (isCancelled(cancel) || std::chrono::steady_clock::now() > deadline)
+            ended->store(true);
+    return lookup.get();
+}
+
 } // namespace
 
 CachedStudy loadCachedStudy(
@@ -48,7 +63,7 @@ CachedStudy loadCachedStudy(
         cached.image = imaging::ImageAdapter::adapt(*volume);
         touch(*options.storage, folder);
         if (study.orthancId.isEmpty())
-            cached.study = lookUpStudy(*client, study, cancel);
+            cached.study = lookUpPatiently(client, options, study, cancel);
     } catch (const ZorbelApiError& error) {
         Logger::instance().warn(
             component, "The cached study could not be looked up", {{"reason", logReason(error)}});

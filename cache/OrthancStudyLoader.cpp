@@ -99,6 +99,8 @@ public:
 
 private:
     bool openArchive(OrthancImageLoadResult& result) {
+        if (!request_.archives->mayHold(study_.studyInstanceUID, series_.seriesInstanceUID))
+            return false;
         progress_.report({LoadStage::Archive, 0, 0, 0});
         const auto files = request_.archives->open(study_.studyInstanceUID, series_, cancel_);
         stopIfCancelled();

@@ -42,6 +42,12 @@ std::optional<OrthancSeriesSummary> summaryOf(const ArchivedSeries& archived) {
     return summary;
 }
 
+/// Whose archive this is, or was until a writer moved it away; otherwise no UID.
+std::string seriesOf(const fs::directory_entry& entry) {
+    const std::string name = entry.path().filename().string();
+    return name.substr(0, name.find(".replaced-"));
+}
+
 bool holdsExactly(const ArchivedSeries& archived, const QStringList& ids) {
     const QSet<QString> listed(ids.begin(), ids.end());
     return static_cast<std::size_t>(listed.size()) == archived.instances.size() &&
@@ -57,13 +63,14 @@ fs::path StudyArchives::seriesFolder(const QString& studyInstanceUID) const {
     return storage_.archiveDirectory(studyInstanceUID.toStdString(), "0").parent_path();
 }
 
-bool StudyArchives::mayHold(const QString& studyInstanceUID) const {
+bool StudyArchives::mayHold(const QString& studyInstanceUID, const QString& seriesInstanceUID) const {
     try {
         std::error_code error;
+        const std::string wanted = seriesInstanceUID.toStdString();
         const auto folder = fs::directory_iterator(seriesFolder(studyInstanceUID), error);
-        return std::any_of(fs::begin(folder), fs::end(folder), [](const fs::directory_entry& entry) {
+        return std::any_of(fs::begin(folder), fs::end(folder), [&](const fs::directory_entry& entry) {
             std::error_code ignored;
-            return entry.is_directory(ignored);
+            return (wanted.empty() || seriesOf(entry) == wanted) && entry.is_directory(ignored);
         });
     } catch (const std::exception&) {
         return false; // no UID: nothing was ever kept under it
@@ -78,8 +85,7 @@ std::vector<OrthancSeriesSummary> StudyArchives::series(const QString& studyInst
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(folder, error)) {
             // Beside an archive lie its lock and what a writer is, or was, at work on.
-            const std::string name = entry.path().filename().string();
-            const std::string uid = name.substr(0, name.find(".replaced-"));
+            const std::string uid = seriesOf(entry);
             if (uid.find_first_not_of("0123456789.") == std::string::npos)
                 uids.insert(uid);
         }
@@ -133,6 +139,8 @@ void StudyArchives::store(
         return;
     }
     try {
+        if (isCancelled(closing))
+            return;
         auto transaction = StudyArchiveTransaction::begin(
             storage_.archiveDirectory(
                 downloaded.studyInstanceUID.toStdString(), downloaded.seriesInstanceUID.toStdString()),

@@ -30,8 +30,8 @@ class StudyArchives {
 public:
     explicit StudyArchives(ViewerStorage storage) : storage_(std::move(storage)) {}
 
-    /// Whether there may be an archive of the study; a look at one folder.
-    bool mayHold(const QString& studyInstanceUID) const;
+    /// Whether there may be an archive of the study, or of the one series; a look at one folder.
+    bool mayHold(const QString& studyInstanceUID, const QString& seriesInstanceUID = {}) const;
     /// The study's archived series, described from their files; what is damaged is left out.
     std::vector<OrthancSeriesSummary> series(const QString& studyInstanceUID) const;
     /// The archived files of a series, checked, when they are the very instances that `series` lists; nothing

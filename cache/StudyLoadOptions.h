@@ -15,7 +15,7 @@ struct StudyLoadOptions {
     StoragePolicy policy;
     /// The volume cache manifest's JSON Schema.
     std::filesystem::path manifestSchema;
-    /// How long the service may take to list a study's series when this computer holds an archive of it.
+    /// How long the service may take to name a study that this computer holds, or to list its series.
     std::chrono::milliseconds archivePatience{5000};
 };
 

@@ -1,6 +1,4 @@
-#include "LoadRecorder.h"
-#include "cache/volume/VolumeCacheWriter.h"
-#include "imaging/DicomSeriesReader.h"
+#include "StudySourceTest.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -17,101 +15,10 @@ namespace {
 namespace fs = std::filesystem;
 using demo::Fault;
 using test::LoadRecorder;
+using test::StudySourceTest;
 using test::TestSeries;
 
 constexpr char imageRoute[] = "*/viewer-proxy/*";
-
-/// Opens studies with a cache folder of the test's own, and sees where their images came from.
-class StudySourceTest : public test::StudyLoadTest {
-protected:
-    void SetUp() override {
-        StudyLoadTest::SetUp();
-        options_.storage.emplace(
-            fs::path(folder_.filePath(QStringLiteral("cache")).toStdString()),
-            StorageScope::of("organization", "reader"));
-        options_.manifestSchema = ZORBEL_MANIFEST_SCHEMA;
-        options_.archivePatience = std::chrono::milliseconds(300);
-        study_ = upload({series_});
-        service_->resetRequests();
-    }
-
-    struct Opened {
-        std::optional<OrthancImageLoadResult> result;
-        QString failure;
-        QStringList statuses;
-    };
-
-    /// Opens, or loads anew, and waits for the end and for the archive to be written.
-    Opened open(const StudyRequest& study, bool past = false, bool archived = true) {
-        capture_->clear();
-        StudyLoadController controller(client_, options_);
-        LoadRecorder recorder(controller);
-        controller.openStudy(study);
-        EXPECT_TRUE(recorder.waitForEnd());
-        if (past) {
-            recorder.images.clear();
-            recorder.failures.clear();
-            controller.retry();
-            EXPECT_TRUE(recorder.waitForEnd());
-        }
-        Opened opened;
-        opened.statuses = recorder.statuses;
-        if (!recorder.failures.empty())
-            opened.failure = recorder.failures.front().text;
-        if (!recorder.images.empty()) {
-            opened.result = recorder.images.front();
-            if (archived && opened.result->source == ImageSource::Service) {
-                EXPECT_TRUE(QTest::qWaitFor(
-                    [this] { return capture_->contains("Viewer cache quota enforced after study download"); },
-                    20000));
-            }
-        }
-        return opened;
-    }
-    Opened open() { return open(study_); }
-
-    void expectWhole(const Opened& opened, ImageSource source) {
-        ASSERT_TRUE(opened.result.has_value()) << opened.failure.toStdString();
-        EXPECT_EQ(opened.result->source, source);
-        ASSERT_EQ(opened.result->image->geometry().dimensions()[2], series_.slices);
-        for (int slice = 0; slice < series_.slices; ++slice)
-            ASSERT_EQ(opened.result->image->valueAt(7, 3, slice), slice * 100 + 7);
-    }
-
-    fs::path studyFolder() const {
-        return options_.storage->studyDirectory(study_.studyInstanceUID.toStdString());
-    }
-    fs::path archiveFolder() const {
-        return options_.storage->archiveDirectory(study_.studyInstanceUID.toStdString(), series_.seriesUid());
-    }
-    std::size_t imageRequests() const {
-        return service_->requestCount(Fault::instanceFiles) + service_->requestCount(Fault::seriesStreams);
-    }
-
-    void packVolumeCache() {
-        const fs::path dicom = fs::path(folder_.filePath(QStringLiteral("pack")).toStdString());
-        series_.write(dicom);
-        std::vector<fs::path> files;
-        for (const auto& entry : fs::directory_iterator(dicom))
-            files.push_back(entry.path());
-        const auto analysis = imaging::DicomSeriesReader::analyze(files);
-        VolumeCacheWriter::write(
-            *imaging::DicomSeriesReader::load(analysis.blocks.front()), studyFolder(),
-            {.studyInstanceUid = {}, .chunkSlices = 3});
-    }
-    static void overwriteByte(const fs::path& file, std::streamoff offset) {
-        std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
-        stream.seekg(offset);
-        const char byte = static_cast<char>(stream.get() ^ 0x40);
-        stream.seekp(offset);
-        stream.put(byte);
-        ASSERT_TRUE(stream.good());
-    }
-
-    const TestSeries series_{.study = "sources"};
-    StudyLoadOptions options_;
-    StudyRequest study_;
-};
 
 TEST_F(StudySourceTest, opensAVolumeCacheWithoutAskingForImages) {
     packVolumeCache();
@@ -128,6 +35,9 @@ TEST_F(StudySourceTest, opensAVolumeCacheWithoutAskingForImages) {
     StudyRequest linked;
     linked.studyInstanceUID = study_.studyInstanceUID;
     EXPECT_EQ(open(linked).result->study.patientName, study_.patientName) << "a link names no patient";
+    service_->setFault(Fault::delayed("*/studies*", std::chrono::seconds(20)));
+    expectWhole(open(linked), ImageSource::VolumeCache); // not kept back by a service that is slow to name it
+    EXPECT_TRUE(capture_->contains("The cached study could not be looked up"));
 }
 
 TEST_F(StudySourceTest, fallsBackFromADamagedCacheAndSaysSo) {
@@ -162,7 +72,9 @@ TEST_F(StudySourceTest, reportsAnImpossibleCacheInsteadOfPassingOverIt) {
 }
 
 TEST_F(StudySourceTest, reopensFromTheArchiveWithoutDownloading) {
-    expectWhole(open(), ImageSource::Service);
+    const auto first = open();
+    expectWhole(first, ImageSource::Service);
+    EXPECT_FALSE(first.statuses.contains(QStringLiteral("Loading study from local DICOM archive")));
     EXPECT_EQ(imageRequests(), 1u);
     EXPECT_TRUE(capture_->contains("Study archived for future local reopen"));
     const auto again = open();
@@ -262,9 +174,8 @@ TEST_F(StudySourceTest, keepsWithinTheQuota) {
 
 TEST_F(StudySourceTest, readsOnWhenNothingCanBeKept) {
     std::ofstream(options_.storage->cacheRoot()) << "a file where the folder should be";
-    const auto opened = open(study_, false, false);
-    expectWhole(opened, ImageSource::Service);
-    EXPECT_TRUE(QTest::qWaitFor([this] { return capture_->contains("Study could not be archived"); }, 20000));
+    expectWhole(open(), ImageSource::Service);
+    EXPECT_TRUE(capture_->contains("Study could not be archived"));
 }
 
 TEST_F(StudySourceTest, discardsTheCacheOfAStudyThatIsNoLongerAskedFor) {

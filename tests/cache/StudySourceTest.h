@@ -1,0 +1,109 @@
+#pragma once
+
+#include "LoadRecorder.h"
+#include "cache/volume/VolumeCacheWriter.h"
+#include "imaging/DicomSeriesReader.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace zorbel::test {
+
+/// Opens studies with a cache folder of the test's own, and sees where their images came from.
+class StudySourceTest : public StudyLoadTest {
+protected:
+    void SetUp() override {
+        StudyLoadTest::SetUp();
+        options_.storage.emplace(
+            std::filesystem::path(folder_.filePath(QStringLiteral("cache")).toStdString()),
+            StorageScope::of("organization", "reader"));
+        options_.manifestSchema = ZORBEL_MANIFEST_SCHEMA;
+        options_.archivePatience = std::chrono::milliseconds(300);
+        study_ = upload({series_});
+        service_->resetRequests();
+    }
+
+    struct Opened {
+        std::optional<OrthancImageLoadResult> result;
+        QString failure;
+        QStringList statuses;
+    };
+
+    /// Opens, or loads anew, and waits for the end and for the archive.
+    Opened open(const StudyRequest& study, bool past = false) {
+        capture_->clear();
+        StudyLoadController controller(client_, options_);
+        LoadRecorder recorder(controller);
+        controller.openStudy(study);
+        EXPECT_TRUE(recorder.waitForEnd());
+        if (past) {
+            recorder.images.clear();
+            recorder.failures.clear();
+            controller.retry();
+            EXPECT_TRUE(recorder.waitForEnd());
+        }
+        Opened opened;
+        opened.statuses = recorder.statuses;
+        if (!recorder.failures.empty())
+            opened.failure = recorder.failures.front().text;
+        if (!recorder.images.empty()) {
+            opened.result = recorder.images.front();
+            if (opened.result->source == ImageSource::Service) {
+                EXPECT_TRUE(QTest::qWaitFor(
+                    [this] {
+                        return capture_->contains("Viewer cache quota enforced after study download") ||
+                               capture_->contains("Study could not be archived");
+                    },
+                    20000));
+            }
+        }
+        return opened;
+    }
+    Opened open() { return open(study_); }
+
+    void expectWhole(const Opened& opened, ImageSource source) {
+        ASSERT_TRUE(opened.result.has_value()) << opened.failure.toStdString();
+        EXPECT_EQ(opened.result->source, source);
+        ASSERT_EQ(opened.result->image->geometry().dimensions()[2], series_.slices);
+        for (int slice = 0; slice < series_.slices; ++slice)
+            ASSERT_EQ(opened.result->image->valueAt(7, 3, slice), slice * 100 + 7);
+    }
+
+    std::filesystem::path studyFolder() const {
+        return options_.storage->studyDirectory(study_.studyInstanceUID.toStdString());
+    }
+    std::filesystem::path archiveFolder() const {
+        return options_.storage->archiveDirectory(study_.studyInstanceUID.toStdString(), series_.seriesUid());
+    }
+    std::size_t imageRequests() const {
+        return service_->requestCount(demo::Fault::instanceFiles) +
+               service_->requestCount(demo::Fault::seriesStreams);
+    }
+
+    void packVolumeCache() {
+        const std::filesystem::path dicom =
+            std::filesystem::path(folder_.filePath(QStringLiteral("pack")).toStdString());
+        series_.write(dicom);
+        std::vector<std::filesystem::path> files;
+        for (const auto& entry : std::filesystem::directory_iterator(dicom))
+            files.push_back(entry.path());
+        const auto analysis = imaging::DicomSeriesReader::analyze(files);
+        VolumeCacheWriter::write(
+            *imaging::DicomSeriesReader::load(analysis.blocks.front()), studyFolder(),
+            {.studyInstanceUid = {}, .chunkSlices = 3});
+    }
+    static void overwriteByte(const std::filesystem::path& file, std::streamoff offset) {
+        std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
+        stream.seekg(offset);
+        const char byte = static_cast<char>(stream.get() ^ 0x40);
+        stream.seekp(offset);
+        stream.put(byte);
+        ASSERT_TRUE(stream.good());
+    }
+
+    const TestSeries series_{.study = "sources"};
+    StudyLoadOptions options_;
+    StudyRequest study_;
+};
+
+} // namespace zorbel::test
