@@ -19,6 +19,10 @@ void createPrivateFile(const std::filesystem::path& file);
 /// holds either all of the old or all of the new. The folder must exist.
 void writePrivateFile(const std::filesystem::path& file, std::string_view bytes);
 
+/// Whether writePrivateFile() gives such names to its temporary files: one that lies there while nobody
+/// writes was left by a process that was killed.
+bool isUnfinishedWrite(const std::filesystem::path& fileName);
+
 /// Whether this is a real folder, no link to one, and on Linux also the current user's own and closed to all
 /// others: one in which nobody else can have planted anything. Never throws.
 bool isOwnFolder(const std::filesystem::path& folder) noexcept;

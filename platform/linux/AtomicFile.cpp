@@ -98,4 +98,10 @@ void writeFileAtomically(const std::filesystem::path& file, std::string_view byt
     synchroniseFolder(file.parent_path());
 }
 
+bool isTemporaryName(std::string_view fileName) {
+    constexpr std::size_t randomPart = 7;
+    return fileName.size() > 1 + randomPart && fileName.front() == '.' &&
+           fileName.rfind('.') == fileName.size() - randomPart;
+}
+
 } // namespace zorbel

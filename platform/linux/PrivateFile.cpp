@@ -60,6 +60,10 @@ void writePrivateFile(const std::filesystem::path& file, std::string_view bytes)
     writeFileAtomically(file, bytes, 0600);
 }
 
+bool isUnfinishedWrite(const std::filesystem::path& fileName) {
+    return isTemporaryName(fileName.native());
+}
+
 bool isOwnFolder(const std::filesystem::path& folder) noexcept {
     struct stat info {};
     return lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid() &&

@@ -144,6 +144,10 @@ void writePrivateFile(const fs::path& file, std::string_view bytes) {
     }
 }
 
+bool isUnfinishedWrite(const fs::path& fileName) {
+    return fileName.extension() == L".tmp" && fileName.stem().extension() != L"";
+}
+
 bool isOwnFolder(const fs::path& folder) noexcept {
     const DWORD attributes = GetFileAttributesW(folder.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&

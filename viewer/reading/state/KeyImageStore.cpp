@@ -1,0 +1,111 @@
+#include "viewer/reading/state/KeyImageStore.h"
+
+#include "viewer/reading/state/RecordLists.h"
+#include "viewer/reading/state/SaveAttempt.h"
+#include "viewer/reading/state/StateKind.h"
+
+namespace zorbel {
+
+namespace {
+
+constexpr std::string_view pngSignature = "\x89PNG\r\n\x1a\n";
+
+std::string folderOf(const std::string& uid) {
+    return std::string(stateFolder(StateKind::KeyImages)) + "/" + uid;
+}
+
+std::string indexOf(const std::string& folder) {
+    return folder + "/index.json";
+}
+
+bool isPicture(const KeyImageStore::Picture& picture) {
+    const auto fits = [](int side) { return side >= 1 && side <= longestKeyImageSide; };
+    return picture.png.starts_with(pngSignature) && fits(picture.width) && fits(picture.height);
+}
+
+} // namespace
+
+KeyImageList KeyImageStore::load(std::string_view studyInstanceUid) {
+    const auto uid = studyFileName(studyInstanceUid);
+    if (!uid)
+        return {};
+    const auto folder = folderOf(*uid);
+    const auto lock = files_.lock();
+    KeyImageList list;
+    const bool hadIndex = files_.exists(indexOf(folder));
+    const auto index = readIndex(folder);
+    if (index) {
+        for (const KeyImage& image : index->images()) {
+            if (files_.exists(folder + "/" + image.fileName))
+                list.add(image);
+        }
+    }
+    // Without the lock another program may be about to name its picture in the list.
+    if (lock && (index || !hadIndex) && !files_.hasDamaged(indexOf(folder))) {
+        for (const std::string& name : files_.namesIn(folder)) {
+            if (keyImageNumber(name) && !list.holds(name))
+                files_.remove(folder + "/" + name);
+        }
+    }
+    return list;
+}
+
+KeyImageCapture
+KeyImageStore::add(std::string_view studyInstanceUid, KeyImageList& list, const Picture& picture) {
+    if (studyInstanceUid.find_first_not_of(" \t\r\n") == std::string_view::npos)
+        return {false, KeyImageList::noStudyText};
+    if (!isPicture(picture))
+        return {false, KeyImageList::grabFailedText};
+    const auto uid = studyFileName(studyInstanceUid);
+    const auto folder = folderOf(uid.value_or(""));
+    auto failure = attemptSave(KeyImageList::folderFailedText, [&] {
+        if (!uid)
+            throw std::invalid_argument("The study has no valid UID");
+        files_.createFolder(folder);
+    });
+    if (!failure.empty())
+        return {false, failure};
+
+    const auto lock = files_.lock();
+    KeyImageList merged = readIndex(folder).value_or(KeyImageList());
+    for (const KeyImage& image : list.images()) {
+        if (!merged.holds(image.fileName))
+            merged.add(image);
+    }
+    int number = merged.nextNumber();
+    while (merged.holds(keyImageFileName(number)) || files_.exists(folder + "/" + keyImageFileName(number)))
+        ++number;
+    const std::string name = folder + "/" + keyImageFileName(number);
+    failure = attemptSave(
+        KeyImageList::writeFailedText, [&] { files_.write(name, picture.png, StateFiles::largestPicture); });
+    if (!failure.empty())
+        return {false, failure};
+    merged.add({keyImageFileName(number), picture.caption, picture.width, picture.height});
+    failure = attemptSave(
+        saveFailedText(StateKind::KeyImages), [&] { files_.write(indexOf(folder), keyImagesText(merged)); });
+    if (!failure.empty()) {
+        files_.remove(name);
+        return {false, failure};
+    }
+    list = std::move(merged);
+    return {true, list.capturedText(number)};
+}
+
+std::optional<std::string> KeyImageStore::png(std::string_view studyInstanceUid, const KeyImage& image) {
+    const auto uid = studyFileName(studyInstanceUid);
+    if (!uid || !keyImageNumber(image.fileName))
+        return std::nullopt;
+    return files_.read(folderOf(*uid) + "/" + image.fileName, StateFiles::largestPicture);
+}
+
+std::optional<KeyImageList> KeyImageStore::readIndex(const std::string& folder) {
+    const auto text = files_.read(indexOf(folder));
+    if (!text)
+        return std::nullopt;
+    auto list = keyImagesFrom(*text);
+    if (!list)
+        files_.setAside(indexOf(folder));
+    return list;
+}
+
+} // namespace zorbel

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "viewer/reading/findings/KeyImageList.h"
+#include "viewer/reading/state/StateFiles.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zorbel {
+
+/// What a capture did.
+struct KeyImageCapture {
+    bool captured = false;
+    std::string text; ///< for the status bar, in any case
+};
+
+/// The key images of each study: "keyimages/<study UID>/" with the pictures "key-<number>.png" and their list
+/// "index.json". A picture is in the list when it was captured whole. Of two programs none overwrites the
+/// other's pictures, and the list holds both's. One thread; a capture waits for the disk.
+class KeyImageStore {
+public:
+    /// A picture as it comes from the screen.
+    struct Picture {
+        std::string_view png; ///< the file's bytes
+        int width = 0;        ///< pixels, 1 to longestKeyImageSide
+        int height = 0;
+        std::string caption; ///< UTF-8
+    };
+
+    /// The files must outlive this.
+    explicit KeyImageStore(StateFiles& files) : files_(files) {}
+
+    /// Empty where there is no readable list. Never throws. Pictures that no list names, which a program left
+    /// that was killed, are removed; those of a list that was set aside stay.
+    KeyImageList load(std::string_view studyInstanceUid);
+    /// Writes picture and list and adds to `list`, also what another program captured meanwhile. A failure
+    /// leaves `list` as it is and no file behind.
+    KeyImageCapture add(std::string_view studyInstanceUid, KeyImageList& list, const Picture& picture);
+    /// The picture's bytes; nothing where it cannot be read.
+    std::optional<std::string> png(std::string_view studyInstanceUid, const KeyImage& image);
+
+private:
+    std::optional<KeyImageList> readIndex(const std::string& folder);
+
+    StateFiles& files_;
+};
+
+} // namespace zorbel
