@@ -67,6 +67,10 @@ bool ArchivePlace::isHalfReplaced() const {
     return isVacant() && !quarantined().empty();
 }
 
+bool ArchivePlace::hasLeftovers() const {
+    return !besides(stagingInfix).empty() || !besides(quarantineInfix).empty();
+}
+
 void ArchivePlace::recover() const {
     std::error_code error;
     if (isVacant()) {

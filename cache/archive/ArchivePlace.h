@@ -26,6 +26,8 @@ public:
     /// A writer was killed, or is at work, between moving the earlier copy away and putting the new one in
     /// its place.
     bool isHalfReplaced() const;
+    /// A writer is at work beside the final folder, or was killed at it.
+    bool hasLeftovers() const;
 
     /// Puts back the earlier copy of a half replaced archive, then removes what killed writers left, but for
     /// damaged copies. Under the lock.

@@ -143,6 +143,19 @@ Result settled(const ArchivePlace& place, const std::function<Result()>& look) {
     }
 }
 
+void clearUpBeside(const ArchivePlace& place) {
+    try {
+        if (!place.hasLeftovers())
+            return;
+        if (const auto lock = tryLock(place))
+            place.recover();
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception&) {
+        // What cannot be looked at now is the next writer's.
+    }
+}
+
 } // namespace
 
 std::vector<fs::path> ArchivedSeries::files() const {
@@ -163,9 +176,13 @@ Result StudyArchiveReader::describe(
 Result StudyArchiveReader::verify(
     const fs::path& finalDirectory, const std::string& studyInstanceUid, const std::string& seriesInstanceUid,
     const std::atomic<bool>* cancel) {
-    return settled(ArchivePlace(finalDirectory), [&] {
-        return verifyFolder(finalDirectory, studyInstanceUid, seriesInstanceUid, cancel);
-    });
+    const ArchivePlace place(finalDirectory);
+    Result result = settled(
+        place, [&] { return verifyFolder(finalDirectory, studyInstanceUid, seriesInstanceUid, cancel); });
+    // No writer comes to clear up beside an archive that is good as it is.
+    if (result.state == State::Verified)
+        clearUpBeside(place);
+    return result;
 }
 
 bool StudyArchiveReader::setAside(const fs::path& finalDirectory) {

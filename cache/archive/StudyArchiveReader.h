@@ -44,6 +44,7 @@ public:
         const std::string& seriesInstanceUid);
 
     /// Also checks the size and the digest of every file, on all cores. A set cancel flag gives Described.
+    /// What a killed writer left beside a good archive is removed.
     static Result verify(
         const std::filesystem::path& finalDirectory, const std::string& studyInstanceUid,
         const std::string& seriesInstanceUid, const std::atomic<bool>* cancel = nullptr);

@@ -18,8 +18,8 @@ namespace fs = std::filesystem;
 using test::StudySourceTest;
 
 /// Of the some hundred calls that a load makes to the disk, those that are tried in turn.
-constexpr unsigned killRounds = 40;
-constexpr unsigned faultRounds = 10;
+constexpr unsigned killRounds = 24;
+constexpr unsigned faultRounds = 6;
 constexpr char imageRoute[] = "*/viewer-proxy/*";
 
 /// What becomes of a disk below `under`; see tests/faults/DiskFaults.h.
@@ -127,11 +127,9 @@ protected:
         service_->removeFault(outage);
         if (hadCopy || offline.result)
             expectWhole(offline, ImageSource::Archive);
-        if (hadCopy)
-            return;
-        const auto online = open();
-        expectWhole(online, offline.result ? ImageSource::Archive : ImageSource::Service);
-        EXPECT_TRUE(offline.result || besidesTheArchive().empty()) << "the next writer clears up";
+        if (!hadCopy)
+            expectWhole(open(), offline.result ? ImageSource::Archive : ImageSource::Service);
+        EXPECT_TRUE(besidesTheArchive().empty());
     }
 
     std::string cacheFolder() const { return options_.storage->cacheRoot().string(); }
@@ -237,7 +235,6 @@ TEST_F(StudyLoadSurvivalTest, viewersThatArchiveTheSameSeriesAtOnceKeepOneWholeC
     for (const auto& viewer : viewers)
         EXPECT_EQ(outcomeOf(*viewer), whole("service"));
     expectSurvived(true);
-    EXPECT_TRUE(besidesTheArchive().empty());
 }
 
 TEST_F(StudyLoadSurvivalTest, sessionOnlyStorageGoesWithTheLastViewer) {
