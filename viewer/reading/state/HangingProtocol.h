@@ -20,7 +20,7 @@ struct HangingProtocol {
 
     Layout layout = Layout::Quad;
     Viewport primary = AxialViewport;
-    std::optional<Window> window; ///< nothing: as the image itself asks for
+    std::optional<Window> window{}; ///< nothing: as the image itself asks for
     bool slabEnabled = false;
     /// On either side of the plane's own slice: a slab has 2 × this + 1. 1 to 25, others are clamped.
     int slabHalfSlices = 2;

@@ -4,6 +4,8 @@
 #include "viewer/reading/state/SaveAttempt.h"
 #include "viewer/reading/state/StateKind.h"
 
+#include <stdexcept>
+
 namespace zorbel {
 
 namespace {

@@ -9,12 +9,12 @@ namespace zorbel {
 
 /// A study that the user opened.
 struct RecentStudy {
-    std::string studyUid;
-    std::string orthancId; ///< the service's identifier of the study
-    std::string patientName;
-    std::string modality;
-    std::string studyDate;
-    std::string lastOpenedAt; ///< ISO 8601, UTC
+    std::string studyUid{};
+    std::string orthancId{}; ///< the service's identifier of the study
+    std::string patientName{};
+    std::string modality{};
+    std::string studyDate{};
+    std::string lastOpenedAt{}; ///< ISO 8601, UTC
 
     friend bool operator==(const RecentStudy&, const RecentStudy&) = default;
 };

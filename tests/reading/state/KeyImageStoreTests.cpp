@@ -1,0 +1,82 @@
+#include "tests/reading/state/StateFixture.h"
+
+namespace zorbel::tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+class KeyImageStoreTest : public StateFixture {
+protected:
+    KeyImageCapture add(KeyImageStore& store, KeyImageList& list, const std::string& caption) {
+        const auto png = pngBytes(caption);
+        return store.add(uid, list, {png, 640, 480, caption});
+    }
+    std::string in(const std::string& name) const { return "keyimages/" + std::string(uid) + "/" + name; }
+};
+
+TEST_F(KeyImageStoreTest, capturesComeBackWithTheirPictures) {
+    StateFiles files(root);
+    KeyImageStore store(files);
+    KeyImageList list;
+    EXPECT_EQ(add(store, list, "first").text, "Key image 1 captured (1 held for the report)");
+    EXPECT_EQ(add(store, list, "second").text, "Key image 2 captured (2 held for the report)");
+    StateFiles next(root);
+    KeyImageStore nextStore(next);
+    EXPECT_EQ(nextStore.load(uid), list);
+    EXPECT_EQ(list.images()[1], (KeyImage{"key-2.png", "second", 640, 480}));
+    EXPECT_EQ(nextStore.png(uid, list.images()[1]), pngBytes("second"));
+    EXPECT_FALSE(nextStore.png(uid, {"../../../../etc/passwd", "", 1, 1}));
+    EXPECT_EQ(names(), (std::set<std::string>{in("index.json"), in("key-1.png"), in("key-2.png")}));
+}
+
+TEST_F(KeyImageStoreTest, saysWhyNothingIsCaptured) {
+    StateFiles files(root);
+    KeyImageStore store(files);
+    KeyImageList list;
+    const auto png = pngBytes("x");
+    EXPECT_EQ(store.add(" ", list, {png, 1, 1, ""}).text, "Open a study before capturing a key image");
+    EXPECT_EQ(store.add(uid, list, {"", 1, 1, ""}).text, "The viewport could not be captured");
+    EXPECT_EQ(store.add(uid, list, {png, 0, 1, ""}).text, "The viewport could not be captured");
+    EXPECT_EQ(store.add("..", list, {png, 1, 1, ""}).text, "The key image folder could not be created");
+    put("keyimages", "a file where the folder should be");
+    EXPECT_EQ(store.add(uid, list, {png, 1, 1, ""}).text, "The key image folder could not be created");
+    EXPECT_EQ(list, KeyImageList());
+    EXPECT_EQ(names(), std::set<std::string>{"keyimages"});
+}
+
+TEST_F(KeyImageStoreTest, twoProgramsKeepEachOthersCaptures) {
+    StateFiles files(root), otherFiles(root);
+    KeyImageStore store(files), other(otherFiles);
+    KeyImageList list, otherList;
+    EXPECT_TRUE(add(store, list, "mine").captured);
+    EXPECT_EQ(add(other, otherList, "other's").text, "Key image 2 captured (2 held for the report)");
+    EXPECT_EQ(add(store, list, "mine again").text, "Key image 3 captured (3 held for the report)");
+    EXPECT_EQ(store.png(uid, list.images()[0]), pngBytes("mine"));
+    EXPECT_EQ(store.load(uid), list);
+    EXPECT_EQ(list.images()[1].caption, "other's");
+}
+
+TEST_F(KeyImageStoreTest, picturesThatNoListNamesGoAndThoseOfADamagedListStay) {
+    StateFiles files(root);
+    KeyImageStore store(files);
+    KeyImageList list;
+    add(store, list, "first");
+    add(store, list, "second");
+    put(in("key-7.png"), "a capture that was killed");
+    put(in("notes.txt"), "not ours");
+    fs::remove(root / in("key-1.png"));
+    list = store.load(uid);
+    EXPECT_EQ(list, KeyImageList({{"key-2.png", "second", 640, 480}}));
+    EXPECT_EQ(names(), (std::set<std::string>{in("index.json"), in("key-2.png"), in("notes.txt")}));
+
+    put(in("index.json"), "{");
+    list = store.load(uid);
+    EXPECT_EQ(list, KeyImageList());
+    EXPECT_EQ(add(store, list, "third").text, "Key image 1 captured (1 held for the report)");
+    EXPECT_EQ(add(store, list, "fourth").text, "Key image 3 captured (2 held for the report)");
+    EXPECT_EQ(store.load(uid), list);
+    EXPECT_EQ(contents(in("key-2.png")), pngBytes("second"));
+}
+
+} // namespace
+} // namespace zorbel::tests

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "viewer/reading/state/KeyImageStore.h"
+#include "viewer/reading/state/ReadingStateStore.h"
+#include "viewer/reading/state/StateFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+
+#include <unistd.h>
+
+namespace zorbel::tests {
+
+/// Where flushing costs nothing, for hundreds of files are written.
+inline std::filesystem::path memoryDisk() {
+    const std::filesystem::path memory = "/dev/shm";
+    return access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::temp_directory_path();
+}
+
+inline ReadingPosition samplePosition(const std::string& uid, double x = 1.5) {
+    return {
+        uid,
+        "CT",
+        {x, -20.25, 1e-3},
+        {{{{1, 0, 0}, {0, 1, 0}}, {{1, 0, 0}, {0, 0, -1}}, {{0, 1, 0}, {0, 0, -1}}}}};
+}
+
+inline FindingList sampleFindings(const std::string& note = "Überweisung, \"quoted\"\n✓") {
+    Finding tooth(FindingCategory::Caries, *FdiTooth::fromCode(48));
+    tooth.note = note;
+    tooth.location = imaging::Vector3{0.1, -2.0, 1e6};
+    return FindingList({tooth, Finding(FindingCategory::Cyst, FindingRegion::Airway)});
+}
+
+/// Begins like a PNG file, which is all that the store looks at.
+inline std::string pngBytes(const std::string& contents) {
+    return "\x89PNG\r\n\x1a\n" + contents;
+}
+
+class StateFixture : public testing::Test {
+protected:
+    void SetUp() override { std::filesystem::remove_all(folder); }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    std::string contents(const std::string& name) const {
+        std::ifstream file(root / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    void put(const std::string& name, const std::string& bytes) const {
+        std::filesystem::create_directories((root / name).parent_path());
+        std::ofstream(root / name, std::ios::binary) << bytes;
+    }
+    /// All files below the root by their relative names, the lock left out.
+    std::set<std::string> names() const {
+        std::set<std::string> found;
+        if (std::filesystem::exists(root))
+            for (const auto& entry : std::filesystem::recursive_directory_iterator(root))
+                if (!entry.is_directory() && entry.path().extension() != ".lock")
+                    found.insert(entry.path().lexically_relative(root).string());
+        return found;
+    }
+    std::size_t damagedCount() const {
+        const auto all = names();
+        return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), [](const std::string& name) {
+            return name.find(".damaged-") != std::string::npos;
+        }));
+    }
+
+    static constexpr char uid[] = "1.2.840.99.7";
+    const std::filesystem::path folder =
+        memoryDisk() / ("zorbel-state-" + std::to_string(getpid()) + "-" +
+                        testing::UnitTest::GetInstance()->current_test_info()->name());
+    const std::filesystem::path root = folder / "cache" / "scope";
+};
+
+} // namespace zorbel::tests
