@@ -18,7 +18,9 @@ public:
     explicit ViewportOverlay(QWidget* view);
 
     void setCorner(Corner corner, const QStringList& lines);
+    const QStringList& corner(Corner corner) const { return corners_[corner]; }
     void setLetters(const imaging::OrientationLabels& letters);
+    const imaging::OrientationLabels& letters() const { return letters_; }
     void clear();
 
 protected:
