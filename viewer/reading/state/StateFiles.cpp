@@ -70,7 +70,7 @@ StateFiles::StateFiles(fs::path root) : root_(std::move(root)) {
 std::optional<FileLock> StateFiles::lock() const {
     if (!isKept())
         return std::nullopt;
-    const auto end = std::chrono::steady_clock::now() + 250ms;
+    const auto end = std::chrono::steady_clock::now() + 1s;
     try {
         for (;;) {
             auto lock = FileLock::tryAcquire(root_ / lockName);
