@@ -35,9 +35,10 @@ public:
     /// Width and height of a text of several lines in the label's font.
     using SizeOf = std::function<Point2(const std::string&)>;
 
-    /// Those that lie in the view, and the one in hand, in drawing order. Labels stand beside their
-    /// measurement, within the widget and, where there is room, clear of each other; the label of the one in
-    /// hand is placed first. A measurement that is scrolled or zoomed out of the widget has none.
+    /// Those that lie in the view (none while the editor hides them) in drawing order, then the one in hand.
+    /// Labels stand beside their measurement, within the widget and, where there is room, clear of each
+    /// other; the label of the one in hand is placed first. A measurement that is scrolled or zoomed out of
+    /// the widget has none.
     static std::vector<MeasurementPicture>
     of(const MeasurementList& list, const MeasurementEditor& editor, const MeasurementView& view,
        const LabelOf& labelOf, const SizeOf& sizeOf);

@@ -25,6 +25,8 @@ void MeasurementEditor::setKind(std::optional<MeasurementKind> kind) {
 }
 
 MeasurementEditor::Hit MeasurementEditor::hitTest(const MeasurementView& view, const Point2& pointer) const {
+    if (!visible_)
+        return {};
     Hit handle;
     Hit body;
     double nearestHandle = handleRadius;
@@ -40,7 +42,6 @@ MeasurementEditor::Hit MeasurementEditor::hitTest(const MeasurementView& view, c
             body = {measurement.id, std::nullopt};
         }
     };
-    // Of equally near ones the last offered wins: the selected one, then what was drawn on top.
     const Measurement* selected = nullptr;
     for (const Measurement* measurement : list_.shownOn(view.plane)) {
         if (measurement->id == list_.selected())
@@ -186,7 +187,7 @@ MeasurementEditor::Outcome
 MeasurementEditor::deleteMeasurement(const std::function<bool(const Measurement&)>& isShown) {
     if (draft_)
         return cancel();
-    const auto target = list_.deletionTarget(isShown);
+    const auto target = visible_ ? list_.deletionTarget(isShown) : list_.selected();
     if (!target)
         return {};
     drag_.reset();

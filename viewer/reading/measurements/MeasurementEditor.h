@@ -54,6 +54,10 @@ public:
         labelOf_ = std::move(labelOf);
     }
 
+    /// Hidden measurements cannot be taken hold of, nor deleted unless selected; what is in hand stays seen.
+    void setMeasurementsVisible(bool visible) { visible_ = visible; }
+    bool areMeasurementsVisible() const { return visible_; }
+
     /// The left button; points are those of the view's widget.
     Outcome press(const MeasurementView& view, const Point2& pointer);
     Outcome move(const MeasurementView& view, const Point2& pointer);
@@ -77,6 +81,8 @@ public:
     bool isPlacing() const { return draft_.has_value(); }
     /// Under the pointer while nothing is in hand: for the cursor and the handles to show.
     const Hit& hovered() const { return hovered_; }
+    /// A handle before a line; the nearest of either, and of equally near ones the selected measurement's,
+    /// then the one drawn last.
     Hit hitTest(const MeasurementView& view, const Point2& pointer) const;
 
 private:
@@ -96,6 +102,7 @@ private:
     MeasurementList& list_;
     std::optional<MeasurementKind> kind_;
     std::function<std::string(const Measurement&)> labelOf_;
+    bool visible_ = true;
     std::optional<MeasurementDraft> draft_;
     bool buttonDown_ = false; ///< over the draft
     std::optional<Drag> drag_;

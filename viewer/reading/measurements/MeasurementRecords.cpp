@@ -70,6 +70,10 @@ bool readCalibration(const json& record, Measurement& measurement) {
             return false;
         measurement.seriesInstanceUid = *series;
     }
+    if (!measurement.isOnImage()) {
+        measurement.calibrationFactor = 1.0;
+        measurement.slice = 0;
+    }
     return true;
 }
 
