@@ -2,6 +2,7 @@
 
 #include "imaging/display/CephalogramPose.h"
 #include "imaging/rendering/ImageView2D.h"
+#include "viewer/MeasurementOverlay.h"
 #include "viewer/OverlayTexts.h"
 #include "viewer/ToolCursor.h"
 #include "viewer/ToolDrag.h"
@@ -38,7 +39,8 @@ QString voiText(const imaging::VoiChoice& voi, const imaging::ImageMetadata& met
 
 } // namespace
 
-ImageController::ImageController(ToolCursor& cursor, QObject* parent) : QObject(parent) {
+ImageController::ImageController(ToolCursor& cursor, MeasurementController& measurements, QObject* parent)
+    : QObject(parent) {
     view_ = new imaging::ImageView2D;
     view_->setObjectName(QStringLiteral("imageView"));
     view_->setMinimumSize(320, 320);
@@ -52,6 +54,8 @@ ImageController::ImageController(ToolCursor& cursor, QObject* parent) : QObject(
     frame_->addToBar(orientationChip_);
     frame_->addToBar(toneChip_);
     overlay_ = new ViewportOverlay(view_);
+    measurements_ = new MeasurementOverlay(view_, measurements, [this] { return measurementView(); });
+    measurements_->setObjectName(QStringLiteral("imageMeasurements"));
     new ViewDrag(
         view_, {[this](const QPointF& pixels) { view_->panBy(pixels); },
                 [this](double factor, const QPointF& anchor) { view_->zoomBy(factor, anchor); }});
@@ -61,6 +65,9 @@ ImageController::ImageController(ToolCursor& cursor, QObject* parent) : QObject(
                     continueDrag(position, total, step);
                 }});
     cursor.watch(view_);
+    cursor.watch(measurements_);
+    connect(view_, &imaging::ImageView2D::viewChanged, measurements_, qOverload<>(&QWidget::update));
+    connect(view_, &imaging::ImageView2D::sliceChanged, measurements_, qOverload<>(&QWidget::update));
     view_->installEventFilter(this);
     connect(view_, &imaging::ImageView2D::windowChanged, this, &ImageController::updateTexts);
     connect(view_, &imaging::ImageView2D::sliceChanged, this, &ImageController::updateTexts);
@@ -173,8 +180,41 @@ void ImageController::continueDrag(const QPointF& position, const QPointF& total
     }
 }
 
+void ImageController::setTool(Tool tool) {
+    tool_ = tool;
+    measurements_->setMeasuring(measurementKindOf(tool).has_value());
+}
+
+bool ImageController::shows(const Measurement& measurement) const {
+    return image_ && measurementView().plane.shows(measurement);
+}
+
+void ImageController::showFrame(int frame) {
+    view_->setSlice(frame);
+}
+
+MeasurementView ImageController::measurementView() const {
+    MeasurementView now;
+    now.width = view_->width();
+    now.height = view_->height();
+    const ImageGrid2D grid = image_ ? ImageGrid2D(*image_) : ImageGrid2D();
+    if (image_)
+        now.plane = MeasurementPlane::ofImage(*image_, view_->slice());
+    now.toWidget = [this, grid](const imaging::Vector3& point) {
+        const Point2 pixel = grid.toPixel(point);
+        const QPointF position = view_->imageToWidget(QPointF(pixel.x, pixel.y));
+        return Point2{position.x(), position.y()};
+    };
+    now.fromWidget = [this, grid](const Point2& position) {
+        const QPointF pixel = view_->widgetToImage(QPointF(position.x, position.y));
+        return grid.fromPixel({pixel.x(), pixel.y()});
+    };
+    return now;
+}
+
 void ImageController::setOverlaysShown(bool shown) {
     overlay_->setVisible(shown);
+    measurements_->setVisible(shown);
 }
 
 void ImageController::fitToView() {

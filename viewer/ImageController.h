@@ -7,6 +7,8 @@
 #include "viewer/reading/Image2DState.h"
 #include "viewer/reading/Tool.h"
 #include "viewer/reading/WindowDrag.h"
+#include "viewer/reading/measurements/ImageGrid2D.h"
+#include "viewer/reading/measurements/MeasurementView.h"
 
 #include <QObject>
 #include <QPointF>
@@ -23,6 +25,8 @@ namespace imaging {
 class ImageView2D;
 } // namespace imaging
 
+class MeasurementController;
+class MeasurementOverlay;
 class ToolCursor;
 class ViewportFrame;
 class ViewportOverlay;
@@ -33,7 +37,7 @@ class ImageController : public QObject {
     Q_OBJECT
 
 public:
-    explicit ImageController(ToolCursor& cursor, QObject* parent = nullptr);
+    ImageController(ToolCursor& cursor, MeasurementController& measurements, QObject* parent = nullptr);
 
     ViewportFrame* frame() const { return frame_; }
 
@@ -42,7 +46,11 @@ public:
         const std::shared_ptr<const imaging::Image>& image, const StudyIdentity& study,
         const StudyClassification& kind);
     void clear();
-    void setTool(Tool tool) { tool_ = tool; }
+    void setTool(Tool tool);
+    /// A measurement lies on the frame that is on the screen.
+    bool shows(const Measurement& measurement) const;
+    /// Goes to a frame, from 0.
+    void showFrame(int frame);
     /// Moves through the frames of an image that has several.
     void step(int frames);
     bool hasSeveralFrames() const;
@@ -72,6 +80,7 @@ protected:
 
 private:
     void present();
+    MeasurementView measurementView() const;
     bool beginDrag();
     void continueDrag(const QPointF& position, const QPointF& total, const QPointF& step);
     void updateTexts();
@@ -79,6 +88,7 @@ private:
     imaging::ImageView2D* view_ = nullptr;
     ViewportFrame* frame_ = nullptr;
     ViewportOverlay* overlay_ = nullptr;
+    MeasurementOverlay* measurements_ = nullptr;
     QLabel* orientationChip_ = nullptr;
     QLabel* toneChip_ = nullptr;
     std::shared_ptr<const imaging::Image> image_;

@@ -5,6 +5,7 @@
 #include "resources/Resources.h"
 #include "viewer/LoadingOverlay.h"
 #include "viewer/MainToolBar.h"
+#include "viewer/MeasurementPanel.h"
 #include "viewer/SeriesSelectionDialog.h"
 #include "viewer/ShortcutSheet.h"
 #include "viewer/StudyBrowserWidget.h"
@@ -18,6 +19,7 @@
 #include <QShortcut>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QVBoxLayout>
 
 #include <new>
 #include <utility>
@@ -51,9 +53,18 @@ void MainWindow::buildWorkspace() {
     browser_ = new StudyBrowserWidget(client_);
     browser_->setMinimumWidth(240);
     workspace_ = new ViewerWorkspace;
+    auto* side = new QWidget;
+    side->setObjectName(QStringLiteral("sideColumn"));
+    auto* column = new QVBoxLayout(side);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(browser_, 1);
+    auto* measurements = new MeasurementPanel(workspace_->measurements());
+    column->addWidget(measurements);
+    connect(measurements, &MeasurementPanel::jumpRequested, workspace_, &ViewerWorkspace::jumpToMeasurement);
     auto* splitter = new QSplitter(Qt::Horizontal);
     splitter->setObjectName(QStringLiteral("workspaceSplitter"));
-    splitter->addWidget(browser_);
+    splitter->addWidget(side);
     splitter->addWidget(workspace_);
     splitter->setStretchFactor(1, 1);
     splitter->setCollapsible(0, false);
@@ -69,7 +80,7 @@ void MainWindow::buildWorkspace() {
 void MainWindow::buildToolBar() {
     toolBar_ = new MainToolBar(client_->profile(), client_->config().baseUrl);
     addToolBar(Qt::TopToolBarArea, toolBar_);
-    connect(toolBar_, &MainToolBar::studiesToggled, browser_, &QWidget::setVisible);
+    connect(toolBar_, &MainToolBar::studiesToggled, browser_->parentWidget(), &QWidget::setVisible);
     connect(toolBar_, &MainToolBar::retryRequested, this, [this] {
         sinceRequest_.start();
         loader_->retry();

@@ -1,6 +1,7 @@
 #include "viewer/MprController.h"
 
 #include "imaging/rendering/PlaneView.h"
+#include "viewer/MeasurementOverlay.h"
 #include "viewer/MprGuideOverlay.h"
 #include "viewer/OverlayTexts.h"
 #include "viewer/ToolCursor.h"
@@ -14,6 +15,7 @@
 #include <QColor>
 #include <QScopedValueRollback>
 
+#include <algorithm>
 #include <cmath>
 #include <variant>
 
@@ -42,16 +44,17 @@ QPointF toQt(const Point2& point) {
 
 } // namespace
 
-MprController::MprController(ToolCursor& cursor, QObject* parent) : QObject(parent) {
+MprController::MprController(ToolCursor& cursor, MeasurementController& measurements, QObject* parent)
+    : QObject(parent) {
     for (int index = 0; index < 3; ++index)
-        buildPane(index, cursor);
+        buildPane(index, cursor, measurements);
     for (int index = 0; index < 3; ++index)
         connectPane(index);
     setTool(tool_);
     clear();
 }
 
-void MprController::buildPane(int index, ToolCursor& cursor) {
+void MprController::buildPane(int index, ToolCursor& cursor, MeasurementController& measurements) {
     const QString name = QString::fromLatin1(planeNames[at(index)]);
     auto* view = new imaging::PlaneView(directionOf(index));
     view->setObjectName(name.toLower() + QStringLiteral("View"));
@@ -60,7 +63,11 @@ void MprController::buildPane(int index, ToolCursor& cursor) {
     frame->setObjectName(name.toLower() + QStringLiteral("Viewport"));
     auto* guide = new MprGuideOverlay(view);
     guide->setObjectName(name.toLower() + QStringLiteral("Guide"));
-    panes_[at(index)] = {view, guide, new ViewportOverlay(view)};
+    auto* texts = new ViewportOverlay(view);
+    auto* drawn =
+        new MeasurementOverlay(view, measurements, [this, index] { return measurementView(index); });
+    drawn->setObjectName(name.toLower() + QStringLiteral("Measurements"));
+    panes_[at(index)] = {view, guide, texts, drawn};
     frames_[at(index)] = frame;
     new ViewDrag(
         view, {[view](const QPointF& pixels) { view->panBy(pixels); },
@@ -70,8 +77,9 @@ void MprController::buildPane(int index, ToolCursor& cursor) {
                [this, index](const QPointF& position, const QPointF& total, const QPointF& step) {
                    continueDrag(index, position, total, step);
                }});
-    cursor.watch(view);
-    cursor.watch(guide);
+    for (QWidget* widget :
+         {static_cast<QWidget*>(view), static_cast<QWidget*>(guide), static_cast<QWidget*>(drawn)})
+        cursor.watch(widget);
 }
 
 void MprController::connectPane(int index) {
@@ -80,6 +88,7 @@ void MprController::connectPane(int index) {
     const auto press = [this, index] { Q_EMIT viewportPressed(index); };
     connect(frames_[at(index)], &ViewportFrame::pressed, this, press);
     connect(pane.guide, &MprGuideOverlay::pressed, this, press);
+    connect(pane.measurements, &MeasurementOverlay::pressed, this, press);
     connect(pane.guide, &MprGuideOverlay::guideEvent, this, [this, index](const GuideEvent& event) {
         onGuideEvent(index, event);
     });
@@ -142,8 +151,10 @@ void MprController::clear() {
 
 void MprController::setTool(Tool tool) {
     tool_ = tool;
-    for (const Pane& pane : panes_)
+    for (const Pane& pane : panes_) {
         pane.guide->setMode(guideModeOf(tool));
+        pane.measurements->setMeasuring(measurementKindOf(tool).has_value());
+    }
 }
 
 void MprController::stepPlane(int plane, double slices) {
@@ -168,8 +179,10 @@ void MprController::setLinesShown(bool shown) {
 }
 
 void MprController::setOverlaysShown(bool shown) {
-    for (const Pane& pane : panes_)
+    for (const Pane& pane : panes_) {
         pane.texts->setVisible(shown);
+        pane.measurements->setVisible(shown);
+    }
 }
 
 void MprController::setWindow(const imaging::LevelWindow& window) {
@@ -264,6 +277,40 @@ void MprController::selectSlices() {
     refreshGuides();
 }
 
+bool MprController::shows(const Measurement& measurement) const {
+    return std::any_of(panes_.begin(), panes_.end(), [&](const Pane& pane) {
+        const auto index = static_cast<int>(&pane - panes_.data());
+        return pane.view->isVisible() && measurementView(index).plane.shows(measurement);
+    });
+}
+
+MeasurementView MprController::measurementView(int index) const {
+    auto* view = panes_[at(index)].view;
+    MeasurementView now;
+    if (image_)
+        now.plane = MeasurementPlane::ofVolume(
+            view->navigation().plane(), view->thickness(), image_->metadata().seriesInstanceUID);
+    now.toWidget = [view](const imaging::Vector3& point) { return toPoint(view->worldToWidget(point)); };
+    now.fromWidget = [view](const Point2& position) { return view->widgetToWorld(toQt(position)); };
+    now.width = view->width();
+    now.height = view->height();
+    return now;
+}
+
+void MprController::jumpTo(const MeasurementJump& jump) {
+    if (!image_ || jump.onImage)
+        return;
+    crosshair_.moveTo(jump.point);
+    if (jump.turnsPlanes) {
+        const QScopedValueRollback<bool> sync(syncingPlanes_, true);
+        for (int index = 0; index < 3; ++index) {
+            const PlaneBasis& basis = basisOf(jump.bases, directionOf(index));
+            panes_[at(index)].view->navigation().reorientSlices(jump.point, basis.axis0, basis.axis1);
+        }
+    }
+    selectSlices();
+}
+
 void MprController::rotate(int source, double radians) {
     if (!image_ || !planes_.rotate(directionOf(source), radians))
         return;
@@ -336,6 +383,7 @@ void MprController::refreshGuides() {
             toPoint(pane.view->worldToWidget(crosshair_.point())),
             guideLines(bases, directionOf(index), thickness, pane.view->millimetresPerPixel()),
             image_ != nullptr, linesShown_);
+        pane.measurements->update();
     }
 }
 

@@ -9,6 +9,8 @@
 #include "viewer/reading/SlabModel.h"
 #include "viewer/reading/Tool.h"
 #include "viewer/reading/WindowDrag.h"
+#include "viewer/reading/measurements/MeasurementJump.h"
+#include "viewer/reading/measurements/MeasurementView.h"
 
 #include <QObject>
 #include <QPointF>
@@ -24,6 +26,8 @@ namespace imaging {
 class PlaneView;
 } // namespace imaging
 
+class MeasurementController;
+class MeasurementOverlay;
 class MprGuideOverlay;
 class ToolCursor;
 class ViewportFrame;
@@ -35,7 +39,7 @@ class MprController : public QObject {
     Q_OBJECT
 
 public:
-    explicit MprController(ToolCursor& cursor, QObject* parent = nullptr);
+    MprController(ToolCursor& cursor, MeasurementController& measurements, QObject* parent = nullptr);
 
     /// Axial, coronal, sagittal: made here and handed to the layout, which takes ownership.
     const std::array<ViewportFrame*, 3>& frames() const { return frames_; }
@@ -54,10 +58,17 @@ public:
 
     const imaging::Vector3& crosshair() const { return crosshair_.point(); }
     void centreCrosshair();
+    /// The slices through a point.
+    void moveCrosshair(const imaging::Vector3& point);
+    /// Turns and moves the planes so that a measurement is seen where it was drawn.
+    void jumpTo(const MeasurementJump& jump);
+    /// A measurement lies on a plane that is on the screen.
+    bool shows(const Measurement& measurement) const;
     bool linesShown() const { return linesShown_; }
     void setLinesShown(bool shown);
     void setOverlaysShown(bool shown);
 
+    PlaneBases liveBases() const;
     const imaging::LevelWindow& window() const { return window_; }
     void setWindow(const imaging::LevelWindow& window);
 
@@ -79,15 +90,15 @@ private:
         imaging::PlaneView* view = nullptr;
         MprGuideOverlay* guide = nullptr;
         ViewportOverlay* texts = nullptr;
+        MeasurementOverlay* measurements = nullptr;
     };
 
-    void buildPane(int index, ToolCursor& cursor);
+    void buildPane(int index, ToolCursor& cursor, MeasurementController& measurements);
     void connectPane(int index);
     bool beginDrag(int index, const QPointF& position);
     void continueDrag(int index, const QPointF& position, const QPointF& total, const QPointF& step);
     void onGuideEvent(int index, const GuideEvent& event);
     void onSliceChanged(int index);
-    void moveCrosshair(const imaging::Vector3& point);
     void selectSlices();
     void rotate(int source, double radians);
     void applyStoredBases(int source);
@@ -96,7 +107,7 @@ private:
     void refreshGuides();
     void updateTexts(int index);
     void onFrameRendered(int index);
-    PlaneBases liveBases() const;
+    MeasurementView measurementView(int index) const;
 
     std::array<Pane, 3> panes_;
     std::array<ViewportFrame*, 3> frames_{};

@@ -73,20 +73,22 @@ void ToolRail::buildNavigation() {
         QStringLiteral("Combine adjacent slices into one MPR image"));
     slab_->setCheckable(true);
     connect(slab_, &QToolButton::clicked, this, &ToolRail::slabToggled);
-    addAbsent(
+    addTool(
         QStringLiteral("length"), QStringLiteral("Length"),
-        QStringLiteral("Measure a distance in millimetres (L) — also reports bone density along the path"));
-    addAbsent(
-        QStringLiteral("angle"), QStringLiteral("Angle"), QStringLiteral("Measure a three-point angle (G)"));
-    addAbsent(
+        QStringLiteral("Measure a distance in millimetres (L) — also reports bone density along the path"),
+        Tool::Length);
+    addTool(
+        QStringLiteral("angle"), QStringLiteral("Angle"), QStringLiteral("Measure a three-point angle (G)"),
+        Tool::Angle);
+    addTool(
         QStringLiteral("probe"), QStringLiteral("Probe"),
-        QStringLiteral("Read the voxel value at a point (B)"));
-    addAbsent(
+        QStringLiteral("Read the voxel value at a point (B)"), Tool::Probe);
+    addTool(
         QStringLiteral("rectangle-roi"), QStringLiteral("Box ROI"),
-        QStringLiteral("Rectangular region: area and voxel statistics (K)"));
-    addAbsent(
+        QStringLiteral("Rectangular region: area and voxel statistics (K)"), Tool::BoxRoi);
+    addTool(
         QStringLiteral("ellipse-roi"), QStringLiteral("Oval ROI"),
-        QStringLiteral("Elliptical region: area and voxel statistics (O)"));
+        QStringLiteral("Elliptical region: area and voxel statistics (O)"), Tool::OvalRoi);
 
     slabMode_ = new QComboBox;
     slabMode_->setObjectName(QStringLiteral("slabMode"));

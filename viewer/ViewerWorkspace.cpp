@@ -2,6 +2,7 @@
 
 #include "viewer/ImageController.h"
 #include "viewer/LoadingOverlay.h"
+#include "viewer/MeasurementController.h"
 #include "viewer/MprController.h"
 #include "viewer/ToolCursor.h"
 #include "viewer/ViewerHeader.h"
@@ -33,9 +34,10 @@ ViewerWorkspace::ViewerWorkspace(QWidget* parent) : QWidget(parent) {
     setObjectName(QStringLiteral("viewerWorkspace"));
     setFocusPolicy(Qt::ClickFocus);
     cursor_ = new ToolCursor(this);
-    mpr_ = new MprController(*cursor_, this);
+    measurements_ = new MeasurementController(this);
+    mpr_ = new MprController(*cursor_, *measurements_, this);
     volume_ = new VolumeController(*cursor_, this);
-    image_ = new ImageController(*cursor_, this);
+    image_ = new ImageController(*cursor_, *measurements_, this);
     rail_ = new ToolRail;
     header_ = new ViewerHeader;
     const auto& planes = mpr_->frames();
@@ -101,6 +103,7 @@ void ViewerWorkspace::connectViews() {
         applyChange(layout_.toggleVolumeFocus());
     });
     connect(volume_, &VolumeController::statusText, this, &ViewerWorkspace::statusText);
+    connect(measurements_, &MeasurementController::statusText, this, &ViewerWorkspace::statusText);
     connect(image_, &ImageController::imageDrawn, this, &ViewerWorkspace::imageDrawn);
     connect(image_, &ImageController::stateChanged, this, &ViewerWorkspace::onImageStateChanged);
     const auto tellWindow = [this] {
@@ -154,6 +157,8 @@ void ViewerWorkspace::setMode(ViewMode mode, const StudyIdentity& study) {
 
 void ViewerWorkspace::showVolume(
     const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image) {
+    beginStudy(study);
+    measurements_->setImage(image);
     setMode(ViewMode::Mpr, study);
     header_->setStudyChip({});
     header_->setModeChip(
@@ -167,6 +172,8 @@ void ViewerWorkspace::showVolume(
 void ViewerWorkspace::showImage(
     const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image,
     const StudyClassification& kind) {
+    beginStudy(study);
+    measurements_->setImage(image);
     mpr_->clear();
     volume_->clear();
     pages_->setCurrentIndex(ImagePage);
@@ -176,7 +183,17 @@ void ViewerWorkspace::showImage(
     onImageStateChanged();
 }
 
+void ViewerWorkspace::beginStudy(const StudyIdentity& study) {
+    // Another series of the same study keeps what was recorded.
+    if (study.studyInstanceUID == studyInstanceUID_)
+        return;
+    studyInstanceUID_ = study.studyInstanceUID;
+    measurements_->clear();
+}
+
 void ViewerWorkspace::reset() {
+    studyInstanceUID_.clear();
+    measurements_->clear();
     setMode(ViewMode::None, {});
     mpr_->clear();
     volume_->clear();
@@ -232,21 +249,28 @@ void ViewerWorkspace::perform(ShortcutAction action, int argument) {
     case ShortcutAction::ShowSheet:
         Q_EMIT shortcutSheetRequested();
         break;
-    case ShortcutAction::CaptureView:
     case ShortcutAction::Cancel:
+        measurements_->cancel();
+        break;
     case ShortcutAction::DeleteMeasurement:
+        measurements_->deleteMeasurement([this](const Measurement& measurement) {
+            return hasVolume() ? mpr_->shows(measurement) : image_->shows(measurement);
+        });
+        break;
+    case ShortcutAction::CaptureView:
     case ShortcutAction::ShowFindings:
         break; // their tools are not there yet, as the rail shows
     }
 }
 
 void ViewerWorkspace::setTool(Tool tool) {
-    if (tool >= Tool::Length)
-        return; // no measurements yet
     tool_ = tool;
+    measurements_->setTool(tool);
     mpr_->setTool(tool);
     image_->setTool(tool);
     rail_->setTool(tool);
+    if (measurements_->isMeasuring() && !overlaysShown_)
+        toggleOverlays(); // nobody measures what he cannot see
     if (mode_ == ViewMode::None)
         return;
     cursor_->setTool(tool);
@@ -258,6 +282,22 @@ void ViewerWorkspace::setTool(Tool tool) {
         Q_EMIT statusText(
             hasVolume() ? QStringLiteral("MPR rotation mode enabled")
                         : QStringLiteral("Rotation mode enabled"));
+}
+
+void ViewerWorkspace::jumpToMeasurement(int id) {
+    const Measurement* measurement = measurements_->list().find(id);
+    if (!measurement)
+        return;
+    const auto jump = MeasurementJump::to(*measurement, mpr_->liveBases());
+    if (hasVolume() && !jump.onImage) {
+        mpr_->jumpTo(jump);
+        setActiveViewport(static_cast<int>(jump.view));
+    } else if (hasImage() && jump.onImage) {
+        image_->showFrame(jump.slice);
+    } else {
+        Q_EMIT statusText(QStringLiteral("This measurement was drawn on another series of the study"));
+    }
+    measurements_->select(id);
 }
 
 void ViewerWorkspace::setActiveViewport(int viewport) {

@@ -19,6 +19,7 @@ namespace zorbel {
 
 class ImageController;
 class LoadingOverlay;
+class MeasurementController;
 class MprController;
 class ToolCursor;
 class ViewerHeader;
@@ -45,6 +46,9 @@ public:
 
     LoadingOverlay& loadingOverlay() { return *overlay_; }
     MprController& mpr() { return *mpr_; }
+    MeasurementController& measurements() { return *measurements_; }
+    /// Shows a measurement where it was drawn.
+    void jumpToMeasurement(int id);
     const LayoutModel& layout() const { return layout_; }
     Tool tool() const { return tool_; }
 
@@ -62,6 +66,7 @@ private:
     void connectRail();
     void connectViews();
     void setMode(ViewMode mode, const StudyIdentity& study);
+    void beginStudy(const StudyIdentity& study);
     void setTool(Tool tool);
     void setActiveViewport(int viewport);
     void applyChange(const LayoutChange& change);
@@ -82,10 +87,12 @@ private:
     bool hasImage() const { return mode_ == ViewMode::TwoD; }
 
     ViewMode mode_ = ViewMode::None;
+    QString studyInstanceUID_;
     LayoutModel layout_;
     Tool tool_ = Tool::Crosshair;
     bool overlaysShown_ = true;
     ToolCursor* cursor_ = nullptr;
+    MeasurementController* measurements_ = nullptr;
     MprController* mpr_ = nullptr;
     VolumeController* volume_ = nullptr;
     ImageController* image_ = nullptr;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/StyleSheet.h"
 #include "imaging/rendering/PlaneView.h"
 #include "tests/rendering/SyntheticImage.h"
 #include "viewer/MainWindow.h"
@@ -33,6 +34,9 @@ smallVolume(imaging::ImageMetadata metadata = {}, int slices = 40) {
 class ReadingWindowTest : public testing::Test {
 protected:
     ReadingWindowTest() {
+        // As in the program: it decides how much room there is.
+        if (qApp->styleSheet().isEmpty())
+            qApp->setStyleSheet(applicationStyleSheet());
         ApiClientConfig config;
         config.baseUrl = QStringLiteral("http://127.0.0.1:9");
         window_ = std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), StudyLoadOptions{});

@@ -1,0 +1,170 @@
+#include "ReadingWindowTest.h"
+#include "imaging/rendering/ImageView2D.h"
+#include "viewer/MeasurementController.h"
+#include "viewer/MeasurementOverlay.h"
+
+#include <QTreeWidget>
+
+namespace zorbel {
+namespace {
+
+using imaging::Vector3;
+using imaging::operator*;
+using imaging::operator+;
+
+class WorkspaceMeasurementTest : public test::ReadingWindowTest {
+protected:
+    MeasurementOverlay& overlay(int plane) {
+        return *child<MeasurementOverlay>(planeName(plane) + QStringLiteral("Measurements"));
+    }
+    const MeasurementList& list() { return workspace_->measurements().list(); }
+    MeasurementValues values(const Measurement& measurement) {
+        return workspace_->measurements().valuesOf(measurement);
+    }
+    /// Points of the shown plane, a given number of millimetres from the crosshair along its axes.
+    QPointF at(int plane, double along0, double along1) {
+        const auto& shown = view(plane).navigation().plane();
+        return view(plane).worldToWidget(
+            crosshair() + shown.axisVector(0) * along0 + shown.axisVector(1) * along1);
+    }
+    void clickAt(QWidget& widget, const QPointF& position) {
+        mouse(widget, QEvent::MouseMove, position, {}, Qt::NoButton);
+        mouse(widget, QEvent::MouseButtonPress, position);
+        mouse(widget, QEvent::MouseButtonRelease, position);
+    }
+    int rows() { return child<QTreeWidget>(QStringLiteral("measurementList"))->topLevelItemCount(); }
+    QString row(int index) {
+        const auto* item = child<QTreeWidget>(QStringLiteral("measurementList"))->topLevelItem(index);
+        return item->text(0) + QStringLiteral(" | ") + item->text(1) + QStringLiteral(" | ") + item->text(2);
+    }
+};
+
+TEST_F(WorkspaceMeasurementTest, measuresLengthsTrulyInEveryPlaneAtEveryZoom) {
+    showVolume();
+    press(Qt::Key_L);
+    int expected = 0;
+    for (int plane = 0; plane < 3; ++plane)
+        for (const double zoom : {1.0, 2.5, 0.5}) {
+            turnWheel(overlay(plane), 1); // away from the one before, whose handle this would take
+            view(plane).zoomBy(zoom, crosshairIn(plane));
+            drag(overlay(plane), {at(plane, -6.0, -2.0), at(plane, 0.0, 0.0), at(plane, 2.0, 4.0)});
+            ASSERT_EQ(list().measurements().size(), static_cast<std::size_t>(++expected));
+            const auto& length = list().measurements().back();
+            EXPECT_NEAR(values(length).length, 10.0, 1e-6) << plane << " at " << zoom;
+            EXPECT_EQ(values(length).label.substr(0, 8), "10.00 mm");
+        }
+    EXPECT_TRUE(child<QWidget>(QStringLiteral("measurementPanel"))->isVisible());
+    EXPECT_EQ(rows(), expected);
+    EXPECT_TRUE(row(0).startsWith(QStringLiteral("Length | 10.00 mm"))) << row(0).toStdString();
+    EXPECT_TRUE(row(0).endsWith(QStringLiteral("Axial")));
+    EXPECT_EQ(status().substr(0, 21), "Measurement: 10.00 mm");
+}
+
+TEST_F(WorkspaceMeasurementTest, placesEachToolByClicksAndReadsItsValue) {
+    showVolume();
+    click("rail-angle");
+    for (const QPointF& point : {at(0, 8.0, 0.0), at(0, 0.0, 0.0), at(0, 0.0, 8.0)})
+        clickAt(overlay(0), point);
+    press(Qt::Key_B);
+    clickAt(overlay(0), at(0, 3.2, -7.2));
+    press(Qt::Key_K);
+    drag(overlay(0), {at(0, -5.0, -2.0), at(0, 5.0, 2.0)});
+    click("rail-ellipse-roi");
+    drag(overlay(0), {at(0, -10.0, -5.0), at(0, 10.0, 5.0)});
+    ASSERT_EQ(list().measurements().size(), 4u);
+    EXPECT_EQ(values(list().measurements()[0]).label, "90.0 deg");
+    // The volume's values rise by 20 a column of 0.8 mm and by 2 a row of 0.9 mm.
+    const auto probe = values(list().measurements()[1]).value;
+    ASSERT_TRUE(probe.has_value());
+    const auto middle = workspace_->measurements().valuesOf(list().measurements()[2]).samples;
+    ASSERT_TRUE(middle.has_value());
+    EXPECT_NEAR(*probe - middle->mean, 80.0 - 16.0, 0.5);
+    EXPECT_EQ(values(list().measurements()[2]).label.substr(0, 9), "40.0 mm2\n");
+    EXPECT_EQ(values(list().measurements()[3]).label.substr(0, 10), "157.1 mm2\n");
+}
+
+TEST_F(WorkspaceMeasurementTest, showsAMeasurementOnlyWhereItWasDrawnAndGoesBackThere) {
+    showVolume();
+    press(Qt::Key_R);
+    const auto handles = guide(0).guide().handles(0);
+    const QPointF center = crosshairIn(0);
+    const QPointF from(handles.rotation[0].x, handles.rotation[0].y);
+    const double angle = 0.5;
+    const QPointF arm = from - center;
+    drag(
+        guide(0), {from, center + QPointF(
+                                      arm.x() * std::cos(angle) - arm.y() * std::sin(angle),
+                                      arm.x() * std::sin(angle) + arm.y() * std::cos(angle))});
+    press(Qt::Key_L);
+    drag(overlay(1), {at(1, -4.0, 0.0), at(1, 4.0, 0.0)});
+    ASSERT_EQ(list().measurements().size(), 1u);
+    EXPECT_NEAR(values(list().measurements()[0]).length, 8.0, 1e-6);
+    EXPECT_TRUE(row(0).contains(QStringLiteral("oblique")));
+    EXPECT_TRUE(workspace_->mpr().shows(list().measurements()[0]));
+    turnWheel(overlay(1), 5);
+    EXPECT_FALSE(workspace_->mpr().shows(list().measurements()[0]));
+    workspace_->perform(ShortcutAction::ResetViews, 0);
+    EXPECT_FALSE(workspace_->mpr().shows(list().measurements()[0]));
+    auto* tree = child<QTreeWidget>(QStringLiteral("measurementList"));
+    tree->setCurrentItem(tree->topLevelItem(0));
+    click("measurementJump");
+    EXPECT_TRUE(workspace_->mpr().shows(list().measurements()[0]));
+}
+
+TEST_F(WorkspaceMeasurementTest, editsCancelsDeletesAndHides) {
+    showVolume();
+    press(Qt::Key_L);
+    drag(overlay(0), {at(0, -5.0, 0.0), at(0, 5.0, 0.0)});
+    drag(overlay(0), {at(0, 5.0, 0.0), at(0, 7.0, 0.0)}); // the handle, not another line
+    ASSERT_EQ(list().measurements().size(), 1u);
+    EXPECT_NEAR(values(list().measurements()[0]).length, 12.0, 1e-6);
+    clickAt(overlay(0), at(0, 0.0, 9.0));
+    press(Qt::Key_Escape);
+    EXPECT_EQ(status(), "Measurement cancelled");
+    EXPECT_EQ(list().measurements().size(), 1u);
+    press(Qt::Key_H);
+    EXPECT_FALSE(overlay(0).isVisible());
+    press(Qt::Key_G); // nobody measures what he cannot see
+    EXPECT_TRUE(overlay(0).isVisible());
+    press(Qt::Key_Delete);
+    EXPECT_EQ(status(), "Measurement deleted");
+    EXPECT_TRUE(list().measurements().empty());
+    EXPECT_FALSE(child<QWidget>(QStringLiteral("measurementPanel"))->isVisible());
+
+    press(Qt::Key_L);
+    drag(overlay(0), {at(0, -5.0, 0.0), at(0, 5.0, 0.0)});
+    const Vector3 before = crosshair();
+    press(Qt::Key_W); // without a measuring tool the mouse goes through
+    drag(overlay(0), {at(0, 5.0, 0.0), at(0, 9.0, 0.0)});
+    EXPECT_NEAR(values(list().measurements()[0]).length, 10.0, 1e-6);
+    test::expectNear(crosshair(), before);
+    workspace_->reset();
+    EXPECT_TRUE(list().measurements().empty());
+}
+
+TEST_F(WorkspaceMeasurementTest, measures2DImagesInMillimetresOnlyWhereTheFileSaysSo) {
+    for (const auto source : {imaging::SpacingSource::PixelSpacing, imaging::SpacingSource::None}) {
+        imaging::ImageMetadata metadata;
+        metadata.spacingSource = source;
+        metadata.pixelAspectRatio = 2.0;
+        const imaging::ImageGeometry geometry(
+            {100, 80, 1}, {0.0, 0.0, 0.0}, {1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.1, 0.2, 1.0});
+        workspace_->reset();
+        showPicture(
+            imaging::test::makeImage<std::uint8_t>(
+                geometry, imaging::VoxelType::UInt8, [](int x, int, int) { return x; }, metadata),
+            "PX");
+        press(Qt::Key_L);
+        auto& picture = *child<imaging::ImageView2D>(QStringLiteral("imageView"));
+        auto& above = *child<MeasurementOverlay>(QStringLiteral("imageMeasurements"));
+        drag(above, {picture.imageToWidget({10.0, 10.0}), picture.imageToWidget({40.0, 30.0})});
+        ASSERT_EQ(list().measurements().size(), 1u);
+        // 30 columns of 0.1 mm and 20 rows of 0.2 mm; without a spacing, in columns.
+        EXPECT_EQ(
+            values(list().measurements()[0]).label.substr(0, 7),
+            source == imaging::SpacingSource::None ? "50.0 px" : "5.00 mm");
+    }
+}
+
+} // namespace
+} // namespace zorbel
