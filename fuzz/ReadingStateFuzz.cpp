@@ -1,6 +1,7 @@
 // A file of the reading state; the first byte says which. What can be read is the same after it was written
 // again.
 #include "fuzz/FuzzSupport.h"
+#include "viewer/reading/measurements/MeasurementRecords.h"
 #include "viewer/reading/state/HangingProtocol.h"
 #include "viewer/reading/state/ReadingPosition.h"
 #include "viewer/reading/state/RecentStudies.h"
@@ -58,6 +59,9 @@ void measurements(std::string_view text) {
     if (const auto array = measurementsFrom(text)) {
         const auto file = measurementsText(*array);
         fuzz::require(file && measurementsFrom(*file) == array, "measurements read back");
+        const auto read = MeasurementRecords::fromJson(*array).measurements;
+        const auto again = MeasurementRecords::fromJson(MeasurementRecords::toJson(read));
+        fuzz::require(again.unreadable == 0 && again.measurements == read, "their records read back");
     }
 }
 
