@@ -69,6 +69,9 @@ TEST_F(KeyImageStoreTest, picturesThatNoListNamesGoAndThoseOfADamagedListStay) {
     EXPECT_EQ(list, KeyImageList({{"key-2.png", "second", 640, 480}}));
     EXPECT_EQ(names(), (std::set<std::string>{in("index.json"), in("key-2.png"), in("notes.txt")}));
 
+    EXPECT_EQ(add(store, list, "first again").text, "Key image 1 captured (2 held for the report)");
+    fs::remove(root / in("key-1.png"));
+
     put(in("index.json"), "{");
     list = store.load(uid);
     EXPECT_EQ(list, KeyImageList());

@@ -91,6 +91,10 @@ TEST_F(ReadingStateStoreTest, refusesWhatIsNoUid) {
         EXPECT_EQ(store.findings(bad), FindingList());
     }
     EXPECT_EQ(store.saveMeasurements(uid, "{"), "Could not save measurements");
+    EXPECT_EQ(
+        store.save(ReadingPosition{.studyInstanceUid = uid, .modality = "CT"}),
+        "Could not save the reading position")
+        << "planes that are none would be in the way of the next start";
     EXPECT_TRUE(names().empty());
 }
 

@@ -33,23 +33,16 @@ KeyImageList KeyImageStore::load(std::string_view studyInstanceUid) {
         return {};
     const auto folder = folderOf(*uid);
     const auto lock = files_.lock();
-    KeyImageList list;
     const bool hadIndex = files_.exists(indexOf(folder));
     const auto index = readIndex(folder);
-    if (index) {
-        for (const KeyImage& image : index->images()) {
-            if (files_.exists(folder + "/" + image.fileName))
-                list.add(image);
-        }
-    }
     // Without the lock another program may be about to name its picture in the list.
     if (lock && (index || !hadIndex) && !files_.hasDamaged(indexOf(folder))) {
         for (const std::string& name : files_.namesIn(folder)) {
-            if (keyImageNumber(name) && !list.holds(name))
+            if (keyImageNumber(name) && !(index && index->holds(name)))
                 files_.remove(folder + "/" + name);
         }
     }
-    return list;
+    return withPictures(folder, index.value_or(KeyImageList()));
 }
 
 KeyImageCapture
@@ -69,7 +62,7 @@ KeyImageStore::add(std::string_view studyInstanceUid, KeyImageList& list, const 
         return {false, failure};
 
     const auto lock = files_.lock();
-    KeyImageList merged = readIndex(folder).value_or(KeyImageList());
+    KeyImageList merged = withPictures(folder, readIndex(folder).value_or(KeyImageList()));
     for (const KeyImage& image : list.images()) {
         if (!merged.holds(image.fileName))
             merged.add(image);
@@ -107,6 +100,15 @@ std::optional<KeyImageList> KeyImageStore::readIndex(const std::string& folder) 
     auto list = keyImagesFrom(*text);
     if (!list)
         files_.setAside(indexOf(folder));
+    return list;
+}
+
+KeyImageList KeyImageStore::withPictures(const std::string& folder, const KeyImageList& listed) const {
+    KeyImageList list;
+    for (const KeyImage& image : listed.images()) {
+        if (files_.exists(folder + "/" + image.fileName))
+            list.add(image);
+    }
     return list;
 }
 

@@ -42,6 +42,7 @@ public:
 
 private:
     std::optional<KeyImageList> readIndex(const std::string& folder);
+    KeyImageList withPictures(const std::string& folder, const KeyImageList& listed) const;
 
     StateFiles& files_;
 };

@@ -57,7 +57,10 @@ std::string ReadingStateStore::save(const ReadingPosition& position) {
     return save(StateKind::ReadingPosition, position.studyInstanceUid, [&] {
         auto trimmed = position;
         trimmed.studyInstanceUid = *studyFileName(position.studyInstanceUid);
-        return readingPositionText(trimmed);
+        auto text = readingPositionText(trimmed);
+        if (!readingPositionFrom(text))
+            throw std::invalid_argument("The position is not one that could be applied");
+        return text;
     });
 }
 

@@ -26,7 +26,7 @@ public:
     explicit ReadingStateStore(StateFiles& files) : files_(files) {}
 
     std::optional<ReadingPosition> readingPosition(std::string_view studyInstanceUid);
-    /// For the position's own study.
+    /// For the position's own study. One that could not be applied (readingPositionFrom()) is not saved.
     std::string save(const ReadingPosition& position);
 
     std::optional<HangingProtocol> hangingProtocol(std::string_view studyInstanceUid);

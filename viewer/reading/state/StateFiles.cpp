@@ -129,9 +129,7 @@ bool StateFiles::exists(const std::string& name) const {
     if (!isKept())
         return memory_.contains(name);
     std::error_code error;
-    const auto type = fs::symlink_status(pathOf(name), error).type();
-    // One that cannot be looked at must not be taken for a free name.
-    return type != fs::file_type::not_found;
+    return fs::exists(fs::symlink_status(pathOf(name), error));
 }
 
 bool StateFiles::remove(const std::string& name) {
