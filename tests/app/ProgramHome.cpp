@@ -16,6 +16,21 @@ QByteArray contents(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+/// An archived image below the cache folder.
+bool isArchivedImage(const QString& pathInCache) {
+    static const QRegularExpression image(QStringLiteral("/series/[0-9.]+/[^/]+\\.dcm$"));
+    return image.match(pathInCache).hasMatch();
+}
+
+/// The manifest of a volume cache or of an archive below the cache folder, without its digests.
+QString withoutDigests(const QString& pathInCache, QString text) {
+    static const QRegularExpression digest(QStringLiteral("\"sha256\"\\s*:\\s*\"[0-9a-f]{64}\""));
+    const QString name = pathInCache.section(QLatin1Char('/'), -1);
+    const bool manifest =
+        name == QLatin1String("manifest.json") || name == QLatin1String("archive-manifest.json");
+    return manifest ? text.remove(digest) : text;
+}
+
 } // namespace
 
 int Outcome::number(const char* word) const {
@@ -98,10 +113,12 @@ QStringList ProgramHome::secretsFound(const QStringList& words, const QString& e
     while (files.hasNext()) {
         const QString name = files.next();
         QString text = QString::fromLatin1(contents(name));
-        for (const QString& word : words)
+        const QString inFolder = folder_.path() + QStringLiteral("/cache/");
+        const QString inCache = name.startsWith(inFolder) ? name.mid(inFolder.size()) : QString();
+        for (const QString& word : isArchivedImage(inCache) ? QStringList() : words)
             if (text.contains(word, Qt::CaseInsensitive))
                 found += name + QStringLiteral(": ") + word;
-        const auto match = token.match(text);
+        const auto match = token.match(withoutDigests(inCache, text));
         if (match.hasMatch())
             found += name + QStringLiteral(": ") + match.captured();
         if (name.endsWith(QStringLiteral("/Zorbel Desktop Workstation.conf")))

@@ -40,7 +40,8 @@ public:
     /// Names of the session workspaces in the temporary folder.
     QStringList workspaces() const;
     /// Where in the files left behind one of these words, a bearer token, or the e-mail address outside its
-    /// one setting occurs: "file: what".
+    /// one setting occurs: "file: what". Archived images below the cache folder may hold the words, and the
+    /// manifests there digests.
     QStringList secretsFound(const QStringList& words, const QString& email) const;
 
 private:

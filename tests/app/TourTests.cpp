@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 
 namespace zorbel::test {
 namespace {
@@ -23,23 +24,49 @@ double shareOfCommonestColour(const QImage& picture) {
     return static_cast<double>(commonest) / std::max(all, 1);
 }
 
+/// The viewports' part of the picture: without study list, rail and status bar.
+QImage viewports(const QImage& picture) {
+    return picture.copy(
+        picture.width() / 3, picture.height() / 5, picture.width() * 3 / 5, picture.height() * 7 / 10);
+}
+
+/// What each choice of a kind shows must differ from what the others show.
+void expectAllDifferent(const QDir& pictures, const QString& kind) {
+    const QStringList files =
+        pictures.entryList({QStringLiteral("*-%1-*.png").arg(kind)}, QDir::Files, QDir::Name);
+    EXPECT_GE(files.size(), 2) << kind.toStdString();
+    for (int one = 0; one < files.size(); ++one)
+        for (int other = one + 1; other < files.size(); ++other)
+            EXPECT_NE(
+                viewports(QImage(pictures.filePath(files[one]))),
+                viewports(QImage(pictures.filePath(files[other]))))
+                << files[one].toStdString() << " and " << files[other].toStdString();
+}
+
 TEST(ProgramHome, findsTheSecretsThatItLooksFor) {
     const ProgramHome home;
-    const auto write = [&home](const char* name, const char* text) {
+    const auto write = [&home](const char* name, const std::string& text) {
         QFile file(home.path(name));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text);
+        file.write(text.data(), static_cast<qint64>(text.size()));
     };
     const auto found = [&home] {
         return home.secretsFound({QStringLiteral("Phantom^Jaw")}, QStringLiteral("a@b.example")).size();
     };
     write("config/Zorbel Desktop Workstation.conf", "[session]\nlastEmail=a@b.example\n");
     write("temp/digest", "sha 0123456789abcdef0123456789abcdef");
+    const std::string digest = "0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef";
+    ASSERT_TRUE(QDir(home.path("cache")).mkpath(QStringLiteral("s/1.2/series/1.3")));
+    write("cache/s/1.2/manifest.json", "{\"sha256\": \"" + digest + "\"}");
+    write("cache/s/1.2/series/1.3/a.dcm", "Phantom^Jaw");
     EXPECT_EQ(found(), 0);
     write("cache/a", "x PHANTOM^JAW x");
     write("data/.b", "mail a@b.example");
-    write("config/c", "0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef");
-    EXPECT_EQ(found(), 3);
+    write("config/c", digest);
+    write("config/manifest.json", "{\"sha256\": \"" + digest + "\"}");
+    write("cache/s/1.2/series/1.3/archive-manifest.json", "{\"token\": \"" + digest + "\"}");
+    write("cache/s/1.2/series/1.3/b.txt", "Phantom^Jaw");
+    EXPECT_EQ(found(), 6);
 }
 
 TEST(GuidedTour, showsEveryStopAndLeavesNoSecretBehind) {
@@ -66,8 +93,42 @@ TEST(GuidedTour, showsEveryStopAndLeavesNoSecretBehind) {
 
     const QStringList taken = QDir(pictures).entryList({QStringLiteral("*.png")}, QDir::Files, QDir::Name);
     for (const char* stop :
-         {"sign-in", "wrong-password", "study-list", "volume", "volume-scrolled", "panoramic",
-          "cephalometric", "series-choice", "chosen-series", "incomplete-series"}) {
+         {"sign-in",
+          "wrong-password",
+          "study-list",
+          "volume",
+          "volume-scrolled",
+          "from-volume-cache",
+          "from-archive",
+          "from-local-node",
+          "incomplete-series",
+          "damaged-cache",
+          "layout-single",
+          "layout-side-by-side",
+          "layout-primary-plus-three",
+          "layout-quad",
+          "volume-maximised",
+          "volume-restored",
+          "oblique-30",
+          "slab-mip",
+          "slab-average",
+          "slab-minip",
+          "slab-sum",
+          "window-bone",
+          "window-soft-tissue",
+          "preset-ct-bone",
+          "preset-mr-generic",
+          "blend-mip",
+          "blend-minip",
+          "blend-average",
+          "keyboard-sheet",
+          "panoramic",
+          "panoramic-mirrored",
+          "panoramic-inverted",
+          "cephalometric",
+          "cephalometric-rotated",
+          "series-choice",
+          "chosen-series"}) {
         const QStringList matching = taken.filter(QStringLiteral("-%1.png").arg(QLatin1String(stop)));
         ASSERT_FALSE(matching.isEmpty()) << stop;
         const QImage picture(QDir(pictures).filePath(matching.first()));
@@ -77,6 +138,9 @@ TEST(GuidedTour, showsEveryStopAndLeavesNoSecretBehind) {
         // Seen: an empty workspace 1.0, images up to 0.43.
         EXPECT_LT(shareOfCommonestColour(picture), study ? 0.7 : 0.999) << stop;
     }
+
+    for (const char* kind : {"layout", "slab", "window", "preset", "blend", "panoramic", "cephalometric"})
+        expectAllDifferent(QDir(pictures), QString::fromLatin1(kind));
 
     const QStringList findings = home.secretsFound(
         {QString::fromLatin1(demo::readerAccount.password), QStringLiteral("Phantom"), QStringLiteral("Jaw^"),
