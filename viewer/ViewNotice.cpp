@@ -28,10 +28,11 @@ bool ViewNotice::eventFilter(QObject* watched, QEvent* event) {
 
 void ViewNotice::place() {
     constexpr int margin = 8;
+    constexpr int letterHeight = 24; // the orientation letter at the lower edge stays readable
     const QSize room = parentWidget()->size();
     const int width = std::min(sizeHint().width(), room.width() - 2 * margin);
     const int height = heightForWidth(width);
-    setGeometry(margin, room.height() - height - margin, width, height);
+    setGeometry(margin, room.height() - height - margin - letterHeight, width, height);
     raise();
 }
 
