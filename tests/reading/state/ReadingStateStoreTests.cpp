@@ -183,23 +183,40 @@ TEST_F(ReadingStateStoreTest, studiesOpenedByTwoProgramsAtOnceAreAllRecent) {
 
 TEST_F(ReadingStateStoreTest, anOpenStudyIsRecoverableUntilItIsClosedOrDeclined) {
     StateFiles files(root);
+    auto killed = std::make_optional<SessionFile>(files);
+    EXPECT_FALSE(killed->recoverable());
+    EXPECT_EQ(killed->studyOpened(uid, "orthanc-7"), "");
+    killed.reset();
     SessionFile session(files);
+    for (int asked = 0; asked < 2; ++asked) {
+        const auto study = session.recoverable();
+        ASSERT_TRUE(study);
+        EXPECT_EQ(study->studyInstanceUid, uid);
+        EXPECT_EQ(study->orthancId, "orthanc-7");
+    }
+    EXPECT_EQ(session.studyClosed(), "") << "declined";
     EXPECT_FALSE(session.recoverable());
-    EXPECT_EQ(session.studyOpened(uid, "orthanc-7"), "");
-    StateFiles next(root);
-    SessionFile nextSession(next);
-    auto study = nextSession.recoverable();
-    ASSERT_TRUE(study);
-    EXPECT_EQ(study->studyInstanceUid, uid);
-    EXPECT_EQ(study->orthancId, "orthanc-7");
-    EXPECT_EQ(session.studyClosed(), "");
-    EXPECT_FALSE(nextSession.recoverable());
     EXPECT_EQ(contents("session.json").find("orthanc-7"), std::string::npos);
     EXPECT_EQ(session.studyOpened("no uid", "orthanc-8"), "");
-    EXPECT_FALSE(nextSession.recoverable());
+    EXPECT_FALSE(session.recoverable());
     put("session.json", "[]");
     EXPECT_FALSE(session.recoverable());
     EXPECT_EQ(damagedCount(), 1U);
+}
+
+TEST_F(ReadingStateStoreTest, aProgramThatIsAliveIsNotRecoveredNorForgotten) {
+    StateFiles files(root), otherFiles(root);
+    auto first = std::make_optional<SessionFile>(files);
+    SessionFile second(otherFiles);
+    EXPECT_EQ(first->studyOpened("1.1", "a"), "");
+    EXPECT_FALSE(second.recoverable());
+    EXPECT_EQ(second.studyOpened("1.2", "b"), "");
+    EXPECT_EQ(second.studyClosed(), "");
+    first.reset(); // killed
+    ASSERT_TRUE(second.recoverable());
+    EXPECT_EQ(second.recoverable()->studyInstanceUid, "1.1");
+    EXPECT_EQ(second.studyOpened("1.3", "c"), "");
+    EXPECT_EQ(second.recoverable()->studyInstanceUid, "1.3");
 }
 
 } // namespace

@@ -9,10 +9,18 @@ namespace zorbel {
 namespace {
 
 constexpr char fileName[] = "session.json";
+constexpr char claimName[] = ".session.lock";
 
 } // namespace
 
+bool SessionFile::claim() {
+    return claim_.has_value() || files_.tryClaim(claimName, claim_);
+}
+
 std::optional<RecoverableStudy> SessionFile::recoverable() {
+    std::optional<FileLock> nobodyElse;
+    if (!claim_ && !files_.tryClaim(claimName, nobodyElse))
+        return std::nullopt;
     const auto lock = files_.lock();
     const auto text = files_.read(fileName);
     if (!text)
@@ -33,12 +41,16 @@ std::string SessionFile::studyOpened(
 }
 
 std::string SessionFile::studyClosed(std::chrono::system_clock::time_point now) {
-    return save({{}, {}, utcTimeStamp(now)});
+    auto failure = save({{}, {}, utcTimeStamp(now)});
+    claim_.reset();
+    return failure;
 }
 
 std::string SessionFile::save(const RecoverableStudy& study) {
     return attemptSave(saveFailedText, [&] {
         files_.createFolder("");
+        if (!claim())
+            return;
         const auto lock = files_.lock();
         files_.write(fileName, sessionText(study));
     });

@@ -20,7 +20,8 @@ struct RecoverableStudy {
 
 /// "session.json": which study is open. It names one from studyOpened() until studyClosed(), so that after a
 /// program that was killed the next start knows; a clean end leaves it with empty texts. Of several programs
-/// of one user the last to open or close a study decides. One thread.
+/// of one user it speaks for the first that has a study open, until that closes it or ends: what the others
+/// have open is not recoverable then, and a program that is alive is never recovered. One thread.
 class SessionFile {
 public:
     static constexpr char saveFailedText[] = "Could not save the session";
@@ -28,10 +29,11 @@ public:
     /// The files must outlive this.
     explicit SessionFile(StateFiles& files) : files_(files) {}
 
-    /// Nothing after a clean end, or where the file is missing or not to be read. To be asked before the
-    /// first study is opened.
+    /// Nothing after a clean end, while another program speaks, or where the file is missing or not to be
+    /// read. To be asked before the first study is opened.
     std::optional<RecoverableStudy> recoverable();
     /// Each returns what the status bar has to say, empty for nothing. A UID that is none names no study.
+    /// While another program speaks they do nothing.
     std::string studyOpened(
         std::string_view studyInstanceUid, const std::string& orthancId,
         std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
@@ -39,9 +41,11 @@ public:
     std::string studyClosed(std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
 
 private:
+    bool claim();
     std::string save(const RecoverableStudy& study);
 
     StateFiles& files_;
+    std::optional<FileLock> claim_; ///< while a study is open
 };
 
 /// JSON.

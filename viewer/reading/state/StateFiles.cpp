@@ -84,6 +84,17 @@ std::optional<FileLock> StateFiles::lock() const {
     }
 }
 
+bool StateFiles::tryClaim(const std::string& name, std::optional<FileLock>& lock) const {
+    if (!isKept())
+        return true;
+    try {
+        lock = FileLock::tryAcquire(pathOf(name));
+        return lock.has_value();
+    } catch (const std::system_error&) {
+        return true;
+    }
+}
+
 std::optional<std::string> StateFiles::read(const std::string& name, std::size_t largest) {
     if (!isKept()) {
         const auto found = memory_.find(name);

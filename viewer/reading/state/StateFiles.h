@@ -31,6 +31,9 @@ public:
     /// Waits a short while for others. Nothing when it was not to be had, or there is no root folder yet:
     /// each file is still replaced whole, but two programs may then miss each other's changes.
     std::optional<FileLock> lock() const;
+    /// Takes a lock of its own name, without waiting. False when somebody else has it; where there are no
+    /// locks, or there is no root folder yet, nobody has, and `lock` stays empty.
+    bool tryClaim(const std::string& name, std::optional<FileLock>& lock) const;
 
     /// Nothing when the file is missing, or cannot be read, which is logged; one that is too large is set
     /// aside. Never throws but for want of memory.
