@@ -56,17 +56,18 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
         QStringLiteral("Retry loading the current study through the secure Zorbel gateway."));
     retry_->setEnabled(false);
     // Not there yet in this version; the reader sees what is to come, and that it cannot be used.
-    for (QToolButton* absent :
-         {addButton(
-              QStringLiteral("word"), QStringLiteral("Report in Word"),
-              QStringLiteral("Open a local editable Word report. Every Word Save creates an immutable Zorbel "
-                             "version.")),
-          addButton(
-              QStringLiteral("utilities-terminal"), QStringLiteral("Diagnostics"),
-              QStringLiteral("Show technical diagnostics (Ctrl+D)")),
-          addButton(
-              QStringLiteral("settings"), QStringLiteral("Settings"),
-              QStringLiteral("Viewer, connection, and private cache settings"))})
+    secondary_ = {
+        addButton(
+            QStringLiteral("word"), QStringLiteral("Report in Word"),
+            QStringLiteral("Open a local editable Word report. Every Word Save creates an immutable Zorbel "
+                           "version.")),
+        addButton(
+            QStringLiteral("utilities-terminal"), QStringLiteral("Diagnostics"),
+            QStringLiteral("Show technical diagnostics (Ctrl+D)")),
+        addButton(
+            QStringLiteral("settings"), QStringLiteral("Settings"),
+            QStringLiteral("Viewer, connection, and private cache settings"))};
+    for (QToolButton* absent : secondary_)
         absent->setEnabled(false);
     auto* signOut = addButton(
         QStringLiteral("signout"), QStringLiteral("Sign out"),
@@ -87,6 +88,18 @@ QToolButton* MainToolBar::addButton(const QString& id, const QString& text, cons
     button->setFocusPolicy(Qt::TabFocus);
     addWidget(button);
     return button;
+}
+
+void MainToolBar::resizeEvent(QResizeEvent* event) {
+    QToolBar::resizeEvent(event);
+    if (secondary_.empty())
+        return;
+    const bool captioned = secondary_.front()->toolButtonStyle() == Qt::ToolButtonTextBesideIcon;
+    if (captioned)
+        fullWidth_ = sizeHint().width();
+    if (const bool fits = width() >= fullWidth_; fits != captioned)
+        for (QToolButton* button : secondary_)
+            button->setToolButtonStyle(fits ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
 }
 
 void MainToolBar::setRetryEnabled(bool enabled) {

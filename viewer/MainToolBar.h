@@ -4,11 +4,14 @@
 
 #include <QToolBar>
 
+#include <vector>
+
 class QToolButton;
 
 namespace zorbel {
 
-/// The toolbar named "Main": logo, who is signed in, and the actions on the whole workspace.
+/// The toolbar named "Main": logo, who is signed in, and the actions on the whole workspace. In a narrow
+/// window the less needed actions show their icons alone, so that the sign-out stays in sight.
 class MainToolBar : public QToolBar {
     Q_OBJECT
 
@@ -23,10 +26,15 @@ Q_SIGNALS:
     void retryRequested();
     void signOutRequested();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     QToolButton* addButton(const QString& id, const QString& text, const QString& toolTip);
 
     QToolButton* retry_ = nullptr;
+    std::vector<QToolButton*> secondary_;
+    int fullWidth_ = 0; ///< with all captions
 };
 
 } // namespace zorbel

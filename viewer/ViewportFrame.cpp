@@ -37,7 +37,7 @@ ViewportFrame::ViewportFrame(const QString& name, const QColor& colour, QWidget*
     bar->setFixedHeight(26);
     bar_ = new QHBoxLayout(bar);
     bar_->setContentsMargins(8, 0, 8, 0);
-    bar_->setSpacing(8);
+    bar_->setSpacing(4);
     auto* mark = new QFrame;
     mark->setFixedSize(8, 8);
     mark->setStyleSheet(QStringLiteral("background:%1;border-radius:4px;").arg(colour.name()));
@@ -45,6 +45,7 @@ ViewportFrame::ViewportFrame(const QString& name, const QColor& colour, QWidget*
     info_ = new ElidedLabel;
     info_->setObjectName(QStringLiteral("sliceLabel"));
     bar_->addWidget(mark);
+    bar_->addSpacing(3);
     bar_->addWidget(title);
     bar_->addWidget(info_, 1);
 

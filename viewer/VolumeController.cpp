@@ -77,6 +77,7 @@ QComboBox* VolumeController::addList(const QString& objectName, const QString& t
     list->setToolTip(toolTip);
     list->setFocusPolicy(Qt::ClickFocus);
     list->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    list->setMinimumWidth(54); // gives way, so that the 3D view asks for no more room than a plane
     frame_->addToBar(list);
     return list;
 }
