@@ -130,8 +130,10 @@ bool signIn(const std::shared_ptr<ZorbelApiClient>& client) {
     return login.exec() == QDialog::Accepted;
 }
 
-void takeSessionLock(const SessionLock& lock) {
-    if (lock.exists())
+/// Whether the previous run left its lock behind.
+bool takeSessionLock(const SessionLock& lock) {
+    const bool crashed = lock.exists();
+    if (crashed)
         Logger::instance().warn(component, "Crash lock found — previous session did not exit cleanly");
     try {
         lock.create();
@@ -139,11 +141,12 @@ void takeSessionLock(const SessionLock& lock) {
         Logger::instance().warn(component, "Session lock could not be written", {{"reason", error.what()}});
     }
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [lock] { lock.remove(); });
+    return crashed;
 }
 
 /// From the main window's first moment to its last; the event loop's result.
 int runMainWindow(
-    const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
+    const std::shared_ptr<ZorbelApiClient>& client, const MainWindowOptions& options,
     const std::optional<LinkRequest>& link, TelemetryEmitter& telemetry) {
     MainWindow window(client, options);
     QObject::connect(
@@ -168,14 +171,18 @@ int runSession(
     const auto source = SourceSettings::read(settings, profile.organizationId);
     client->selectSource(source.kind, source.nodeId);
     const SessionLock lock(configFolder());
-    takeSessionLock(lock);
+    const bool previousRunCrashed = takeSessionLock(lock);
 
-    StudyLoadOptions options;
+    MainWindowOptions options;
+    options.previousRunCrashed = previousRunCrashed;
     // Without a claim on the storage nobody would clear it at the end of a session that may leave nothing.
     if (storage.session || storage.policy.retentionDays > 0)
-        options.storage = storage.storage;
-    options.policy = storage.policy;
-    options.manifestSchema =
+        options.loading.storage = storage.storage;
+    options.loading.policy = storage.policy;
+    // With a retention of 0 days nothing of the reading outlives the session.
+    if (storage.storage && storage.policy.retentionDays > 0)
+        options.stateFolder = storage.storage->scopeDirectory();
+    options.loading.manifestSchema =
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
             .filesystemFilePath();
     const int result = runMainWindow(client, options, link, telemetry);

@@ -185,6 +185,20 @@ void ImageController::setTool(Tool tool) {
     measurements_->setMeasuring(measurementKindOf(tool).has_value());
 }
 
+bool ImageController::isOnScreen() const {
+    return view_->isVisible();
+}
+
+QPixmap ImageController::grab() const {
+    return view_->grab();
+}
+
+std::optional<KeyImageView::Slice> ImageController::shownFrame() const {
+    if (!hasSeveralFrames())
+        return std::nullopt;
+    return KeyImageView::Slice{view_->slice() + 1, view_->sliceCount()};
+}
+
 bool ImageController::shows(const Measurement& measurement) const {
     return image_ && measurementView().plane.shows(measurement);
 }

@@ -7,10 +7,12 @@
 #include "viewer/reading/Image2DState.h"
 #include "viewer/reading/Tool.h"
 #include "viewer/reading/WindowDrag.h"
+#include "viewer/reading/findings/KeyImage.h"
 #include "viewer/reading/measurements/ImageGrid2D.h"
 #include "viewer/reading/measurements/MeasurementView.h"
 
 #include <QObject>
+#include <QPixmap>
 #include <QPointF>
 #include <QString>
 
@@ -59,6 +61,10 @@ public:
     void turn(void (Image2DState::*operation)());
     void toggleInverted();
     /// One component a pixel: it has a window, and tones to invert.
+    bool isOnScreen() const;
+    QPixmap grab() const;
+    /// From 1; nothing for an image of one frame.
+    std::optional<KeyImageView::Slice> shownFrame() const;
     bool isGrey() const { return image_ && image_->components() == 1; }
     imaging::LevelWindow window() const;
     void setWindow(const imaging::LevelWindow& window);

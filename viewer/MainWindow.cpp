@@ -3,9 +3,12 @@
 #include "api/StudyClassification.h"
 #include "app/log/Logger.h"
 #include "resources/Resources.h"
+#include "viewer/FindingsDialog.h"
 #include "viewer/LoadingOverlay.h"
 #include "viewer/MainToolBar.h"
 #include "viewer/MeasurementPanel.h"
+#include "viewer/MprController.h"
+#include "viewer/ReadingSession.h"
 #include "viewer/SeriesSelectionDialog.h"
 #include "viewer/ShortcutSheet.h"
 #include "viewer/StudyBrowserWidget.h"
@@ -19,6 +22,7 @@
 #include <QShortcut>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <new>
@@ -32,19 +36,24 @@ constexpr char component[] = "MainWindow";
 
 } // namespace
 
-MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, StudyLoadOptions options, QWidget* parent)
+MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOptions options, QWidget* parent)
     : QMainWindow(parent), client_(std::move(client)) {
     setObjectName(QStringLiteral("mainWindow"));
     setWindowTitle(QStringLiteral("Zorbel Diagnostic Viewer — %1").arg(QStringLiteral("Clinical Workspace")));
     setMinimumSize(1100, 700);
     resize(QSize(1440, 900).boundedTo(screen()->availableSize()));
-    loader_ = new StudyLoadController(client_, std::move(options), this);
+    loader_ = new StudyLoadController(client_, std::move(options.loading), this);
     buildWorkspace();
     buildToolBar();
     buildStatusBar();
     connectLoading();
     bindShortcuts();
+    reading_ = new ReadingSession(std::move(options.stateFolder), *workspace_, this);
+    connectReading();
+    showRecentStudies();
     browser_->loadStudiesAsync();
+    if (options.previousRunCrashed)
+        QTimer::singleShot(0, this, &MainWindow::offerRecovery);
 }
 
 MainWindow::~MainWindow() = default;
@@ -184,6 +193,7 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
     const auto& study = result.study;
     const StudyIdentity identity(study.studyInstanceUID, study.patientName, result.modality, study.studyDate);
     const QString description = result.series.seriesDescription.trimmed();
+    reading_->aboutToShow();
     if (result.volumetric)
         workspace_->showVolume(identity, result.image);
     else
@@ -191,14 +201,82 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
             identity, result.image, StudyClassification::classify(result.modality, description));
     tellSource(result);
     workspace_->setFocus(); // the arrows now move through the slices, no longer through the list
-    ViewerStudySummary recent;
-    recent.orthancId = study.orthancId;
-    recent.studyInstanceUID = study.studyInstanceUID;
-    recent.patientName = study.patientName;
-    recent.modality = study.modality.isEmpty() ? result.modality : study.modality;
-    recent.studyDate = study.studyDate;
-    recent.studyDescription = description;
-    browser_->addRecentStudy(recent);
+    reading_->studyShown(identity, study.orthancId, result.modality);
+}
+
+void MainWindow::connectReading() {
+    connect(reading_, &ReadingSession::statusText, status_, &QLabel::setText);
+    connect(reading_, &ReadingSession::recentStudiesChanged, this, &MainWindow::showRecentStudies);
+    connect(workspace_, &ViewerWorkspace::captureRequested, reading_, &ReadingSession::captureKeyImage);
+    connect(workspace_, &ViewerWorkspace::findingsRequested, this, &MainWindow::showFindings);
+}
+
+void MainWindow::showRecentStudies() {
+    std::vector<ViewerStudySummary> rows;
+    const RecentStudies recent = reading_->recentStudies();
+    for (const RecentStudy& study : recent.studies()) {
+        ViewerStudySummary row;
+        row.orthancId = QString::fromStdString(study.orthancId);
+        row.studyInstanceUID = QString::fromStdString(study.studyUid);
+        row.patientName = QString::fromStdString(study.patientName);
+        row.modality = QString::fromStdString(study.modality);
+        row.studyDate = QString::fromStdString(study.studyDate);
+        rows.push_back(std::move(row));
+    }
+    browser_->setRecentStudies(std::move(rows));
+}
+
+void MainWindow::showFindings() {
+    if (!reading_->hasStudy()) {
+        status_->setText(QString::fromLatin1(FindingList::noStudyText));
+        return;
+    }
+    std::optional<imaging::Vector3> location;
+    if (const auto position = workspace_->readingPosition())
+        location = position->crosshair;
+    auto* dialog = new FindingsDialog(reading_->findings(), location, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &FindingsDialog::findingsChanged, reading_, &ReadingSession::setFindings);
+    connect(dialog, &FindingsDialog::jumpRequested, this, [this](const imaging::Vector3& point) {
+        if (workspace_->viewMode() == ViewMode::Mpr)
+            workspace_->mpr().moveCrosshair(point);
+    });
+    // Its findings are this study's, and no other's.
+    connect(loader_, &StudyLoadController::imageReady, dialog, &QDialog::reject);
+    dialog->open();
+}
+
+void MainWindow::offerRecovery() {
+    const auto last = reading_->recoverable();
+    if (!last || loader_->isLoading())
+        return;
+    StudyRequest study;
+    study.studyInstanceUID = QString::fromStdString(last->studyInstanceUid);
+    const RecentStudies opened = reading_->recentStudies();
+    for (const RecentStudy& recent : opened.studies())
+        if (recent.studyUid == last->studyInstanceUid)
+            study = {
+                QString::fromStdString(recent.orthancId), study.studyInstanceUID,
+                QString::fromStdString(recent.patientName), QString::fromStdString(recent.modality),
+                QString::fromStdString(recent.studyDate)};
+    auto* box = new QMessageBox(
+        QMessageBox::NoIcon, QStringLiteral("Recover the last session"),
+        QStringLiteral(
+            "The viewer did not close properly the last time.\n\nReopen the study of %1 where you left "
+            "off?")
+            .arg(study.patientName.isEmpty() ? study.studyInstanceUID : study.patientName),
+        QMessageBox::Yes | QMessageBox::No, this);
+    box->setObjectName(QStringLiteral("recoveryBox"));
+    box->setTextFormat(Qt::PlainText);
+    box->setDefaultButton(QMessageBox::Yes);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(box, &QMessageBox::finished, this, [this, study](int answer) {
+        if (answer == QMessageBox::Yes)
+            openStudy(study);
+        else
+            reading_->forgetRecoverable();
+    });
+    box->open();
 }
 
 void MainWindow::tellSource(const OrthancImageLoadResult& result) {
@@ -264,6 +342,7 @@ void MainWindow::closeStudy() {
     loader_->cancel();
     if (workspace_->viewMode() == ViewMode::None)
         return;
+    reading_->studyClosed();
     workspace_->reset();
     notice_->hide();
     source_->clear();

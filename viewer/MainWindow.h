@@ -2,6 +2,7 @@
 
 #include "api/ZorbelApiClient.h"
 #include "cache/StudyLoadController.h"
+#include "viewer/MainWindowOptions.h"
 
 #include <QElapsedTimer>
 #include <QMainWindow>
@@ -14,6 +15,7 @@ class QProgressBar;
 namespace zorbel {
 
 class MainToolBar;
+class ReadingSession;
 class StudyBrowserWidget;
 class ViewerWorkspace;
 
@@ -24,7 +26,7 @@ class MainWindow : public QMainWindow {
 
 public:
     /// client: signed in. options: what the loads of studies may use on this computer.
-    MainWindow(std::shared_ptr<ZorbelApiClient> client, StudyLoadOptions options, QWidget* parent = nullptr);
+    MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOptions options, QWidget* parent = nullptr);
     ~MainWindow() override;
 
     void openStudy(const StudyRequest& study);
@@ -57,10 +59,16 @@ private:
         StudyLoadGuard::Ticket question, const std::vector<OrthancSeriesSummary>& series, int suggestedRow);
     void showFailure(const StudyLoadFailure& failure);
     void closeStudy();
+    void connectReading();
+    void showRecentStudies();
+    void showFindings();
+    /// After a run that ended without closing its study.
+    void offerRecovery();
     void signOut();
 
     std::shared_ptr<ZorbelApiClient> client_;
     StudyLoadController* loader_ = nullptr;
+    ReadingSession* reading_ = nullptr;
     StudyBrowserWidget* browser_ = nullptr;
     ViewerWorkspace* workspace_ = nullptr;
     MainToolBar* toolBar_ = nullptr;

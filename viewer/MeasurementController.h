@@ -31,6 +31,8 @@ public:
     void clear();
     /// A tool that does not measure ends what is being placed.
     void setTool(Tool tool);
+    /// Hidden ones cannot be taken hold of.
+    void setShown(bool shown) { editor_.setMeasurementsVisible(shown); }
     bool isMeasuring() const { return editor_.kind().has_value(); }
 
     const MeasurementList& list() const { return list_; }

@@ -258,6 +258,7 @@ void MprController::onSliceChanged(int index) {
     }
     planes_.checkPlanesOrthogonal(liveBases());
     refreshGuides();
+    Q_EMIT positionChanged();
 }
 
 void MprController::moveCrosshair(const imaging::Vector3& point) {
@@ -275,6 +276,7 @@ void MprController::selectSlices() {
         updateTexts(index);
     planes_.checkPlanesOrthogonal(liveBases());
     refreshGuides();
+    Q_EMIT positionChanged();
 }
 
 bool MprController::shows(const Measurement& measurement) const {
@@ -300,12 +302,23 @@ MeasurementView MprController::measurementView(int index) const {
 void MprController::jumpTo(const MeasurementJump& jump) {
     if (!image_ || jump.onImage)
         return;
-    crosshair_.moveTo(jump.point);
     if (jump.turnsPlanes) {
+        orient(jump.point, jump.bases);
+        return;
+    }
+    crosshair_.moveTo(jump.point);
+    selectSlices();
+}
+
+void MprController::orient(const imaging::Vector3& point, const PlaneBases& bases) {
+    if (!image_ || !areOrthogonal(bases))
+        return;
+    crosshair_.moveTo(point);
+    {
         const QScopedValueRollback<bool> sync(syncingPlanes_, true);
         for (int index = 0; index < 3; ++index) {
-            const PlaneBasis& basis = basisOf(jump.bases, directionOf(index));
-            panes_[at(index)].view->navigation().reorientSlices(jump.point, basis.axis0, basis.axis1);
+            const PlaneBasis& basis = basisOf(bases, directionOf(index));
+            panes_[at(index)].view->navigation().reorientSlices(crosshair_.point(), basis.axis0, basis.axis1);
         }
     }
     selectSlices();
@@ -344,6 +357,7 @@ void MprController::applyStoredBases(int source) {
     for (int index = 0; index < 3; ++index)
         updateTexts(index);
     refreshGuides();
+    Q_EMIT positionChanged();
 }
 
 void MprController::changeSlab(const SlabChange& change) {

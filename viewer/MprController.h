@@ -62,6 +62,9 @@ public:
     void moveCrosshair(const imaging::Vector3& point);
     /// Turns and moves the planes so that a measurement is seen where it was drawn.
     void jumpTo(const MeasurementJump& jump);
+    /// Turns the planes to these axes, through a point.
+    void orient(const imaging::Vector3& point, const PlaneBases& bases);
+    imaging::PlaneView* view(int plane) const { return panes_[static_cast<std::size_t>(plane)].view; }
     /// A measurement lies on a plane that is on the screen.
     bool shows(const Measurement& measurement) const;
     bool linesShown() const { return linesShown_; }
@@ -81,6 +84,8 @@ Q_SIGNALS:
     void viewportPressed(int viewport);
     void maximiseRequested(int viewport);
     void slabChanged();
+    /// Crosshair or planes moved.
+    void positionChanged();
     /// By a drag with the window/level tool.
     void windowDragged();
 

@@ -29,7 +29,6 @@ namespace {
 
 constexpr int pageSize = 200; // the most that the service hands out at once
 constexpr int searchDelayMs = 400;
-constexpr std::size_t mostRecent = 20;
 
 enum ItemRole { PatientName = Qt::UserRole, StudyDate, Modality, StudyUID, OrthancId };
 
@@ -231,11 +230,8 @@ void StudyBrowserWidget::onListed(std::uint64_t request, const QString& search, 
     rebuildRows();
 }
 
-void StudyBrowserWidget::addRecentStudy(const ViewerStudySummary& study) {
-    std::erase_if(
-        recent_, [&study](const auto& other) { return other.studyInstanceUID == study.studyInstanceUID; });
-    recent_.insert(recent_.begin(), study);
-    recent_.resize(std::min(recent_.size(), mostRecent));
+void StudyBrowserWidget::setRecentStudies(std::vector<ViewerStudySummary> studies) {
+    recent_ = std::move(studies);
     if (showsRecent())
         rebuildRows();
 }

@@ -32,7 +32,8 @@ public:
     /// Asks the service for the list in the background; a failure leaves the rows as they are.
     void loadStudiesAsync();
     /// Puts a study at the head of the recent ones.
-    void addRecentStudy(const ViewerStudySummary& study);
+    /// Newest first.
+    void setRecentStudies(std::vector<ViewerStudySummary> studies);
 
 Q_SIGNALS:
     void studyDoubleClicked(

@@ -175,12 +175,14 @@ void ToolRail::buildDisplay() {
     connect(fit_, &QToolButton::clicked, this, &ToolRail::fitRequested);
     connect(invert_, &QToolButton::clicked, this, &ToolRail::invertToggled);
     connect(reset_, &QToolButton::clicked, this, &ToolRail::resetRequested);
-    addAbsent(
+    capture_ = addEntry(
         QStringLiteral("report"), QStringLiteral("Capture"),
         QStringLiteral("Capture the active viewport, overlays included, for the Word report (Ctrl+K)"));
-    addAbsent(
+    connect(capture_, &QToolButton::clicked, this, &ToolRail::captureRequested);
+    findings_ = addEntry(
         QStringLiteral("findings"), QStringLiteral("Findings"),
         QStringLiteral("Record findings by tooth (FDI) or region for the report (Ctrl+F)"));
+    connect(findings_, &QToolButton::clicked, this, &ToolRail::findingsRequested);
 }
 
 void ToolRail::buildLayouts() {
@@ -249,10 +251,6 @@ QToolButton* ToolRail::addTool(const QString& id, const QString& caption, const 
         Q_EMIT toolChosen(checked ? tool : Tool::Crosshair);
     });
     return button;
-}
-
-void ToolRail::addAbsent(const QString& id, const QString& caption, const QString& toolTip) {
-    addEntry(id, caption, toolTip)->setEnabled(false);
 }
 
 bool ToolRail::eventFilter(QObject* watched, QEvent* event) {
@@ -327,7 +325,7 @@ void ToolRail::setAvailable(const Available& available) {
     for (auto* button : turns_)
         button->setEnabled(available.image && !available.planes);
     invert_->setEnabled(available.grey2D);
-    for (auto* button : {fit_, reset_})
+    for (auto* button : {fit_, reset_, capture_, findings_})
         button->setEnabled(available.image);
     for (auto* button : layouts_)
         button->setEnabled(available.planes);

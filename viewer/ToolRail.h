@@ -58,6 +58,8 @@ Q_SIGNALS:
     void fitRequested();
     void resetRequested();
     void layoutChosen(zorbel::Layout layout);
+    void captureRequested();
+    void findingsRequested();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -71,8 +73,6 @@ private:
     void addGroup(const QString& caption);
     QToolButton* addEntry(const QString& id, const QString& caption, const QString& toolTip);
     QToolButton* addTool(const QString& id, const QString& caption, const QString& toolTip, Tool tool);
-    /// An entry whose tool this version does not have yet.
-    void addAbsent(const QString& id, const QString& caption, const QString& toolTip);
     void place(QWidget* widget, bool wholeRow = false);
 
     QGridLayout* layout_ = nullptr;
@@ -91,6 +91,8 @@ private:
     QToolButton* fit_ = nullptr;
     QToolButton* invert_ = nullptr;
     QToolButton* reset_ = nullptr;
+    QToolButton* capture_ = nullptr;
+    QToolButton* findings_ = nullptr;
     std::array<QToolButton*, 4> layouts_{};
 };
 

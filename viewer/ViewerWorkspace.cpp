@@ -89,6 +89,8 @@ void ViewerWorkspace::connectRail() {
     connect(rail_, &ToolRail::fitRequested, this, &ViewerWorkspace::fitToView);
     connect(rail_, &ToolRail::resetRequested, this, &ViewerWorkspace::resetView);
     connect(rail_, &ToolRail::layoutChosen, this, &ViewerWorkspace::setLayout);
+    connect(rail_, &ToolRail::captureRequested, this, &ViewerWorkspace::captureRequested);
+    connect(rail_, &ToolRail::findingsRequested, this, &ViewerWorkspace::findingsRequested);
 }
 
 void ViewerWorkspace::connectViews() {
@@ -109,7 +111,9 @@ void ViewerWorkspace::connectViews() {
     const auto tellWindow = [this] {
         Q_EMIT statusText(
             QString::fromStdString(windowText(hasVolume() ? mpr_->window() : image_->window())));
+        Q_EMIT hangingChanged();
     };
+    connect(mpr_, &MprController::positionChanged, this, &ViewerWorkspace::positionChanged);
     connect(mpr_, &MprController::windowDragged, this, tellWindow);
     connect(image_, &ImageController::windowDragged, this, tellWindow);
 }
@@ -258,8 +262,11 @@ void ViewerWorkspace::perform(ShortcutAction action, int argument) {
         });
         break;
     case ShortcutAction::CaptureView:
+        Q_EMIT captureRequested();
+        break;
     case ShortcutAction::ShowFindings:
-        break; // their tools are not there yet, as the rail shows
+        Q_EMIT findingsRequested();
+        break;
     }
 }
 
@@ -273,6 +280,7 @@ void ViewerWorkspace::setTool(Tool tool) {
         toggleOverlays(); // nobody measures what he cannot see
     if (mode_ == ViewMode::None)
         return;
+    Q_EMIT hangingChanged();
     cursor_->setTool(tool);
     if (tool == Tool::Crosshair)
         Q_EMIT statusText(
@@ -329,6 +337,8 @@ void ViewerWorkspace::applyChange(const LayoutChange& change) {
     }
     if (!change.layoutText.empty())
         Q_EMIT statusText(QString::fromStdString(change.layoutText));
+    if (change.layout)
+        Q_EMIT hangingChanged();
 }
 
 void ViewerWorkspace::step(double slices) {
@@ -376,6 +386,7 @@ void ViewerWorkspace::toggleOverlays() {
     mpr_->setOverlaysShown(overlaysShown_);
     volume_->setOverlaysShown(overlaysShown_);
     image_->setOverlaysShown(overlaysShown_);
+    measurements_->setShown(overlaysShown_);
     Q_EMIT statusText(overlaysShown_ ? QStringLiteral("Overlays shown") : QStringLiteral("Overlays hidden"));
 }
 
@@ -406,6 +417,7 @@ void ViewerWorkspace::showSlabStatus() {
     const int plane = active == VolumeViewport ? AxialViewport : active;
     Q_EMIT statusText(
         QString::fromStdString(mpr_->slab().statusText(static_cast<imaging::ViewDirection>(plane))));
+    Q_EMIT hangingChanged();
 }
 
 void ViewerWorkspace::applyPreset(int index) {
@@ -417,6 +429,7 @@ void ViewerWorkspace::applyPreset(int index) {
     else
         return;
     Q_EMIT statusText(QString::fromStdString(preset.statusText()));
+    Q_EMIT hangingChanged();
 }
 
 void ViewerWorkspace::turnImage(ToolRail::Turn turn) {

@@ -8,10 +8,15 @@
 #include "viewer/reading/LayoutModel.h"
 #include "viewer/reading/ShortcutTable.h"
 #include "viewer/reading/Tool.h"
+#include "viewer/reading/findings/KeyImage.h"
+#include "viewer/reading/state/HangingProtocol.h"
+#include "viewer/reading/state/ReadingPosition.h"
 
+#include <QPixmap>
 #include <QWidget>
 
 #include <memory>
+#include <optional>
 
 class QStackedWidget;
 
@@ -52,6 +57,20 @@ public:
     const LayoutModel& layout() const { return layout_; }
     Tool tool() const { return tool_; }
 
+    /// How the study hangs now, and hanging it so.
+    HangingProtocol hangingProtocol() const;
+    void applyHangingProtocol(const HangingProtocol& hanging);
+    /// Crosshair and planes (no study named); only of a volume.
+    std::optional<ReadingPosition> readingPosition() const;
+    void applyReadingPosition(const ReadingPosition& position);
+    /// A picture of the active viewport with all that lies over it, in device pixels, and what it shows.
+    struct Capture {
+        QPixmap picture;
+        KeyImageView view;
+    };
+    /// Nothing while the viewport is not on the screen.
+    std::optional<Capture> captureActiveViewport();
+
     /// Does what a key asks for; what makes no sense in the current mode does nothing.
     void perform(ShortcutAction action, int argument);
 
@@ -60,6 +79,12 @@ Q_SIGNALS:
     void imageDrawn();
     void statusText(const QString& text);
     void shortcutSheetRequested();
+    void captureRequested();
+    void findingsRequested();
+    /// Crosshair or planes moved.
+    void positionChanged();
+    /// Layout, window, slab or tool changed.
+    void hangingChanged();
 
 private:
     QWidget* buildEmptyPage();

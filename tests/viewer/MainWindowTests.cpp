@@ -24,7 +24,7 @@ protected:
     void SetUp() override {
         service_.start();
         client_ = test::signedInClient(service_);
-        window_ = std::make_unique<MainWindow>(client_, StudyLoadOptions{});
+        window_ = std::make_unique<MainWindow>(client_, MainWindowOptions{});
         window_->show();
     }
 

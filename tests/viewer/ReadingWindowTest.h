@@ -39,7 +39,8 @@ protected:
             qApp->setStyleSheet(applicationStyleSheet());
         ApiClientConfig config;
         config.baseUrl = QStringLiteral("http://127.0.0.1:9");
-        window_ = std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), StudyLoadOptions{});
+        window_ =
+            std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), MainWindowOptions{});
         workspace_ = window_->findChild<ViewerWorkspace*>();
         window_->resize(1400, 900);
         window_->show();

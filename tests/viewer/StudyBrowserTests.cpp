@@ -127,13 +127,12 @@ TEST_F(StudyBrowserTest, keepsTheRowsWhenTheListCannotBeHad) {
     EXPECT_EQ(list_->count(), 3);
 }
 
-TEST_F(StudyBrowserTest, remembersTheRecentStudiesOfTheSession) {
-    for (const char* uid : {"2.1", "2.2", "2.1"}) {
-        ViewerStudySummary study;
-        study.studyInstanceUID = QString::fromLatin1(uid);
-        study.patientName = QStringLiteral("Patient ") + study.studyInstanceUID;
-        browser_->addRecentStudy(study);
-    }
+TEST_F(StudyBrowserTest, showsTheRecentStudiesInTheirOrder) {
+    std::vector<ViewerStudySummary> recent(2);
+    recent[0].studyInstanceUID = QStringLiteral("2.1");
+    recent[0].patientName = QStringLiteral("Patient 2.1");
+    recent[1].studyInstanceUID = QStringLiteral("2.2");
+    browser_->setRecentStudies(recent);
     QTest::mouseClick(browser_->findChild<QToolButton*>(QStringLiteral("recentScope")), Qt::LeftButton);
     ASSERT_EQ(list_->count(), 2);
     EXPECT_TRUE(list_->item(0)->text().startsWith(QStringLiteral("Patient 2.1")));
