@@ -48,7 +48,7 @@ MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOption
     buildStatusBar();
     connectLoading();
     bindShortcuts();
-    reading_ = new ReadingSession(std::move(options.stateFolder), *workspace_, this);
+    reading_ = std::make_unique<ReadingSession>(std::move(options.stateFolder), *workspace_);
     connectReading();
     showRecentStudies();
     browser_->loadStudiesAsync();
@@ -205,9 +205,9 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
 }
 
 void MainWindow::connectReading() {
-    connect(reading_, &ReadingSession::statusText, status_, &QLabel::setText);
-    connect(reading_, &ReadingSession::recentStudiesChanged, this, &MainWindow::showRecentStudies);
-    connect(workspace_, &ViewerWorkspace::captureRequested, reading_, &ReadingSession::captureKeyImage);
+    connect(reading_.get(), &ReadingSession::statusText, status_, &QLabel::setText);
+    connect(reading_.get(), &ReadingSession::recentStudiesChanged, this, &MainWindow::showRecentStudies);
+    connect(workspace_, &ViewerWorkspace::captureRequested, reading_.get(), &ReadingSession::captureKeyImage);
     connect(workspace_, &ViewerWorkspace::findingsRequested, this, &MainWindow::showFindings);
 }
 
@@ -236,7 +236,7 @@ void MainWindow::showFindings() {
         location = position->crosshair;
     auto* dialog = new FindingsDialog(reading_->findings(), location, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &FindingsDialog::findingsChanged, reading_, &ReadingSession::setFindings);
+    connect(dialog, &FindingsDialog::findingsChanged, reading_.get(), &ReadingSession::setFindings);
     connect(dialog, &FindingsDialog::jumpRequested, this, [this](const imaging::Vector3& point) {
         if (workspace_->viewMode() == ViewMode::Mpr)
             workspace_->mpr().moveCrosshair(point);

@@ -68,7 +68,7 @@ private:
 
     std::shared_ptr<ZorbelApiClient> client_;
     StudyLoadController* loader_ = nullptr;
-    ReadingSession* reading_ = nullptr;
+    std::unique_ptr<ReadingSession> reading_; ///< goes before the workspace, whose state it writes
     StudyBrowserWidget* browser_ = nullptr;
     ViewerWorkspace* workspace_ = nullptr;
     MainToolBar* toolBar_ = nullptr;
