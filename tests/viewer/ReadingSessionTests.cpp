@@ -1,0 +1,221 @@
+#include "ReadingWindowTest.h"
+#include "cache/StudyLoadController.h"
+#include "viewer/DentalChart.h"
+#include "viewer/MeasurementController.h"
+#include "viewer/MeasurementOverlay.h"
+
+#include <QComboBox>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTemporaryDir>
+
+namespace zorbel {
+namespace {
+
+/// A window whose reading state is kept in a folder, closed and opened again as the program is.
+class ReadingSessionTest : public test::ReadingWindowTest {
+protected:
+    ReadingSessionTest() { restart(); }
+
+    void restart(bool crashed = false) {
+        window_.reset();
+        ApiClientConfig config;
+        config.baseUrl = QStringLiteral("http://127.0.0.1:9");
+        MainWindowOptions options;
+        options.stateFolder = folder();
+        options.previousRunCrashed = crashed;
+        window_ = std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), options);
+        workspace_ = window_->findChild<ViewerWorkspace*>();
+        window_->resize(1400, 900);
+        window_->show();
+        window_->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get(), 20000));
+    }
+    std::filesystem::path folder() const { return folder_.filePath(QStringLiteral("state")).toStdString(); }
+
+    /// As if the load of a study had brought it.
+    void open(const char* uid) {
+        OrthancImageLoadResult result;
+        result.outcome = OrthancImageLoadResult::Outcome::Loaded;
+        result.image = test::smallVolume();
+        result.study = {
+            QStringLiteral("cloud-id"),
+            QString::fromLatin1(uid),
+            QStringLiteral("Doe"),
+            QStringLiteral("CT"),
+            {}};
+        result.modality = QStringLiteral("CT");
+        result.volumetric = true;
+        QSignalSpy drawn(workspace_, &ViewerWorkspace::imageDrawn);
+        Q_EMIT window_->findChild<StudyLoadController*>()->imageReady(result);
+        EXPECT_TRUE(drawn.count() > 0 || drawn.wait(30000));
+    }
+    void measure(double millimetres) {
+        press(Qt::Key_L);
+        auto& overlay = *child<MeasurementOverlay>(QStringLiteral("axialMeasurements"));
+        // Each on a line of its own: a press on one that is there would take hold of it.
+        const QPointF from =
+            crosshairIn(0) + QPointF(-20.0, 30.0 + 25.0 * static_cast<double>(measurements().size()));
+        drag(overlay, {from, from + QPointF(millimetres / view(0).millimetresPerPixel(), 0.0)});
+    }
+    const std::vector<Measurement>& measurements() {
+        return workspace_->measurements().list().measurements();
+    }
+    QDialog& findings() {
+        press(Qt::Key_F, Qt::ControlModifier);
+        return *child<QDialog>(QStringLiteral("findingsDialog"));
+    }
+
+    QTemporaryDir folder_;
+};
+
+TEST_F(ReadingSessionTest, findsEverythingAgain) {
+    open("1.2.3");
+    measure(10.0);
+    press(Qt::Key_R);
+    const auto handles = guide(0).guide().handles(0);
+    const QPointF from(handles.rotation[0].x, handles.rotation[0].y);
+    drag(guide(0), {from, from + QPointF(-30.0, 60.0)});
+    press(Qt::Key_3);
+    press(Qt::Key_M);
+    press(Qt::Key_4, Qt::ControlModifier);
+    QTest::qWait(50); // the views take their new sizes
+    workspace_->mpr().moveCrosshair({1.0, 20.0, 50.0});
+    press(Qt::Key_P);
+    const auto planes = workspace_->mpr().liveBases();
+    ASSERT_GT(std::abs(planes[1].axis0[1]), 0.1) << "the coronal plane was turned";
+
+    restart();
+    open("1.2.3");
+    ASSERT_EQ(measurements().size(), 1u);
+    EXPECT_EQ(workspace_->measurements().valuesOf(measurements()[0]).label.substr(0, 8), "10.00 mm");
+    for (std::size_t plane = 0; plane < 3; ++plane) {
+        test::expectNear(workspace_->mpr().liveBases()[plane].axis0, planes[plane].axis0);
+        test::expectNear(workspace_->mpr().liveBases()[plane].axis1, planes[plane].axis1);
+    }
+    test::expectNear(crosshair(), {1.0, 20.0, 50.0});
+    EXPECT_EQ(workspace_->layout().layout(), Layout::PrimaryPlusThree);
+    EXPECT_EQ(workspace_->mpr().window().width, 400.0);
+    EXPECT_TRUE(workspace_->mpr().slab().isEnabled());
+    EXPECT_EQ(workspace_->tool(), Tool::Pan);
+}
+
+TEST_F(ReadingSessionTest, keepsEachStudysRecordsApart) {
+    open("1.2.3");
+    measure(10.0);
+    open("1.2.4");
+    EXPECT_TRUE(measurements().empty());
+    EXPECT_EQ(workspace_->layout().layout(), Layout::Quad);
+    measure(5.0);
+    measure(7.0);
+    open("1.2.3");
+    EXPECT_EQ(measurements().size(), 1u);
+    open("1.2.4");
+    EXPECT_EQ(measurements().size(), 2u);
+    QTest::mouseClick(child<QToolButton>(QStringLiteral("recentScope")), Qt::LeftButton);
+    EXPECT_EQ(child<QListWidget>(QStringLiteral("studyList"))->count(), 2);
+}
+
+TEST_F(ReadingSessionTest, recordsFindingsByToothAndRegion) {
+    press(Qt::Key_F, Qt::ControlModifier);
+    EXPECT_EQ(status(), "Open a study before recording findings.");
+    open("1.2.3");
+    auto& dialog = findings();
+    auto* chart = dialog.findChild<DentalChart*>();
+    auto* record = dialog.findChild<QPushButton*>(QStringLiteral("findingRecord"));
+    EXPECT_FALSE(record->isEnabled()) << "no site is chosen";
+    QTest::mouseClick(chart, Qt::LeftButton, Qt::NoModifier, chart->cellOf(48).center().toPoint());
+    EXPECT_TRUE(dialog.findChild<QComboBox*>(QStringLiteral("findingSite"))
+                    ->currentText()
+                    .contains(QStringLiteral("lower right third molar")));
+    dialog.findChild<QComboBox*>(QStringLiteral("findingCategory"))
+        ->setCurrentText(QStringLiteral("Impaction"));
+    QTest::keyClicks(
+        dialog.findChild<QLineEdit*>(QStringLiteral("findingNote")), QStringLiteral("close to the canal"));
+    QTest::mouseClick(record, Qt::LeftButton);
+    dialog.findChild<QComboBox*>(QStringLiteral("findingSite"))->setCurrentText(QStringLiteral("Airway"));
+    QTest::mouseClick(record, Qt::LeftButton);
+    auto* table = dialog.findChild<QTableWidget*>();
+    ASSERT_EQ(table->rowCount(), 2);
+    EXPECT_EQ(table->item(0, 1)->text(), QStringLiteral("Impaction"));
+    EXPECT_EQ(table->item(0, 2)->text(), QStringLiteral("close to the canal"));
+    EXPECT_EQ(table->item(1, 0)->text(), QStringLiteral("Airway"));
+    table->selectRow(1);
+    QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("findingsRemove")), Qt::LeftButton);
+    EXPECT_EQ(
+        dialog.findChild<QLabel*>(QStringLiteral("findingsCount"))->text(),
+        QStringLiteral("1 finding(s) recorded for this study"));
+    const imaging::Vector3 recordedAt = crosshair();
+    dialog.reject();
+
+    restart();
+    open("1.2.3");
+    workspace_->mpr().moveCrosshair({1.0, 20.0, 50.0});
+    auto& again = findings();
+    auto* rows = again.findChild<QTableWidget*>();
+    ASSERT_EQ(rows->rowCount(), 1);
+    rows->selectRow(0);
+    QTest::mouseClick(again.findChild<QPushButton*>(QStringLiteral("findingsJump")), Qt::LeftButton);
+    test::expectNear(crosshair(), recordedAt);
+}
+
+TEST_F(ReadingSessionTest, capturesTheActiveViewportWithItsOverlays) {
+    press(Qt::Key_K, Qt::ControlModifier);
+    EXPECT_EQ(status(), "Open a study before capturing a key image");
+    open("1.2.3");
+    press(Qt::Key_A);
+    QImage plain;
+    for (int number = 1; number <= 2; ++number) {
+        press(Qt::Key_K, Qt::ControlModifier);
+        EXPECT_EQ(
+            status(), "Key image " + std::to_string(number) + " captured (" + std::to_string(number) +
+                          " held for the report)");
+        const QImage picture(QString::fromStdString(
+            (folder() / "keyimages/1.2.3" / ("key-" + std::to_string(number) + ".png")).string()));
+        EXPECT_EQ(picture.size(), (QSizeF(view(0).size()) * view(0).devicePixelRatioF()).toSize());
+        if (number == 1)
+            plain = picture;
+        else
+            EXPECT_NE(picture, plain) << "the measurement is in the picture";
+        measure(10.0);
+    }
+    QFile index(QString::fromStdString((folder() / "keyimages/1.2.3/index.json").string()));
+    ASSERT_TRUE(index.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(QString::fromUtf8(index.readAll()).contains(QStringLiteral("Axial · slice 21/40 · W ")));
+}
+
+TEST_F(ReadingSessionTest, offersTheStudyOfACrashedRunOnce) {
+    open("1.2.3");
+    const QString lost = folder_.filePath(QStringLiteral("lost"));
+    std::filesystem::copy(
+        folder(), lost.toStdString(), std::filesystem::copy_options::recursive); // as a kill leaves it
+    window_->close();
+    restart(true);
+    QTest::qWait(50);
+    EXPECT_EQ(window_->findChild<QMessageBox*>(QStringLiteral("recoveryBox")), nullptr)
+        << "a study that was closed needs no recovery";
+
+    window_.reset();
+    std::filesystem::remove_all(folder());
+    std::filesystem::rename(lost.toStdString(), folder());
+    restart(true);
+    ASSERT_TRUE(QTest::qWaitFor(
+        [this] { return window_->findChild<QMessageBox*>(QStringLiteral("recoveryBox")) != nullptr; }, 5000));
+    auto* box = child<QMessageBox>(QStringLiteral("recoveryBox"));
+    EXPECT_TRUE(box->text().contains(QStringLiteral("Doe")));
+    QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
+    restart(true);
+    QTest::qWait(50);
+    EXPECT_EQ(window_->findChild<QMessageBox*>(QStringLiteral("recoveryBox")), nullptr)
+        << "declined is forgotten";
+}
+
+} // namespace
+} // namespace zorbel
