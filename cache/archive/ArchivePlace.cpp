@@ -1,10 +1,9 @@
 #include "cache/archive/ArchivePlace.h"
 
+#include "cache/storage/RandomName.h"
 #include "platform/DiskFlush.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <random>
 #include <string>
 #include <system_error>
 
@@ -21,17 +20,6 @@ constexpr char damagedInfix[] = ".damaged-";
 fs::path withSuffix(fs::path path, const std::string& suffix) {
     path += suffix;
     return path;
-}
-
-std::string randomName() {
-    std::random_device random;
-    std::string name;
-    for (int i = 0; i < 4; ++i) {
-        char digits[9];
-        std::snprintf(digits, sizeof digits, "%08x", random());
-        name += digits;
-    }
-    return name;
 }
 
 void removeAll(const std::vector<fs::path>& paths) {
