@@ -199,9 +199,9 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
     else
         workspace_->showImage(
             identity, result.image, StudyClassification::classify(result.modality, description));
-    tellSource(result);
     workspace_->setFocus(); // the arrows now move through the slices, no longer through the list
     reading_->studyShown(identity, study.orthancId, result.modality);
+    tellSource(result); // after what restoring the study's hanging has to say
 }
 
 void MainWindow::connectReading() {

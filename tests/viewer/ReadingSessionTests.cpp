@@ -105,6 +105,8 @@ TEST_F(ReadingSessionTest, findsEverythingAgain) {
     EXPECT_EQ(workspace_->mpr().window().width, 400.0);
     EXPECT_TRUE(workspace_->mpr().slab().isEnabled());
     EXPECT_EQ(workspace_->tool(), Tool::Pan);
+    EXPECT_EQ(status(), "Volumetric DICOM fallback loaded in MPR mode (CT).")
+        << "not what the restored tool says";
 }
 
 TEST_F(ReadingSessionTest, keepsEachStudysRecordsApart) {
