@@ -1,9 +1,15 @@
 #include "ReadingWindowTest.h"
+#include "demo/JawPhantom.h"
 #include "imaging/rendering/ImageView2D.h"
 #include "viewer/MeasurementController.h"
 #include "viewer/MeasurementOverlay.h"
 
 #include <QTreeWidget>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numbers>
 
 namespace zorbel {
 namespace {
@@ -163,6 +169,83 @@ TEST_F(WorkspaceMeasurementTest, measures2DImagesInMillimetresOnlyWhereTheFileSa
         EXPECT_EQ(
             values(list().measurements()[0]).label.substr(0, 7),
             source == imaging::SpacingSource::None ? "50.0 px" : "5.00 mm");
+    }
+}
+
+/// The jaw phantom, with noise, as the reader opens it.
+class PhantomMeasurementTest : public WorkspaceMeasurementTest {
+protected:
+    static std::shared_ptr<const imaging::Image> jaw(const demo::JawPhantom& phantom) {
+        const auto grid = demo::JawPhantom::jawGrid();
+        const auto values = phantom.rasterize(grid, 40.0);
+        auto voxels = std::make_shared<std::byte[]>(values.size() * sizeof(std::int16_t));
+        std::memcpy(voxels.get(), values.data(), values.size() * sizeof(std::int16_t));
+        imaging::ImageMetadata metadata;
+        const auto [low, high] = std::minmax_element(values.begin(), values.end());
+        metadata.minimum = *low;
+        metadata.maximum = *high;
+        return std::make_shared<imaging::Image>(
+            imaging::ImageGeometry(grid.size, grid.origin, {1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, grid.spacing),
+            imaging::VoxelType::Int16, 1, voxels, values.size() * sizeof(std::int16_t), metadata);
+    }
+    /// Draws with the current tool through these points of the axial plane; returns the new measurement.
+    const Measurement& draw(const std::vector<Vector3>& points, bool byDragging) {
+        std::vector<QPointF> way;
+        for (const Vector3& point : points)
+            way.push_back(view(0).worldToWidget(point));
+        if (byDragging)
+            drag(overlay(0), way);
+        else
+            for (const QPointF& position : way)
+                clickAt(overlay(0), position);
+        return list().measurements().back();
+    }
+};
+
+TEST_F(PhantomMeasurementTest, readsThePhantomsKnownTruthAtThreeZoomLevels) {
+    const demo::JawPhantom phantom;
+    showVolume(jaw(phantom));
+    workspace_->perform(ShortcutAction::SetLayout, static_cast<int>(Layout::Single));
+    QTest::qWait(50);
+    const Vector3 left = phantom.landmark("crown 36");
+    const Vector3 right = phantom.landmark("crown 47");
+    const Vector3 front = phantom.landmark("crown 41");
+    const auto regions = phantom.regions();
+    // Air would not do: its noise ends at the lowest grey value.
+    const auto region = std::max_element(regions.begin(), regions.end(), [](const auto& a, const auto& b) {
+        return a.radius * a.grey < b.radius * b.grey;
+    });
+    ASSERT_NE(region, regions.end());
+    for (const double zoom : {1.0, 2.0, 0.4}) {
+        SCOPED_TRACE(zoom);
+        while (!list().measurements().empty())
+            workspace_->measurements().remove(list().measurements().back().id);
+        workspace_->mpr().moveCrosshair(left);
+        view(0).zoomBy(zoom, crosshairIn(0));
+        // In the axial plane: its own distance along the patient's axis does not count.
+        const auto inPlane = [&](const Vector3& point) { return Vector3{point[0], point[1], left[2]}; };
+        const double truth = std::hypot(left[0] - right[0], left[1] - right[1]);
+        press(Qt::Key_L);
+        EXPECT_NEAR(values(draw({left, inPlane(right)}, true)).length, truth, 0.1);
+        press(Qt::Key_G);
+        const auto direction = [&](const Vector3& to) {
+            return std::atan2(to[1] - front[1], to[0] - front[0]);
+        };
+        const double degrees = std::abs(direction(left) - direction(right)) * 180.0 / std::numbers::pi;
+        const Vector3 aside{0.0, 3.0, 0.0}; // not on the length's own handles
+        EXPECT_NEAR(
+            values(draw({left + aside, inPlane(front) + aside, inPlane(right) + aside}, false)).degrees,
+            std::min(degrees, 360.0 - degrees), 0.2);
+
+        workspace_->mpr().moveCrosshair(region->centre);
+        const double half = region->radius * 0.6;
+        press(Qt::Key_K);
+        const Vector3 centre = region->centre;
+        const auto box =
+            values(draw({centre + Vector3{-half, -half, 0.0}, centre + Vector3{half, half, 0.0}}, true));
+        EXPECT_NEAR(box.area, 4.0 * half * half, 0.01 * 4.0 * half * half);
+        ASSERT_TRUE(box.samples.has_value());
+        EXPECT_NEAR(box.samples->mean, region->grey, 0.01 * std::abs(region->grey));
     }
 }
 
