@@ -3,6 +3,7 @@
 #include "imaging/rendering/PlaneView.h"
 #include "imaging/rendering/VolumeView.h"
 #include "viewer/MainWindow.h"
+#include "viewer/MprGuideOverlay.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
@@ -15,7 +16,9 @@
 #include <QTest>
 #include <QWheelEvent>
 
+#include <cmath>
 #include <cstdio>
+#include <numbers>
 
 namespace zorbel {
 
@@ -136,6 +139,24 @@ void TourHands::drag(
     for (const QPointF& point : path)
         sendMouse(widget, QEvent::MouseMove, point, modifiers);
     sendMouse(widget, QEvent::MouseButtonRelease, path.back(), modifiers);
+}
+
+void TourHands::turnPlanes() {
+    press(Qt::Key_R);
+    const QString axialGuide = QStringLiteral("axialGuide");
+    const auto* guide = find<MprGuideOverlay>(axialGuide);
+    if (!guide)
+        return;
+    const Point2 center = guide->guide().view().center;
+    const Point2 handle = guide->guide().handles(0).rotation[0];
+    const double radius = length(handle - center);
+    const double begin = std::atan2(handle.y - center.y, handle.x - center.x);
+    std::vector<QPointF> path;
+    for (int step = 0; step <= 14; ++step) {
+        const double angle = begin + 2.0 * step * std::numbers::pi / 180.0;
+        path.emplace_back(center.x + radius * std::cos(angle), center.y + radius * std::sin(angle));
+    }
+    drag(axialGuide, path, Qt::ShiftModifier);
 }
 
 void TourHands::closeMessage() {

@@ -49,6 +49,9 @@ public:
     /// With the left button, from the path's first point to its last.
     void
     drag(const QString& objectName, const std::vector<QPointF>& path, Qt::KeyboardModifiers modifiers = {});
+    /// Takes a rotation handle of the axial view and leads it around the crosshair, a little less than 30°:
+    /// Shift makes it that.
+    void turnPlanes();
     void closeMessage();
 
     /// −1 when no row of the study list holds the text.

@@ -18,6 +18,8 @@ void planSources(GuidedTour& tour, DemoControl& control);
 void planWorkspace(GuidedTour& tour);
 /// Panoramic and cephalometric images, turned and inverted.
 void planImages(GuidedTour& tour);
+/// Measurements, findings and key images, on the jaw volume and on the panoramic image.
+void planRecords(GuidedTour& tour);
 /// A study of several series.
 void planSeriesChoice(GuidedTour& tour);
 /// Every listed study that was not opened yet: what the user imported.

@@ -77,25 +77,6 @@ double lineAngle(const TourHands& hands) {
     return std::atan2(direction.y, direction.x);
 }
 
-/// Takes a rotation handle of the axial view and leads it around the crosshair, a little less than 30°: Shift
-/// makes it that.
-void turnPlanes(TourHands& hands) {
-    hands.press(Qt::Key_R);
-    const auto* guide = hands.find<MprGuideOverlay>(axialGuide);
-    if (!guide)
-        return;
-    const Point2 center = guide->guide().view().center;
-    const Point2 handle = guide->guide().handles(0).rotation[0];
-    const double radius = length(handle - center);
-    const double begin = std::atan2(handle.y - center.y, handle.x - center.x);
-    std::vector<QPointF> path;
-    for (int step = 0; step <= 14; ++step) {
-        const double angle = begin + 2.0 * step * std::numbers::pi / 180.0;
-        path.emplace_back(center.x + radius * std::cos(angle), center.y + radius * std::sin(angle));
-    }
-    hands.drag(axialGuide, path, Qt::ShiftModifier);
-}
-
 void planOblique(GuidedTour& tour) {
     auto& hands = tour.hands();
     const auto before = std::make_shared<double>(0.0);
@@ -103,7 +84,7 @@ void planOblique(GuidedTour& tour) {
         QStringLiteral("oblique-30"),
         [&hands, before] {
             *before = lineAngle(hands);
-            turnPlanes(hands);
+            hands.turnPlanes();
         },
         [&hands, before] {
             const double turned = std::remainder(lineAngle(hands) - *before, 2.0 * std::numbers::pi);

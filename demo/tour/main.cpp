@@ -47,6 +47,7 @@ int main(int argc, char** argv) {
         planSources(*tour, *control);
         planWorkspace(*tour);
         planImages(*tour);
+        planRecords(*tour);
         planSeriesChoice(*tour);
         planFurtherStudies(*tour);
         tour->start();

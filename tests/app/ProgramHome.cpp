@@ -16,10 +16,17 @@ QByteArray contents(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// An archived image below the cache folder.
-bool isArchivedImage(const QString& pathInCache) {
-    static const QRegularExpression image(QStringLiteral("/series/[0-9.]+/[^/]+\\.dcm$"));
-    return image.match(pathInCache).hasMatch();
+/// What a user's own folder below the cache folder holds of patients: archived images, and the list of recent
+/// studies.
+bool mayNamePatients(const QString& pathInCache) {
+    static const QRegularExpression names(
+        QStringLiteral("(/series/[0-9.]+/[^/]+\\.dcm|(^|/)[0-9a-f]{24}/recent-studies\\.json)$"));
+    return names.match(pathInCache).hasMatch();
+}
+
+/// The user's own list of what he opened: it names the patients, below the cache folder alone.
+bool isRecentStudies(const QString& pathInCache) {
+    return pathInCache.section(QLatin1Char('/'), -1) == QLatin1String("recent-studies.json");
 }
 
 /// The manifest of a volume cache or of an archive below the cache folder, without its digests.
@@ -115,7 +122,7 @@ QStringList ProgramHome::secretsFound(const QStringList& words, const QString& e
         QString text = QString::fromLatin1(contents(name));
         const QString inFolder = folder_.path() + QStringLiteral("/cache/");
         const QString inCache = name.startsWith(inFolder) ? name.mid(inFolder.size()) : QString();
-        for (const QString& word : isArchivedImage(inCache) ? QStringList() : words)
+        for (const QString& word : mayNamePatients(inCache) ? QStringList() : words)
             if (text.contains(word, Qt::CaseInsensitive))
                 found += name + QStringLiteral(": ") + word;
         const auto match = token.match(withoutDigests(inCache, text));

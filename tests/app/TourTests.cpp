@@ -59,14 +59,19 @@ TEST(ProgramHome, findsTheSecretsThatItLooksFor) {
     ASSERT_TRUE(QDir(home.path("cache")).mkpath(QStringLiteral("s/1.2/series/1.3")));
     write("cache/s/1.2/manifest.json", "{\"sha256\": \"" + digest + "\"}");
     write("cache/s/1.2/series/1.3/a.dcm", "Phantom^Jaw");
+    ASSERT_TRUE(QDir(home.path("cache")).mkpath(QStringLiteral("0123456789abcdef01234567")));
+    write("cache/0123456789abcdef01234567/recent-studies.json", "Phantom^Jaw");
+    write("cache/s/recent-studies.json", "[{\"patientName\": \"Phantom^Jaw\"}]");
     EXPECT_EQ(found(), 0);
+    write("data/recent-studies.json", "[{\"patientName\": \"Phantom^Jaw\"}]");
     write("cache/a", "x PHANTOM^JAW x");
     write("data/.b", "mail a@b.example");
     write("config/c", digest);
     write("config/manifest.json", "{\"sha256\": \"" + digest + "\"}");
     write("cache/s/1.2/series/1.3/archive-manifest.json", "{\"token\": \"" + digest + "\"}");
     write("cache/s/1.2/series/1.3/b.txt", "Phantom^Jaw");
-    EXPECT_EQ(found(), 6);
+    write("cache/s/recent-studies.json", "Phantom^Jaw");
+    EXPECT_EQ(found(), 7);
 }
 
 TEST(GuidedTour, showsEveryStopAndLeavesNoSecretBehind) {
@@ -127,6 +132,13 @@ TEST(GuidedTour, showsEveryStopAndLeavesNoSecretBehind) {
           "panoramic-inverted",
           "cephalometric",
           "cephalometric-rotated",
+          "measured-axial",
+          "regions-coronal",
+          "measured-oblique",
+          "findings",
+          "finding-recorded",
+          "key-image",
+          "measured-panoramic",
           "series-choice",
           "chosen-series"}) {
         const QStringList matching = taken.filter(QStringLiteral("-%1.png").arg(QLatin1String(stop)));
