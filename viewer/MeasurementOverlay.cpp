@@ -17,6 +17,8 @@ namespace {
 
 constexpr double handleHalfSide = 3.5;
 constexpr QRgb rim = 0xB0041426;
+constexpr QRgb labelGround = 0x90041426;
+constexpr QRgb labelGround = 0x90041426;
 
 Point2 toPoint(const QPointF& position) {
     return {position.x(), position.y()};
@@ -111,12 +113,15 @@ void MeasurementOverlay::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setFont(labelFont());
-    for (const auto& picture :
-         MeasurementDrawing::of(measurements_.list(), measurements_.editor(), view, labelOf, sizeOf))
+    const auto pictures =
+        MeasurementDrawing::of(measurements_.list(), measurements_.editor(), view, labelOf, sizeOf);
+    for (const auto& picture : pictures)
         paint(painter, picture);
+    for (const auto& picture : pictures) // over the lines of all
+        paintLabel(painter, picture);
 }
 
-void MeasurementOverlay::paint(QPainter& painter, const MeasurementPicture& picture) const {
+void MeasurementOverlay::paint(QPainter& painter, const MeasurementPicture& picture) {
     const QColor line = QColor::fromRgb(picture.lineColour);
     for (const auto& polyline : picture.shape.body)
         stroke(painter, polygonOf(polyline), line, picture.isInHand ? 2.0 : 1.5);
@@ -130,14 +135,20 @@ void MeasurementOverlay::paint(QPainter& painter, const MeasurementPicture& pict
                 handle.x - handleHalfSide, handle.y - handleHalfSide, 2 * handleHalfSide,
                 2 * handleHalfSide));
     }
+}
+
+void MeasurementOverlay::paintLabel(QPainter& painter, const MeasurementPicture& picture) {
     if (picture.label.empty())
         return;
     const auto& box = picture.labelBox;
     const QRectF area(box.corner.x, box.corner.y, box.size.x, box.size.y);
     const QString label = QString::fromStdString(picture.label);
-    painter.setPen(QColor::fromRgba(rim));
-    for (const QPointF& shift : {QPointF(-1, 0), QPointF(1, 0), QPointF(0, -1), QPointF(0, 1)})
-        painter.drawText(area.translated(shift), Qt::AlignLeft | Qt::AlignTop | Qt::TextDontClip, label);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgba(labelGround));
+    painter.drawRoundedRect(area.adjusted(-3.0, -1.0, 3.0, 1.0), 3.0, 3.0);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgba(labelGround)); // light letters must be read on enamel as well
+    painter.drawRoundedRect(area.adjusted(-3.0, -1.0, 3.0, 1.0), 3.0, 3.0);
     painter.setPen(QColor::fromRgb(picture.labelColour));
     painter.drawText(area, Qt::AlignLeft | Qt::AlignTop | Qt::TextDontClip, label);
 }
