@@ -1,6 +1,7 @@
 #include "viewer/MainToolBar.h"
 
 #include "resources/Resources.h"
+#include "viewer/ElidedLabel.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -9,6 +10,12 @@
 #include <QVBoxLayout>
 
 namespace zorbel {
+
+namespace {
+
+constexpr int longestIdentity = 380; // pixels; the actions need the rest
+
+} // namespace
 
 MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, QWidget* parent)
     : QToolBar(QStringLiteral("Main"), parent) {
@@ -26,13 +33,13 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
 
     auto* identity = new QWidget;
     identity->setObjectName(QStringLiteral("identityChip"));
-    auto* who = new QLabel(
+    auto* who = new ElidedLabel(
         QStringLiteral("%1  •  %2")
             .arg(
                 profile.name.isEmpty() ? profile.email : profile.name,
                 profile.organizationName.isEmpty() ? profile.organizationId : profile.organizationName));
     who->setObjectName(QStringLiteral("identityText"));
-    who->setTextFormat(Qt::PlainText);
+    who->setMaximumWidth(longestIdentity);
     auto* caption = new QLabel(QStringLiteral("Clinical workspace"));
     caption->setObjectName(QStringLiteral("identityCaption"));
     auto* identityLayout = new QVBoxLayout(identity);

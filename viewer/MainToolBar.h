@@ -11,7 +11,8 @@ class QToolButton;
 namespace zorbel {
 
 /// The toolbar named "Main": logo, who is signed in, and the actions on the whole workspace. In a narrow
-/// window the less needed actions show their icons alone, so that the sign-out stays in sight.
+/// window the less needed actions show their icons alone and a long name is cut, so that the sign-out stays
+/// in sight.
 class MainToolBar : public QToolBar {
     Q_OBJECT
 

@@ -3,6 +3,7 @@
 #include "api/StudyClassification.h"
 #include "app/log/Logger.h"
 #include "resources/Resources.h"
+#include "viewer/ElidedLabel.h"
 #include "viewer/FindingsDialog.h"
 #include "viewer/LoadingOverlay.h"
 #include "viewer/MainToolBar.h"
@@ -98,17 +99,16 @@ void MainWindow::buildToolBar() {
 }
 
 void MainWindow::buildStatusBar() {
-    status_ = new QLabel(QStringLiteral("Ready"));
+    status_ = new ElidedLabel(QStringLiteral("Ready"));
     status_->setObjectName(QStringLiteral("statusText"));
-    status_->setTextFormat(Qt::PlainText);
     status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    status_->setMinimumWidth(260);
     notice_ = new QLabel;
     notice_->setObjectName(QStringLiteral("statusNotice"));
     notice_->setTextFormat(Qt::PlainText);
     notice_->hide();
-    source_ = new QLabel;
+    source_ = new ElidedLabel;
     source_->setObjectName(QStringLiteral("statusSource"));
-    source_->setTextFormat(Qt::PlainText);
     busy_ = new QProgressBar;
     busy_->setObjectName(QStringLiteral("statusBusy"));
     busy_->setRange(0, 0);

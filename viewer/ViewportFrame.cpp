@@ -1,32 +1,14 @@
 #include "viewer/ViewportFrame.h"
 
+#include "viewer/ElidedLabel.h"
+
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPainter>
 #include <QStyle>
 #include <QVBoxLayout>
 
 namespace zorbel {
-
-namespace {
-
-/// Gives way to the bar's controls in a narrow viewport.
-class ElidedLabel : public QLabel {
-public:
-    ElidedLabel() { setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setPen(palette().color(QPalette::WindowText));
-        painter.drawText(
-            contentsRect(), Qt::AlignRight | Qt::AlignVCenter,
-            fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width()));
-    }
-};
-
-} // namespace
 
 ViewportFrame::ViewportFrame(const QString& name, const QColor& colour, QWidget* view, QWidget* parent)
     : QFrame(parent), view_(view) {
@@ -42,7 +24,8 @@ ViewportFrame::ViewportFrame(const QString& name, const QColor& colour, QWidget*
     mark->setFixedSize(8, 8);
     mark->setStyleSheet(QStringLiteral("background:%1;border-radius:4px;").arg(colour.name()));
     auto* title = new QLabel(name);
-    info_ = new ElidedLabel;
+    info_ = new ElidedLabel({}, Qt::AlignRight | Qt::AlignVCenter);
+    info_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // gives way to the bar's controls
     info_->setObjectName(QStringLiteral("sliceLabel"));
     bar_->addWidget(mark);
     bar_->addSpacing(3);
