@@ -18,7 +18,6 @@ namespace {
 constexpr double handleHalfSide = 3.5;
 constexpr QRgb rim = 0xB0041426;
 constexpr QRgb labelGround = 0x90041426;
-constexpr QRgb labelGround = 0x90041426;
 
 Point2 toPoint(const QPointF& position) {
     return {position.x(), position.y()};
@@ -143,9 +142,6 @@ void MeasurementOverlay::paintLabel(QPainter& painter, const MeasurementPicture&
     const auto& box = picture.labelBox;
     const QRectF area(box.corner.x, box.corner.y, box.size.x, box.size.y);
     const QString label = QString::fromStdString(picture.label);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor::fromRgba(labelGround));
-    painter.drawRoundedRect(area.adjusted(-3.0, -1.0, 3.0, 1.0), 3.0, 3.0);
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor::fromRgba(labelGround)); // light letters must be read on enamel as well
     painter.drawRoundedRect(area.adjusted(-3.0, -1.0, 3.0, 1.0), 3.0, 3.0);

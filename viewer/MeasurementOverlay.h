@@ -38,7 +38,8 @@ protected:
 
 private:
     QFont labelFont() const;
-    void paint(QPainter& painter, const MeasurementPicture& picture) const;
+    static void paint(QPainter& painter, const MeasurementPicture& picture);
+    static void paintLabel(QPainter& painter, const MeasurementPicture& picture);
 
     MeasurementController& measurements_;
     std::function<MeasurementView()> viewNow_;
