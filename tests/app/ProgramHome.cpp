@@ -24,11 +24,6 @@ bool mayNamePatients(const QString& pathInCache) {
     return names.match(pathInCache).hasMatch();
 }
 
-/// The user's own list of what he opened: it names the patients, below the cache folder alone.
-bool isRecentStudies(const QString& pathInCache) {
-    return pathInCache.section(QLatin1Char('/'), -1) == QLatin1String("recent-studies.json");
-}
-
 /// The manifest of a volume cache or of an archive below the cache folder, without its digests.
 QString withoutDigests(const QString& pathInCache, QString text) {
     static const QRegularExpression digest(QStringLiteral("\"sha256\"\\s*:\\s*\"[0-9a-f]{64}\""));

@@ -152,6 +152,22 @@ TEST_F(ProgramTest, theNextStartNoticesAKilledSessionAndRemovesItsImages) {
     expectCleanEnd();
 }
 
+TEST_F(ProgramTest, offersTheStudyOfAKilledSessionAtTheNextStart) {
+    const QString shown = QStringLiteral(": ") + QString::fromStdString(demo::uidOf("study of bench 60 128"));
+    {
+        const auto process =
+            home_.start(QStringLiteral(ZORBEL_SCRIPTED_VIEWER), {QStringLiteral("stay-with-study")});
+        ASSERT_TRUE(waitForOutput(*process, "SOURCE"));
+        ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
+        ASSERT_TRUE(process->waitForFinished(patienceMs));
+    }
+    const Outcome outcome = play("recover");
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_TRUE(outcome.output.contains(shown));
+    EXPECT_TRUE(home_.log().contains(crashLock));
+    expectCleanEnd();
+}
+
 } // namespace
 } // namespace zorbel::test
 

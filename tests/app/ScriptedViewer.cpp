@@ -72,7 +72,7 @@ public:
         else {
             planSignIn();
             if (name == QLatin1String("linked-study"))
-                planLinkedStudy();
+                planShownStudy();
             if (name == QLatin1String("cancel-download"))
                 planCancel();
             if (name == QLatin1String("close-in-download"))
@@ -81,6 +81,16 @@ public:
                 planDownload();
                 add([] { return true; }, [] { say("DOWNLOADING"); });
                 add([] { return false; }, [] {});
+            }
+            if (name == QLatin1String("stay-with-study")) {
+                add([] { return true; }, [] { openFirstStudy(); });
+                planShownStudy();
+                add([] { return false; }, [] {});
+            }
+            if (name == QLatin1String("recover")) {
+                add([] { return messageBox() && messageBox()->objectName() == QLatin1String("recoveryBox"); },
+                    [] { QTest::mouseClick(messageBox()->button(QMessageBox::Yes), Qt::LeftButton); });
+                planShownStudy();
             }
             add([] { return true; }, [] { mainWindow()->close(); });
         }
@@ -125,7 +135,7 @@ private:
             },
             [] { say("SIGNED-IN"); });
     }
-    void planLinkedStudy() {
+    void planShownStudy() {
         add(
             [] {
                 const auto* source = visible<QLabel>("statusSource");
