@@ -82,7 +82,7 @@ void planMeasurements(GuidedTour& tour) {
         QStringLiteral("measured-axial"),
         [&hands] {
             draw(hands, Qt::Key_L, axialMeasurements, {{0.36, 0.42}, {0.5, 0.42}, {0.64, 0.42}});
-            place(hands, Qt::Key_G, axialMeasurements, {{0.36, 0.75}, {0.5, 0.25}, {0.64, 0.75}});
+            place(hands, Qt::Key_G, axialMeasurements, {{0.24, 0.82}, {0.24, 0.58}, {0.36, 0.66}});
             place(hands, Qt::Key_B, axialMeasurements, {{0.5, 0.8}});
         },
         [&hands] {
@@ -96,8 +96,8 @@ void planMeasurements(GuidedTour& tour) {
     tour.add(
         QStringLiteral("regions-coronal"),
         [&hands] {
-            draw(hands, Qt::Key_K, coronalMeasurements, {{0.25, 0.4}, {0.4, 0.55}});
-            draw(hands, Qt::Key_O, coronalMeasurements, {{0.6, 0.4}, {0.75, 0.55}});
+            draw(hands, Qt::Key_K, coronalMeasurements, {{0.12, 0.66}, {0.3, 0.8}});
+            draw(hands, Qt::Key_O, coronalMeasurements, {{0.42, 0.3}, {0.58, 0.44}});
         },
         [&hands] {
             const QString coronal = QStringLiteral("Coronal");
@@ -175,8 +175,6 @@ void planImageLength(GuidedTour& tour) {
     tour.add(
         QStringLiteral("measured-panoramic"),
         [&hands] {
-            if (hands.visible(QStringLiteral("toneChip"))) // as it was left
-                hands.press(Qt::Key_I);
             draw(hands, Qt::Key_L, imageMeasurements, {{0.35, 0.5}, {0.45, 0.55}, {0.55, 0.6}});
         },
         [&hands] {
