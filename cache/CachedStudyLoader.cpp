@@ -22,15 +22,6 @@ LoadError missing(const std::string& path) {
         "Cache manifest not present: " + path, -1};
 }
 
-void touch(const ViewerStorage& storage, const std::filesystem::path& folder) {
-    try {
-        storage.touch(folder);
-    } catch (const std::exception& error) {
-        Logger::instance().warn(
-            component, "The opened study keeps its age in the cache", {{"reason", error.what()}});
-    }
-}
-
 /// The image is here already: a service that is slow to name the study does not keep it back for long.
 StudyRequest lookUpPatiently(
     const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
@@ -55,13 +46,14 @@ CachedStudy loadCachedStudy(
     const std::string uid = study.studyInstanceUID.toStdString();
     try {
         const auto folder = options.storage->studyDirectory(uid);
-        cached.archived = StudyArchives(*options.storage).mayHold(study.studyInstanceUID);
+        const StudyArchives archives(*options.storage);
+        cached.archived = archives.mayHold(study.studyInstanceUID);
         cached.result = VolumeCacheReader(folder, options.manifestSchema, {}, uid).load(cancel.get());
         const auto* volume = std::get_if<ZorbelVolumeData>(&cached.result);
         if (!volume)
             return cached;
         cached.image = imaging::ImageAdapter::adapt(*volume);
-        touch(*options.storage, folder);
+        archives.touch(study.studyInstanceUID);
         if (study.orthancId.isEmpty())
             cached.study = lookUpPatiently(client, options, study, cancel);
     } catch (const ZorbelApiError& error) {

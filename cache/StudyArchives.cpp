@@ -58,16 +58,12 @@ bool holdsExactly(const ArchivedSeries& archived, const QStringList& ids) {
 
 } // namespace
 
-fs::path StudyArchives::seriesFolder(const QString& studyInstanceUID) const {
-    // Any series' archive lies in the folder of all of them.
-    return storage_.archiveDirectory(studyInstanceUID.toStdString(), "0").parent_path();
-}
-
 bool StudyArchives::mayHold(const QString& studyInstanceUID, const QString& seriesInstanceUID) const {
     try {
         std::error_code error;
         const std::string wanted = seriesInstanceUID.toStdString();
-        const auto folder = fs::directory_iterator(seriesFolder(studyInstanceUID), error);
+        const auto folder =
+            fs::directory_iterator(storage_.archivesDirectory(studyInstanceUID.toStdString()), error);
         return std::any_of(fs::begin(folder), fs::end(folder), [&](const fs::directory_entry& entry) {
             std::error_code ignored;
             return (wanted.empty() || seriesOf(entry) == wanted) && entry.is_directory(ignored);
@@ -80,7 +76,7 @@ bool StudyArchives::mayHold(const QString& studyInstanceUID, const QString& seri
 std::vector<OrthancSeriesSummary> StudyArchives::series(const QString& studyInstanceUID) const {
     std::vector<OrthancSeriesSummary> found;
     try {
-        const auto folder = seriesFolder(studyInstanceUID);
+        const auto folder = storage_.archivesDirectory(studyInstanceUID.toStdString());
         std::set<std::string> uids;
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(folder, error)) {

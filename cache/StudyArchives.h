@@ -46,7 +46,6 @@ public:
     void touch(const QString& studyInstanceUID) const;
 
 private:
-    std::filesystem::path seriesFolder(const QString& studyInstanceUID) const;
     void enforce(const StoragePolicy& policy) const;
 
     ViewerStorage storage_;

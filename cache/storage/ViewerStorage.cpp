@@ -105,11 +105,15 @@ fs::path ViewerStorage::studyDirectory(const std::string& studyInstanceUid) cons
     return scopeDirectory() / studyInstanceUid;
 }
 
+fs::path ViewerStorage::archivesDirectory(const std::string& studyInstanceUid) const {
+    return studyDirectory(studyInstanceUid) / "series";
+}
+
 fs::path ViewerStorage::archiveDirectory(
     const std::string& studyInstanceUid, const std::string& seriesInstanceUid) const {
     if (!isValidUid(seriesInstanceUid))
         throw std::invalid_argument("Invalid viewer cache series directory");
-    return studyDirectory(studyInstanceUid) / "series" / seriesInstanceUid;
+    return archivesDirectory(studyInstanceUid) / seriesInstanceUid;
 }
 
 PolicyResult ViewerStorage::applyPolicy(const StoragePolicy& policy, Time now) const {

@@ -48,6 +48,8 @@ public:
     /// groups separated by dots, at most 64 characters).
     std::filesystem::path studyDirectory(const std::string& studyInstanceUid) const;
     /// The same for both; "Invalid viewer cache series directory" for the series.
+    /// Of all archived series of a study.
+    std::filesystem::path archivesDirectory(const std::string& studyInstanceUid) const;
     std::filesystem::path
     archiveDirectory(const std::string& studyInstanceUid, const std::string& seriesInstanceUid) const;
 

@@ -13,13 +13,6 @@ using imaging::volumeBlendModeNames;
 using imaging::VolumePreset;
 using imaging::volumePresetNames;
 
-struct VolumeLighting {
-    static constexpr double ambient = 0.25;
-    static constexpr double diffuse = 0.65;
-    static constexpr double specular = 0.25;
-    static constexpr double specularPower = 18.0;
-};
-
 /// What the 3D view is to draw of the shown image, and what is said about it. One thread.
 class VolumeDisplay {
 public:

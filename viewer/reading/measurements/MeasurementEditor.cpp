@@ -147,19 +147,6 @@ MeasurementEditor::Outcome MeasurementEditor::placePoint() {
     return outcome;
 }
 
-MeasurementEditor::Outcome
-MeasurementEditor::input(const MeasurementView& view, const MeasurementInput& input) {
-    switch (input.phase) {
-    case MeasurementInput::Phase::Press:
-        return press(view, input.point);
-    case MeasurementInput::Phase::Move:
-        return move(view, input.point);
-    case MeasurementInput::Phase::Release:
-        break;
-    }
-    return release(view, input.point);
-}
-
 MeasurementEditor::Outcome MeasurementEditor::leave() {
     const bool changed = hovered_.id != 0;
     hovered_ = {};

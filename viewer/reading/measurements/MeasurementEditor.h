@@ -1,6 +1,5 @@
 #pragma once
 
-#include "viewer/reading/GuideEvent.h"
 #include "viewer/reading/measurements/MeasurementDraft.h"
 #include "viewer/reading/measurements/MeasurementList.h"
 #include "viewer/reading/measurements/MeasurementView.h"
@@ -62,8 +61,6 @@ public:
     Outcome press(const MeasurementView& view, const Point2& pointer);
     Outcome move(const MeasurementView& view, const Point2& pointer);
     Outcome release(const MeasurementView& view, const Point2& pointer);
-    /// The same, as the guide of a plane tells it.
-    Outcome input(const MeasurementView& view, const MeasurementInput& input);
     /// The pointer left the views.
     Outcome leave();
 
