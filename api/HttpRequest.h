@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/CancelFlag.h"
+#include "base/CancelFlag.h"
 
 #include <QByteArray>
 #include <QString>

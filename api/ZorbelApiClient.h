@@ -1,10 +1,10 @@
 #pragma once
 
 #include "api/ApiClientConfig.h"
-#include "api/CancelFlag.h"
 #include "api/StudyRecords.h"
 #include "api/UserProfile.h"
 #include "api/ZorbelApiError.h"
+#include "base/CancelFlag.h"
 
 #include <QByteArray>
 #include <QJsonObject>

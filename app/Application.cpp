@@ -1,14 +1,12 @@
 #include "app/Application.h"
 
-#include "api/LoginDialog.h"
 #include "api/ZorbelApiClient.h"
-#include "app/Identity.h"
 #include "app/LinkRequest.h"
 #include "app/ServiceHost.h"
 #include "app/SessionLock.h"
 #include "app/SettingsMigration.h"
 #include "app/StorageStartUp.h"
-#include "app/StyleSheet.h"
+#include "app/identity/Identity.h"
 #include "app/log/FileSink.h"
 #include "app/log/Logger.h"
 #include "app/telemetry/TelemetryEmitter.h"
@@ -19,8 +17,10 @@
 #include "platform/PrivateFile.h"
 #include "platform/SystemInfo.h"
 #include "resources/Resources.h"
+#include "resources/StyleSheet.h"
 #include "settings/SourceSettings.h"
-#include "viewer/MainWindow.h"
+#include "signin/LoginDialog.h"
+#include "viewer/window/MainWindow.h"
 
 #include <QApplication>
 #include <QFileInfo>

@@ -10,7 +10,7 @@
 #include "cache/volume/Sha256.h"
 #include "cache/volume/VolumeCacheManifest.h"
 #include "cache/volume/VolumeCacheReader.h"
-#include "cache/volume/VolumeCacheWriter.h"
+#include "cache/writer/VolumeCacheWriter.h"
 #include "demo/DemoAccounts.h"
 
 #include <nlohmann/json.hpp>

@@ -1,11 +1,11 @@
 #include "benchmarks/PlaneBench.h"
 
+#include "base/WorkerPool.h"
 #include "benchmarks/ChildProcess.h"
 #include "benchmarks/Statistics.h"
-#include "imaging/VoxelBuffer.h"
-#include "imaging/WorkerPool.h"
 #include "imaging/planes/PlaneSampler.h"
 #include "imaging/rendering/PlaneView.h"
+#include "imaging/volume/VoxelBuffer.h"
 
 #include <nlohmann/json.hpp>
 
@@ -78,7 +78,7 @@ std::shared_ptr<const Image> benchVolume() {
     constexpr std::size_t bytes = side * side * side * sizeof(std::int16_t);
     const std::shared_ptr<std::byte[]> buffer = imaging::newVoxelBuffer(bytes);
     auto* voxels = reinterpret_cast<std::int16_t*>(buffer.get());
-    imaging::parallelFor(side, 1, [&](std::size_t slice, std::size_t) {
+    parallelFor(side, 1, [&](std::size_t slice, std::size_t) {
         std::minstd_rand noise(static_cast<unsigned>(slice + 1));
         std::int16_t* out = voxels + slice * side * side;
         for (std::size_t row = 0; row < side; ++row) {

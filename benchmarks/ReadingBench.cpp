@@ -7,7 +7,7 @@
 #include "benchmarks/StudyOpening.h"
 #include "imaging/rendering/PlaneView.h"
 #include "imaging/rendering/VolumeView.h"
-#include "viewer/MainWindow.h"
+#include "viewer/window/MainWindow.h"
 
 #include <QApplication>
 #include <QDialog>

@@ -1,7 +1,7 @@
 #include "benchmarks/ReadingDriver.h"
 
 #include "demo/DemoAccounts.h"
-#include "viewer/MainWindow.h"
+#include "viewer/window/MainWindow.h"
 
 #include <QAbstractButton>
 #include <QApplication>

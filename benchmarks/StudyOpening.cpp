@@ -2,7 +2,7 @@
 
 #include "cache/StudyLoadController.h"
 #include "imaging/rendering/VolumeView.h"
-#include "viewer/MainWindow.h"
+#include "viewer/window/MainWindow.h"
 
 #include <QElapsedTimer>
 #include <QListWidget>

@@ -1,12 +1,12 @@
 #include "cache/OrthancStudyLoader.h"
 
 #include "api/LogReason.h"
-#include "api/StudyClassification.h"
 #include "app/log/Logger.h"
-#include "cache/IncompleteDicomSeries.h"
 #include "cache/ReceivedSeries.h"
 #include "cache/SeriesSuggestion.h"
 #include "cache/SessionWorkspace.h"
+#include "cache/StudyClassification.h"
+#include "cache/rules/IncompleteDicomSeries.h"
 #include "imaging/DicomSeriesReader.h"
 
 #include <algorithm>
@@ -388,7 +388,7 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
         result.outcome = Outcome::Loaded;
     } catch (const LoadCancelled&) {
         fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
-    } catch (const imaging::DicomReadCancelled&) {
+    } catch (const WorkCancelled&) {
         fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
     } catch (const IncompleteDicomSeriesError& error) {
         fail(Outcome::Incomplete, QString::fromUtf8(error.what()), {});

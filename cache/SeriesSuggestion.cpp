@@ -1,6 +1,6 @@
 #include "cache/SeriesSuggestion.h"
 
-#include "api/StudyClassification.h"
+#include "cache/StudyClassification.h"
 
 #include <QSet>
 

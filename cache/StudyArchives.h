@@ -1,7 +1,7 @@
 #pragma once
 
-#include "api/CancelFlag.h"
 #include "api/StudyRecords.h"
+#include "base/CancelFlag.h"
 #include "cache/ReceivedSeries.h"
 #include "cache/SessionWorkspace.h"
 #include "cache/storage/ViewerStorage.h"

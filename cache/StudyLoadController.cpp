@@ -1,9 +1,9 @@
 #include "cache/StudyLoadController.h"
 
-#include "api/BackgroundTask.h"
 #include "api/LogReason.h"
 #include "app/log/CorrelationId.h"
 #include "app/log/Logger.h"
+#include "base/qt/BackgroundTask.h"
 #include "cache/SeriesSuggestion.h"
 
 #include <utility>

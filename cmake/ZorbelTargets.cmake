@@ -6,7 +6,6 @@ option(ZORBEL_SANITIZE_THREAD "Build with ThreadSanitizer" OFF)
 option(ZORBEL_FUZZ "Build the fuzz targets, everything instrumented for them; needs Clang and ZORBEL_SANITIZE_ADDRESS" OFF)
 
 add_library(zorbel_flags INTERFACE)
-target_include_directories(zorbel_flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(zorbel_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
     -Woverloaded-virtual -Wcast-align -Wunused -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
@@ -28,19 +27,55 @@ if(ZORBEL_SANITIZE_THREAD)
     target_link_options(zorbel_flags INTERFACE -fsanitize=thread)
 endif()
 
-# zorbel_library(name SOURCES … LINKS …): one folder's static library. LINKS are public, so that who may know whom
-# is read off the target graph.
-function(zorbel_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
-    add_library(${name} STATIC ${ARG_SOURCES})
-    target_link_libraries(${name} PUBLIC zorbel_flags ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS})
+# zorbel_headers(target PUBLIC|PRIVATE|INTERFACE folder…): the headers that lie directly in these folders (relative to
+# this one) are found by this target, and with PUBLIC or INTERFACE by those that link it, as "path/from/the/top/Name.h".
+# Each target has a folder of links of its own in the build folder, so that a header of a target that is not linked is
+# not found.
+function(zorbel_headers target visibility)
+    set(links ${CMAKE_BINARY_DIR}/include/${target})
+    set(wanted "")
+    foreach(folder IN LISTS ARGN)
+        cmake_path(ABSOLUTE_PATH folder NORMALIZE)
+        string(REGEX REPLACE "/$" "" folder ${folder})
+        file(GLOB headers CONFIGURE_DEPENDS ${folder}/*.h)
+        foreach(header IN LISTS headers)
+            cmake_path(RELATIVE_PATH header BASE_DIRECTORY ${CMAKE_SOURCE_DIR} OUTPUT_VARIABLE path)
+            list(APPEND wanted ${links}/${path})
+            if(NOT EXISTS ${links}/${path})
+                cmake_path(GET path PARENT_PATH parent)
+                file(MAKE_DIRECTORY ${links}/${parent})
+                file(CREATE_LINK ${header} ${links}/${path} SYMBOLIC COPY_ON_ERROR)
+            endif()
+        endforeach()
+    endforeach()
+    # Those of headers that were moved or deleted.
+    file(GLOB_RECURSE present LIST_DIRECTORIES false ${links}/*.h)
+    list(REMOVE_ITEM present ${wanted})
+    if(present)
+        file(REMOVE ${present})
+    endif()
+    target_include_directories(${target} ${visibility} ${links})
 endfunction()
 
-# zorbel_program(name SOURCES … LINKS …): an executable in the build's bin folder.
+# zorbel_library(name SOURCES … LINKS … [FOLDERS …]): a static library. FOLDERS, by default the folder it is declared in,
+# hold its headers (see zorbel_headers). LINKS are public, so that who may know whom is read off the target graph.
+function(zorbel_library name)
+    cmake_parse_arguments(ARG "" "" "FOLDERS;SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+    if(NOT ARG_FOLDERS)
+        set(ARG_FOLDERS .)
+    endif()
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC zorbel_flags ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS})
+    zorbel_headers(${name} PUBLIC ${ARG_FOLDERS})
+endfunction()
+
+# zorbel_program(name SOURCES … LINKS …): an executable in the build's bin folder. It also finds the headers that lie
+# beside it.
 function(zorbel_program name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE zorbel_flags ${ARG_LINKS})
+    zorbel_headers(${name} PRIVATE .)
 endfunction()
 
 # zorbel_test(name LABEL unit|service|ui|render SOURCES … LINKS … [TIMEOUT s] [ENVIRONMENT …]): one GoogleTest
@@ -53,7 +88,7 @@ function(zorbel_test name)
         set(ARG_TIMEOUT 300)
     endif()
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE zorbel_flags ${ARG_LINKS})
+    target_link_libraries(${name} PRIVATE zorbel_flags zorbel_test_headers ${ARG_LINKS})
     if(ARG_LABEL MATCHES "^(ui|render)$")
         list(PREPEND ARG_LAUNCHER ${CMAKE_SOURCE_DIR}/scripts/with-display.sh)
     else()

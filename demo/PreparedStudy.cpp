@@ -1,8 +1,8 @@
 #include "demo/PreparedStudy.h"
 
-#include "app/Identity.h"
+#include "app/identity/Identity.h"
 #include "cache/storage/ViewerStorage.h"
-#include "cache/volume/VolumeCacheWriter.h"
+#include "cache/writer/VolumeCacheWriter.h"
 #include "demo/PhantomStudies.h"
 #include "imaging/DicomSeriesReader.h"
 

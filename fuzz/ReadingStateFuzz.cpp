@@ -1,7 +1,7 @@
 // A file of the reading state; the first byte says which. What can be read is the same after it was written
 // again.
 #include "fuzz/FuzzSupport.h"
-#include "viewer/reading/measurements/MeasurementRecords.h"
+#include "viewer/reading/records/MeasurementRecords.h"
 #include "viewer/reading/state/HangingProtocol.h"
 #include "viewer/reading/state/ReadingPosition.h"
 #include "viewer/reading/state/RecentStudies.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "imaging/ImageMetadata.h"
-#include "imaging/Vector3.h"
+#include "imaging/geometry/Vector3.h"
 
 #include <array>
 #include <cstddef>

@@ -1,11 +1,11 @@
 #include "imaging/DicomSeriesReader.h"
 
-#include "imaging/VoxelBuffer.h"
-#include "imaging/WorkerPool.h"
+#include "base/WorkerPool.h"
 #include "imaging/dicom/BlockBuilder.h"
 #include "imaging/dicom/FrameDecoder.h"
 #include "imaging/dicom/GdcmSetup.h"
 #include "imaging/dicom/VoxelConversion.h"
+#include "imaging/volume/VoxelBuffer.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "imaging/ImageGeometry.h"
 #include "imaging/ImageMetadata.h"
 #include "imaging/VoxelType.h"
+#include "imaging/geometry/ImageGeometry.h"
 
 #include <cstddef>
 #include <memory>

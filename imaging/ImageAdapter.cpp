@@ -1,6 +1,6 @@
 #include "imaging/ImageAdapter.h"
 
-#include "imaging/WorkerPool.h"
+#include "base/WorkerPool.h"
 
 #include <algorithm>
 #include <bit>

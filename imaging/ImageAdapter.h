@@ -1,7 +1,7 @@
 #pragma once
 
 #include "imaging/Image.h"
-#include "imaging/ZorbelVolumeData.h"
+#include "imaging/volume/ZorbelVolumeData.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 #include "tools/VolumePack.h"
 
-#include "cache/IncompleteDicomSeries.h"
-#include "cache/volume/VolumeCacheWriter.h"
+#include "cache/rules/IncompleteDicomSeries.h"
+#include "cache/writer/VolumeCacheWriter.h"
 #include "platform/SilentStandardError.h"
 #include "tools/DicomFolder.h"
 

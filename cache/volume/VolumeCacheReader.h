@@ -2,7 +2,7 @@
 
 #include "cache/volume/LoadError.h"
 #include "cache/volume/VolumeCacheOptions.h"
-#include "imaging/ZorbelVolumeData.h"
+#include "imaging/volume/ZorbelVolumeData.h"
 
 #include <atomic>
 #include <filesystem>

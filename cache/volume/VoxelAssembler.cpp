@@ -3,7 +3,7 @@
 #include "app/log/Logger.h"
 #include "cache/volume/CacheLoadCancelled.h"
 #include "cache/volume/ChunkDecompressor.h"
-#include "imaging/VoxelBuffer.h"
+#include "imaging/volume/VoxelBuffer.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cache/volume/IntegrityChecker.h"
-#include "imaging/ZorbelVolumeData.h"
+#include "imaging/volume/ZorbelVolumeData.h"
 
 namespace zorbel {
 

@@ -1,6 +1,6 @@
 #include "GuidedTour.h"
 
-#include "viewer/MainWindow.h"
+#include "viewer/window/MainWindow.h"
 
 #include <QApplication>
 #include <QDialog>

@@ -1,8 +1,8 @@
 #include "GuidedTour.h"
 #include "TourStops.h"
 
-#include "viewer/DentalChart.h"
-#include "viewer/reading/findings/FindingCategory.h"
+#include "viewer/findings/DentalChart.h"
+#include "viewer/reading/records/FindingCategory.h"
 
 #include <QTableWidget>
 #include <QTest>

@@ -2,8 +2,8 @@
 
 #include "imaging/rendering/PlaneView.h"
 #include "imaging/rendering/VolumeView.h"
-#include "viewer/MainWindow.h"
-#include "viewer/MprGuideOverlay.h"
+#include "viewer/mpr/MprGuideOverlay.h"
+#include "viewer/window/MainWindow.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>

@@ -4,8 +4,8 @@
 #include "imaging/display/VolumePreset.h"
 #include "imaging/planes/Slab.h"
 #include "imaging/rendering/PlaneView.h"
-#include "viewer/MprGuideOverlay.h"
-#include "viewer/reading/WindowPresets.h"
+#include "viewer/mpr/MprGuideOverlay.h"
+#include "viewer/reading/display/WindowPresets.h"
 
 #include <QComboBox>
 #include <QTest>

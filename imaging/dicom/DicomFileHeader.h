@@ -1,8 +1,8 @@
 #pragma once
 
 #include "imaging/ImageMetadata.h"
-#include "imaging/Vector3.h"
 #include "imaging/dicom/PixelDataLocation.h"
+#include "imaging/geometry/Vector3.h"
 
 #include <array>
 #include <cstdint>

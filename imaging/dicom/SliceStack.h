@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/Vector3.h"
+#include "imaging/geometry/Vector3.h"
 
 #include <cstddef>
 #include <vector>

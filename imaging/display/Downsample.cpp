@@ -1,6 +1,6 @@
 #include "imaging/display/Downsample.h"
 
-#include "imaging/WorkerPool.h"
+#include "base/WorkerPool.h"
 #include "imaging/display/VisitVoxels.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "imaging/display/Raster8.h"
 
-#include "imaging/WorkerPool.h"
+#include "base/WorkerPool.h"
 #include "imaging/display/DefaultWindow.h"
 #include "imaging/display/VisitVoxels.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/planes/PlaneGeometry.h"
+#include "imaging/geometry/PlaneGeometry.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "imaging/Vector3.h"
 #include "imaging/VoxelType.h"
+#include "imaging/geometry/Vector3.h"
 #include "imaging/planes/Slab.h"
 
 #include <array>

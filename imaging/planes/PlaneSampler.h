@@ -2,7 +2,7 @@
 
 #include "imaging/Image.h"
 #include "imaging/VoiTransform.h"
-#include "imaging/planes/PlaneGeometry.h"
+#include "imaging/geometry/PlaneGeometry.h"
 #include "imaging/planes/PlaneKernel.h"
 #include "imaging/planes/PlaneValues.h"
 #include "imaging/planes/Slab.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "imaging/ImageGeometry.h"
-#include "imaging/planes/PlaneGeometry.h"
-#include "imaging/planes/ViewDirection.h"
+#include "imaging/geometry/ImageGeometry.h"
+#include "imaging/geometry/PlaneGeometry.h"
+#include "imaging/geometry/ViewDirection.h"
 
 #include <functional>
 #include <optional>

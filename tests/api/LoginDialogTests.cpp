@@ -1,6 +1,6 @@
 #include "ApiTestSupport.h"
 
-#include "api/LoginDialog.h"
+#include "signin/LoginDialog.h"
 
 #include <QApplication>
 #include <QLabel>

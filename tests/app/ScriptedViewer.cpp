@@ -1,5 +1,5 @@
 #include "app/Application.h"
-#include "viewer/MainWindow.h"
+#include "viewer/window/MainWindow.h"
 
 #include <QApplication>
 #include <QDir>

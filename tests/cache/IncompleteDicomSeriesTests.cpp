@@ -1,5 +1,5 @@
-#include "cache/IncompleteDicomSeries.h"
 #include "cache/StudyLoadGuard.h"
+#include "cache/rules/IncompleteDicomSeries.h"
 
 #include <gtest/gtest.h>
 

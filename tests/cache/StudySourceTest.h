@@ -1,7 +1,7 @@
 #pragma once
 
 #include "LoadRecorder.h"
-#include "cache/volume/VolumeCacheWriter.h"
+#include "cache/writer/VolumeCacheWriter.h"
 #include "imaging/DicomSeriesReader.h"
 
 #include <filesystem>

@@ -1,5 +1,5 @@
 #include "imaging/planes/SliceNavigationController.h"
-#include "viewer/reading/CrosshairModel.h"
+#include "viewer/reading/planes/CrosshairModel.h"
 
 #include <gtest/gtest.h>
 

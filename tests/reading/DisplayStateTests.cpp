@@ -1,10 +1,10 @@
-#include "viewer/reading/Image2DState.h"
-#include "viewer/reading/NumberText.h"
-#include "viewer/reading/SlabModel.h"
-#include "viewer/reading/VolumeDisplay.h"
-#include "viewer/reading/WheelStep.h"
-#include "viewer/reading/WindowDrag.h"
-#include "viewer/reading/WindowPresets.h"
+#include "viewer/reading/base/NumberText.h"
+#include "viewer/reading/display/Image2DState.h"
+#include "viewer/reading/display/SlabModel.h"
+#include "viewer/reading/display/VolumeDisplay.h"
+#include "viewer/reading/display/WheelStep.h"
+#include "viewer/reading/display/WindowDrag.h"
+#include "viewer/reading/display/WindowPresets.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "viewer/reading/MprGuide.h"
+#include "viewer/reading/planes/MprGuide.h"
 
 #include <gtest/gtest.h>
 

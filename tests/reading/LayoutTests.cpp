@@ -1,4 +1,4 @@
-#include "viewer/reading/LayoutModel.h"
+#include "viewer/reading/workspace/LayoutModel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "app/log/Logger.h"
-#include "viewer/reading/MprPlanes.h"
-#include "viewer/reading/RotationTrace.h"
+#include "viewer/reading/planes/MprPlanes.h"
+#include "viewer/reading/planes/RotationTrace.h"
 
 #include <gtest/gtest.h>
 

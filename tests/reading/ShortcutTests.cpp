@@ -1,5 +1,5 @@
-#include "viewer/reading/ShortcutTable.h"
-#include "viewer/reading/Tool.h"
+#include "viewer/reading/base/Tool.h"
+#include "viewer/reading/workspace/ShortcutTable.h"
 
 #include <QKeySequence>
 #include <QString>

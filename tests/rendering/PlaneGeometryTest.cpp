@@ -1,7 +1,7 @@
-#include "imaging/planes/PlaneGeometry.h"
+#include "imaging/geometry/PlaneGeometry.h"
 
+#include "imaging/geometry/ViewDirection.h"
 #include "imaging/planes/OrientationLabels.h"
-#include "imaging/planes/ViewDirection.h"
 #include "tests/rendering/SyntheticImage.h"
 
 #include <gtest/gtest.h>

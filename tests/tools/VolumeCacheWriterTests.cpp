@@ -1,4 +1,4 @@
-#include "cache/volume/VolumeCacheWriter.h"
+#include "cache/writer/VolumeCacheWriter.h"
 #include "tests/tools/ToolFixture.h"
 #include "tools/VolumeDescription.h"
 

@@ -2,7 +2,7 @@
 #include "imaging/rendering/PlaneView.h"
 #include "tests/cache/TestSeries.h"
 #include "tests/demo/SignedInClient.h"
-#include "viewer/MainWindow.h"
+#include "viewer/window/MainWindow.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -1,8 +1,8 @@
 #include "ReadingWindowTest.h"
 #include "cache/StudyLoadController.h"
-#include "viewer/DentalChart.h"
-#include "viewer/MeasurementController.h"
-#include "viewer/MeasurementOverlay.h"
+#include "viewer/findings/DentalChart.h"
+#include "viewer/measuring/MeasurementController.h"
+#include "viewer/measuring/MeasurementOverlay.h"
 
 #include <QComboBox>
 #include <QDialog>

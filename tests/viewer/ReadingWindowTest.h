@@ -1,12 +1,12 @@
 #pragma once
 
-#include "app/StyleSheet.h"
 #include "imaging/rendering/PlaneView.h"
+#include "resources/StyleSheet.h"
 #include "tests/rendering/SyntheticImage.h"
-#include "viewer/MainWindow.h"
-#include "viewer/MprController.h"
-#include "viewer/MprGuideOverlay.h"
-#include "viewer/ViewerWorkspace.h"
+#include "viewer/mpr/MprController.h"
+#include "viewer/mpr/MprGuideOverlay.h"
+#include "viewer/window/MainWindow.h"
+#include "viewer/workspace/ViewerWorkspace.h"
 
 #include <QApplication>
 #include <QLabel>

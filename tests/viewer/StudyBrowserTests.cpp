@@ -1,7 +1,7 @@
 #include "demo/DemoService.h"
 #include "tests/demo/SignedInClient.h"
-#include "viewer/SeriesSelectionDialog.h"
-#include "viewer/StudyBrowserWidget.h"
+#include "viewer/studies/StudyBrowserWidget.h"
+#include "viewer/window/SeriesSelectionDialog.h"
 
 #include <QComboBox>
 #include <QLabel>

@@ -1,4 +1,4 @@
-#include "viewer/StudyRows.h"
+#include "viewer/studies/StudyRows.h"
 
 #include <gtest/gtest.h>
 

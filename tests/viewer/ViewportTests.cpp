@@ -1,11 +1,11 @@
 #include "imaging/rendering/ImageView2D.h"
 #include "imaging/rendering/PlaneView.h"
 #include "tests/rendering/SyntheticImage.h"
-#include "viewer/ImageController.h"
-#include "viewer/LoadingOverlay.h"
-#include "viewer/MprController.h"
-#include "viewer/ViewerWorkspace.h"
-#include "viewer/ViewportFrame.h"
+#include "viewer/image/ImageController.h"
+#include "viewer/mpr/MprController.h"
+#include "viewer/workspace/LoadingOverlay.h"
+#include "viewer/workspace/ViewerWorkspace.h"
+#include "viewer/workspace/ViewportFrame.h"
 
 #include <QApplication>
 #include <QLabel>

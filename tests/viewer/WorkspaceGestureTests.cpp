@@ -1,6 +1,6 @@
 #include "tests/viewer/ReadingWindowTest.h"
 
-#include "viewer/reading/WindowPresets.h"
+#include "viewer/reading/display/WindowPresets.h"
 
 #include <cmath>
 #include <numbers>

@@ -1,7 +1,7 @@
 #include "tests/viewer/ReadingWindowTest.h"
 
 #include "imaging/rendering/ImageView2D.h"
-#include "viewer/ViewportOverlay.h"
+#include "viewer/views/ViewportOverlay.h"
 
 namespace zorbel {
 namespace {

@@ -1,8 +1,8 @@
 #include "tests/viewer/ReadingWindowTest.h"
 
-#include "viewer/ShortcutSheet.h"
-#include "viewer/ViewportOverlay.h"
-#include "viewer/reading/ShortcutTable.h"
+#include "viewer/reading/workspace/ShortcutTable.h"
+#include "viewer/views/ViewportOverlay.h"
+#include "viewer/window/ShortcutSheet.h"
 
 #include <QComboBox>
 #include <QLineEdit>

@@ -1,8 +1,8 @@
 #include "tests/viewer/ReadingWindowTest.h"
 
-#include "viewer/ElidedLabel.h"
-#include "viewer/MainToolBar.h"
-#include "viewer/ViewportFrame.h"
+#include "viewer/widgets/ElidedLabel.h"
+#include "viewer/window/MainToolBar.h"
+#include "viewer/workspace/ViewportFrame.h"
 
 #include <QGridLayout>
 #include <QMainWindow>

@@ -1,8 +1,8 @@
 #include "ReadingWindowTest.h"
 #include "demo/JawPhantom.h"
 #include "imaging/rendering/ImageView2D.h"
-#include "viewer/MeasurementController.h"
-#include "viewer/MeasurementOverlay.h"
+#include "viewer/measuring/MeasurementController.h"
+#include "viewer/measuring/MeasurementOverlay.h"
 
 #include <QTreeWidget>
 

@@ -1,5 +1,5 @@
-#include "viewer/OverlayTexts.h"
-#include "viewer/StudyIdentity.h"
+#include "viewer/studies/StudyIdentity.h"
+#include "viewer/views/OverlayTexts.h"
 
 #include <gtest/gtest.h>
 

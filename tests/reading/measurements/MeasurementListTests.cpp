@@ -1,8 +1,8 @@
 #include "tests/reading/measurements/MeasurementTestData.h"
 #include "viewer/reading/measurements/MeasurementJump.h"
 #include "viewer/reading/measurements/MeasurementList.h"
-#include "viewer/reading/measurements/MeasurementRecords.h"
 #include "viewer/reading/measurements/MeasurementValues.h"
+#include "viewer/reading/records/MeasurementRecords.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "viewer/reading/findings/FindingList.h"
-#include "viewer/reading/findings/KeyImageList.h"
-#include "viewer/reading/findings/ToothChart.h"
+#include "viewer/reading/records/FindingList.h"
+#include "viewer/reading/records/KeyImageList.h"
+#include "viewer/reading/records/ToothChart.h"
 
 #include <gtest/gtest.h>
 

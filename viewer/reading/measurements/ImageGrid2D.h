@@ -1,8 +1,8 @@
 #pragma once
 
 #include "imaging/Image.h"
-#include "viewer/reading/Point2.h"
-#include "viewer/reading/measurements/MeasurementCalibration.h"
+#include "viewer/reading/base/Point2.h"
+#include "viewer/reading/records/MeasurementCalibration.h"
 
 namespace zorbel {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "viewer/reading/measurements/Measurement.h"
+#include "viewer/reading/records/Measurement.h"
 
 #include <cstddef>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "viewer/reading/PlaneBases.h"
-#include "viewer/reading/measurements/Measurement.h"
+#include "viewer/reading/base/PlaneBases.h"
+#include "viewer/reading/records/Measurement.h"
 
 #include <string>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "imaging/Image.h"
-#include "imaging/planes/PlaneGeometry.h"
-#include "viewer/reading/measurements/Measurement.h"
+#include "imaging/geometry/PlaneGeometry.h"
+#include "viewer/reading/records/Measurement.h"
 
 #include <string>
 

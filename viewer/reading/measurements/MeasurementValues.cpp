@@ -1,6 +1,6 @@
 #include "viewer/reading/measurements/MeasurementValues.h"
 
-#include "viewer/reading/NumberText.h"
+#include "viewer/reading/base/NumberText.h"
 #include "viewer/reading/measurements/VoxelSampler.h"
 
 #include <algorithm>

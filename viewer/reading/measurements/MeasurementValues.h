@@ -1,7 +1,7 @@
 #pragma once
 
 #include "imaging/ImageMetadata.h"
-#include "viewer/reading/measurements/Measurement.h"
+#include "viewer/reading/records/Measurement.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "viewer/reading/Point2.h"
+#include "viewer/reading/base/Point2.h"
 #include "viewer/reading/measurements/MeasurementPlane.h"
 
 #include <functional>

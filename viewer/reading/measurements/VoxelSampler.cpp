@@ -2,7 +2,7 @@
 
 #include "imaging/display/VisitVoxels.h"
 #include "imaging/planes/TrilinearSample.h"
-#include "viewer/reading/measurements/Measurement.h"
+#include "viewer/reading/records/Measurement.h"
 
 #include <cmath>
 #include <type_traits>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "viewer/reading/Tool.h"
-#include "viewer/reading/ViewportLayout.h"
+#include "viewer/reading/base/Tool.h"
+#include "viewer/reading/base/ViewportLayout.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "viewer/reading/findings/KeyImageList.h"
+#include "viewer/reading/records/KeyImageList.h"
 #include "viewer/reading/state/StateFiles.h"
 
 #include <optional>

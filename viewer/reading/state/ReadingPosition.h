@@ -1,7 +1,7 @@
 #pragma once
 
-#include "imaging/Vector3.h"
-#include "viewer/reading/PlaneBases.h"
+#include "imaging/geometry/Vector3.h"
+#include "viewer/reading/base/PlaneBases.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "viewer/reading/findings/FindingList.h"
+#include "viewer/reading/records/FindingList.h"
 #include "viewer/reading/state/HangingProtocol.h"
 #include "viewer/reading/state/ReadingPosition.h"
 #include "viewer/reading/state/StateFiles.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "viewer/reading/findings/FindingList.h"
-#include "viewer/reading/findings/KeyImageList.h"
+#include "viewer/reading/records/FindingList.h"
+#include "viewer/reading/records/KeyImageList.h"
 
 #include <optional>
 #include <string>

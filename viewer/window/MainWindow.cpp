@@ -1,0 +1,366 @@
+#include "viewer/window/MainWindow.h"
+
+#include "app/log/Logger.h"
+#include "cache/StudyClassification.h"
+#include "resources/Resources.h"
+#include "viewer/findings/FindingsDialog.h"
+#include "viewer/measuring/MeasurementPanel.h"
+#include "viewer/mpr/MprController.h"
+#include "viewer/session/ReadingSession.h"
+#include "viewer/studies/StudyBrowserWidget.h"
+#include "viewer/widgets/ElidedLabel.h"
+#include "viewer/window/MainToolBar.h"
+#include "viewer/window/SeriesSelectionDialog.h"
+#include "viewer/window/ShortcutSheet.h"
+#include "viewer/workspace/LoadingOverlay.h"
+#include "viewer/workspace/ViewerWorkspace.h"
+
+#include <QCloseEvent>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QScreen>
+#include <QShortcut>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <new>
+#include <utility>
+
+namespace zorbel {
+
+namespace {
+
+constexpr char component[] = "MainWindow";
+
+} // namespace
+
+MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOptions options, QWidget* parent)
+    : QMainWindow(parent), client_(std::move(client)) {
+    setObjectName(QStringLiteral("mainWindow"));
+    setWindowTitle(QStringLiteral("Zorbel Diagnostic Viewer — %1").arg(QStringLiteral("Clinical Workspace")));
+    setMinimumSize(1100, 700);
+    resize(QSize(1440, 900).boundedTo(screen()->availableSize()));
+    loader_ = new StudyLoadController(client_, std::move(options.loading), this);
+    buildWorkspace();
+    buildToolBar();
+    buildStatusBar();
+    connectLoading();
+    bindShortcuts();
+    reading_ = std::make_unique<ReadingSession>(std::move(options.stateFolder), *workspace_);
+    connectReading();
+    showRecentStudies();
+    browser_->loadStudiesAsync();
+    if (options.previousRunCrashed)
+        QTimer::singleShot(0, this, &MainWindow::offerRecovery);
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::buildWorkspace() {
+    browser_ = new StudyBrowserWidget(client_);
+    browser_->setMinimumWidth(240);
+    workspace_ = new ViewerWorkspace;
+    auto* side = new QWidget;
+    side->setObjectName(QStringLiteral("sideColumn"));
+    auto* column = new QVBoxLayout(side);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(browser_, 1);
+    auto* measurements = new MeasurementPanel(workspace_->measurements());
+    column->addWidget(measurements);
+    connect(measurements, &MeasurementPanel::jumpRequested, workspace_, &ViewerWorkspace::jumpToMeasurement);
+    auto* splitter = new QSplitter(Qt::Horizontal);
+    splitter->setObjectName(QStringLiteral("workspaceSplitter"));
+    splitter->addWidget(side);
+    splitter->addWidget(workspace_);
+    splitter->setStretchFactor(1, 1);
+    splitter->setCollapsible(0, false);
+    splitter->setCollapsible(1, false);
+    splitter->setSizes({300, 1140});
+    setCentralWidget(splitter);
+    connect(browser_, &StudyBrowserWidget::studyDoubleClicked, this, &MainWindow::onStudyDoubleClicked);
+    connect(workspace_, &ViewerWorkspace::imageDrawn, this, [this] {
+        Q_EMIT studyDisplayed(sinceRequest_.elapsed());
+    });
+}
+
+void MainWindow::buildToolBar() {
+    toolBar_ = new MainToolBar(client_->profile(), client_->config().baseUrl);
+    addToolBar(Qt::TopToolBarArea, toolBar_);
+    connect(toolBar_, &MainToolBar::studiesToggled, browser_->parentWidget(), &QWidget::setVisible);
+    connect(toolBar_, &MainToolBar::retryRequested, this, [this] {
+        sinceRequest_.start();
+        loader_->retry();
+    });
+    connect(toolBar_, &MainToolBar::signOutRequested, this, &MainWindow::signOut);
+}
+
+void MainWindow::buildStatusBar() {
+    status_ = new ElidedLabel(QStringLiteral("Ready"));
+    status_->setObjectName(QStringLiteral("statusText"));
+    status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    status_->setMinimumWidth(260);
+    notice_ = new QLabel;
+    notice_->setObjectName(QStringLiteral("statusNotice"));
+    notice_->setTextFormat(Qt::PlainText);
+    notice_->hide();
+    source_ = new ElidedLabel;
+    source_->setObjectName(QStringLiteral("statusSource"));
+    busy_ = new QProgressBar;
+    busy_->setObjectName(QStringLiteral("statusBusy"));
+    busy_->setRange(0, 0);
+    busy_->setMaximumWidth(200);
+    busy_->setTextVisible(false);
+    busy_->hide();
+    statusBar()->setSizeGripEnabled(false);
+    statusBar()->addWidget(status_, 1);
+    statusBar()->addPermanentWidget(notice_);
+    statusBar()->addPermanentWidget(source_);
+    statusBar()->addPermanentWidget(busy_);
+}
+
+void MainWindow::connectLoading() {
+    connect(
+        &workspace_->loadingOverlay(), &LoadingOverlay::cancelRequested, loader_,
+        &StudyLoadController::cancel);
+    connect(loader_, &StudyLoadController::loadingChanged, this, [this](bool loading) {
+        busy_->setVisible(loading);
+        toolBar_->setRetryEnabled(!loading && loader_->currentStudy().has_value());
+        if (!loading)
+            workspace_->loadingOverlay().hide();
+    });
+    connect(loader_, &StudyLoadController::stageChanged, this, [this](const StudyLoadStage& stage) {
+        workspace_->loadingOverlay().showStage(stage.title, stage.detail, stage.done, stage.total);
+    });
+    connect(loader_, &StudyLoadController::statusChanged, status_, &QLabel::setText);
+    connect(loader_, &StudyLoadController::seriesChoiceNeeded, this, &MainWindow::askForSeries);
+    connect(loader_, &StudyLoadController::imageReady, this, [this](const OrthancImageLoadResult& result) {
+        try {
+            showImage(result);
+        } catch (const std::bad_alloc&) {
+            // Two volumes are alive while one replaces the other; without both the window is usable again.
+            closeStudy();
+            showFailure(studyLoadFailure(QStringLiteral("Not enough memory to show this series.")));
+        }
+    });
+    connect(loader_, &StudyLoadController::loadFailed, this, &MainWindow::showFailure);
+    connect(loader_, &StudyLoadController::loadCancelled, status_, &QLabel::setText);
+}
+
+void MainWindow::bindShortcuts() {
+    for (const ShortcutBinding& binding : ShortcutTable::bindings()) {
+        const QString key =
+            QString::fromLatin1(binding.key.data(), static_cast<qsizetype>(binding.key.size()));
+        auto* shortcut = new QShortcut(QKeySequence(key, QKeySequence::PortableText), this);
+        // A key held down goes on with what has steps; anything else would flicker to and fro.
+        shortcut->setAutoRepeat(
+            binding.action == ShortcutAction::StepSlices || binding.action == ShortcutAction::ChangeSlab);
+        connect(
+            shortcut, &QShortcut::activated, this,
+            [this, action = binding.action, argument = binding.argument] {
+                workspace_->perform(action, argument);
+            });
+    }
+    connect(workspace_, &ViewerWorkspace::statusText, status_, &QLabel::setText);
+    connect(workspace_, &ViewerWorkspace::shortcutSheetRequested, this, [this] {
+        auto* sheet = new ShortcutSheet(this);
+        sheet->setAttribute(Qt::WA_DeleteOnClose);
+        sheet->open();
+    });
+}
+
+void MainWindow::onStudyDoubleClicked(
+    const QString& orthancId, const QString& studyUID, const QString& patientName, const QString& modality,
+    const QString& studyDate) {
+    openStudy({orthancId, studyUID, patientName, modality, studyDate});
+}
+
+void MainWindow::openStudy(const StudyRequest& study) {
+    sinceRequest_.start();
+    loader_->openStudy(study);
+}
+
+void MainWindow::openLinkedStudy(const QString& studyInstanceUID) {
+    StudyRequest study;
+    study.studyInstanceUID = studyInstanceUID;
+    openStudy(study);
+}
+
+void MainWindow::showImage(const OrthancImageLoadResult& result) {
+    const auto& study = result.study;
+    const StudyIdentity identity(study.studyInstanceUID, study.patientName, result.modality, study.studyDate);
+    const QString description = result.series.seriesDescription.trimmed();
+    reading_->aboutToShow();
+    if (result.volumetric)
+        workspace_->showVolume(identity, result.image);
+    else
+        workspace_->showImage(
+            identity, result.image, StudyClassification::classify(result.modality, description));
+    workspace_->setFocus(); // the arrows now move through the slices, no longer through the list
+    reading_->studyShown(identity, study.orthancId, result.modality);
+    tellSource(result); // after what restoring the study's hanging has to say
+}
+
+void MainWindow::connectReading() {
+    connect(reading_.get(), &ReadingSession::statusText, status_, &QLabel::setText);
+    connect(reading_.get(), &ReadingSession::recentStudiesChanged, this, &MainWindow::showRecentStudies);
+    connect(workspace_, &ViewerWorkspace::captureRequested, reading_.get(), &ReadingSession::captureKeyImage);
+    connect(workspace_, &ViewerWorkspace::findingsRequested, this, &MainWindow::showFindings);
+}
+
+void MainWindow::showRecentStudies() {
+    std::vector<ViewerStudySummary> rows;
+    const RecentStudies recent = reading_->recentStudies();
+    for (const RecentStudy& study : recent.studies()) {
+        ViewerStudySummary row;
+        row.orthancId = QString::fromStdString(study.orthancId);
+        row.studyInstanceUID = QString::fromStdString(study.studyUid);
+        row.patientName = QString::fromStdString(study.patientName);
+        row.modality = QString::fromStdString(study.modality);
+        row.studyDate = QString::fromStdString(study.studyDate);
+        rows.push_back(std::move(row));
+    }
+    browser_->setRecentStudies(std::move(rows));
+}
+
+void MainWindow::showFindings() {
+    if (!reading_->hasStudy()) {
+        status_->setText(QString::fromLatin1(FindingList::noStudyText));
+        return;
+    }
+    std::optional<imaging::Vector3> location;
+    if (const auto position = workspace_->readingPosition())
+        location = position->crosshair;
+    auto* dialog = new FindingsDialog(reading_->findings(), location, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &FindingsDialog::findingsChanged, reading_.get(), &ReadingSession::setFindings);
+    connect(dialog, &FindingsDialog::jumpRequested, this, [this](const imaging::Vector3& point) {
+        if (workspace_->viewMode() == ViewMode::Mpr)
+            workspace_->mpr().moveCrosshair(point);
+    });
+    // Its findings are this study's, and no other's.
+    connect(loader_, &StudyLoadController::imageReady, dialog, &QDialog::reject);
+    dialog->open();
+}
+
+void MainWindow::offerRecovery() {
+    const auto last = reading_->recoverable();
+    if (!last || loader_->isLoading())
+        return;
+    StudyRequest study;
+    study.studyInstanceUID = QString::fromStdString(last->studyInstanceUid);
+    const RecentStudies opened = reading_->recentStudies();
+    for (const RecentStudy& recent : opened.studies())
+        if (recent.studyUid == last->studyInstanceUid)
+            study = {
+                QString::fromStdString(recent.orthancId), study.studyInstanceUID,
+                QString::fromStdString(recent.patientName), QString::fromStdString(recent.modality),
+                QString::fromStdString(recent.studyDate)};
+    auto* box = new QMessageBox(
+        QMessageBox::NoIcon, QStringLiteral("Recover the last session"),
+        QStringLiteral(
+            "The viewer did not close properly the last time.\n\nReopen the study of %1 where you left "
+            "off?")
+            .arg(study.patientName.isEmpty() ? study.studyInstanceUID : study.patientName),
+        QMessageBox::Yes | QMessageBox::No, this);
+    box->setObjectName(QStringLiteral("recoveryBox"));
+    box->setTextFormat(Qt::PlainText);
+    box->setDefaultButton(QMessageBox::Yes);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(box, &QMessageBox::finished, this, [this, study](int answer) {
+        if (answer == QMessageBox::Yes)
+            openStudy(study);
+        else
+            reading_->forgetRecoverable();
+    });
+    box->open();
+}
+
+void MainWindow::tellSource(const OrthancImageLoadResult& result) {
+    notice_->setText(result.notice);
+    notice_->setVisible(!result.notice.isEmpty());
+    const QString& uid = result.study.studyInstanceUID;
+    auto& logger = Logger::instance();
+    if (result.source == ImageSource::VolumeCache && result.volumetric) {
+        const auto& dims = result.image->geometry().dimensions();
+        status_->setText(QStringLiteral("Volumetric study loaded in MPR mode (%1).").arg(result.modality));
+        source_->setText(QStringLiteral("Loaded from local cache: %1").arg(uid));
+        logger.info(
+            component, "Volume displayed",
+            {{"study", uid.toStdString()},
+             {"dims", QStringLiteral("%1×%2×%3").arg(dims[0]).arg(dims[1]).arg(dims[2]).toStdString()}});
+        return;
+    }
+    const QString description = result.series.seriesDescription.trimmed();
+    const QString series =
+        description.isEmpty() ? QString() : QStringLiteral("  |  Series: %1").arg(description);
+    if (result.volumetric) {
+        status_->setText(QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (%1).%2")
+                             .arg(result.modality, series));
+        source_->setText(QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, uid));
+        logger.info(
+            component, "DICOM fallback volume displayed", {{"study", uid.toStdString()}, {"mode", "MPR"}});
+    } else {
+        status_->setText(
+            QStringLiteral("Non-volumetric study loaded in 2D mode (%1).%2").arg(result.modality, series));
+        source_->setText(QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, uid));
+        logger.info(
+            component, "DICOM fallback image displayed in 2D mode",
+            {{"study", uid.toStdString()}, {"mode", "2D"}});
+    }
+}
+
+void MainWindow::askForSeries(
+    StudyLoadGuard::Ticket question, const std::vector<OrthancSeriesSummary>& series, int suggestedRow) {
+    auto* dialog = new SeriesSelectionDialog(series, suggestedRow, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::accepted, this, [this, dialog, question] {
+        loader_->chooseSeries(question, dialog->selectedRow());
+    });
+    connect(dialog, &QDialog::rejected, this, [this, question] {
+        loader_->chooseSeries(question, std::nullopt);
+    });
+    // A cancelled load, or a newer one, takes its question back.
+    connect(loader_, &StudyLoadController::loadingChanged, dialog, &QDialog::reject);
+    dialog->open();
+}
+
+void MainWindow::showFailure(const StudyLoadFailure& failure) {
+    status_->setText(failure.status);
+    auto* box = new QMessageBox(QMessageBox::NoIcon, failure.title, failure.text, QMessageBox::Ok, this);
+    box->setIconPixmap(toolIcon(QStringLiteral("warning")).pixmap(QSize(40, 40), devicePixelRatio()));
+    box->setObjectName(QStringLiteral("loadFailureBox"));
+    box->setTextFormat(Qt::PlainText);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+void MainWindow::closeStudy() {
+    loader_->cancel();
+    if (workspace_->viewMode() == ViewMode::None)
+        return;
+    reading_->studyClosed();
+    workspace_->reset();
+    notice_->hide();
+    source_->clear();
+    status_->setText(QStringLiteral("Study closed"));
+    Logger::instance().info(component, "Study closed");
+}
+
+void MainWindow::signOut() {
+    loader_->cancel(); // or its tasks would end in "not authenticated"
+    client_->signOut();
+    close();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    Q_EMIT sessionEnding();
+    closeStudy();
+    loader_->shutDown(); // the session's last words in the log must not come from a load that winds down
+    event->accept();
+}
+
+} // namespace zorbel
