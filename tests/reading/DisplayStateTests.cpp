@@ -2,7 +2,6 @@
 #include "viewer/reading/display/Image2DState.h"
 #include "viewer/reading/display/SlabModel.h"
 #include "viewer/reading/display/VolumeDisplay.h"
-#include "viewer/reading/display/WheelStep.h"
 #include "viewer/reading/display/WindowDrag.h"
 #include "viewer/reading/display/WindowPresets.h"
 
@@ -29,12 +28,6 @@ TEST(NumberText, writesAPointAndNoNegativeZero) {
     EXPECT_EQ(fixedText(-0.006, 2), "-0.01");
     EXPECT_EQ(fixedText(1234.5, 1), "1234.5");
     EXPECT_EQ(fixedText(1e300, 0).size(), 301U);
-}
-
-TEST(WindowPresets, writeWhatTheKeysGive) {
-    EXPECT_EQ(windowPresets[4].window().width, 1500.0);
-    EXPECT_EQ(windowPresets[4].window().center, -600.0);
-    EXPECT_EQ(windowPresets[4].statusText(), "Lung — W: 1500  L: -600");
     EXPECT_EQ(windowText(windowOf(0.5, 0.25)), "W: 0.50  L: 0.25");
     EXPECT_EQ(windowText(windowOf(1500.0, -600.4)), "W: 1500  L: -600");
 }
@@ -95,20 +88,6 @@ TEST(SlabModel, keepsAnOddCountWithinItsLimits) {
     EXPECT_EQ(slab.sliceCount(), 3);
 }
 
-TEST(SlabModel, saysWhatIsShown) {
-    SlabModel slab;
-    EXPECT_EQ(slab.railText(), "Single slice");
-    EXPECT_EQ(slab.statusText(imaging::ViewDirection::Axial), "MPR thick slab disabled");
-    EXPECT_EQ(slab.overlayText(0.25), "Thk: 0.25 mm (1)");
-    slab.setEnabled(true);
-    slab.thicken();
-    EXPECT_EQ(slab.railText(), "Thick slab: 7 slices");
-    EXPECT_EQ(
-        slab.statusText(imaging::ViewDirection::Coronal), "MPR thick slab enabled (7 slices on Coronal)");
-    EXPECT_EQ(slab.overlayText(0.25), "Thk: 1.75 mm (7)");
-    EXPECT_EQ(slab.slab(0.25), (imaging::Slab{imaging::SlabMode::Mip, 7, 0.25}));
-}
-
 TEST(SlabModel, becomesAsThickAsItsHandleIsDragged) {
     SlabModel slab;
     EXPECT_TRUE(slab.dragTo(7.5, 0.6)); // 15 mm: 25 slices
@@ -130,24 +109,6 @@ TEST(SlabModel, becomesAsThickAsItsHandleIsDragged) {
     EXPECT_FALSE(slab.dragTo(5.0, 0.0));
     EXPECT_TRUE(slab.dragTo(0.9, 0.6));
     EXPECT_EQ(slab.shownSlices(), 3);
-}
-
-TEST(Image2DState, namesEveryComposition) {
-    Image2DState state;
-    EXPECT_EQ(state.orientationStatus(), "2D orientation: Original orientation");
-    EXPECT_EQ(state.modeChip(), "2D review");
-    state.mirror();
-    EXPECT_EQ(state.orientationChip(), "Mirrored left / right");
-    EXPECT_EQ(state.modeChip(), "2D · adjusted");
-    state.flipVertical();
-    EXPECT_EQ(state.orientationStatus(), "2D orientation: Rotated 180°");
-    state.mirror();
-    EXPECT_EQ(state.orientationChip(), "Flipped top / bottom");
-    state.rotate180();
-    EXPECT_EQ(state.orientationChip(), "Mirrored left / right");
-    state.mirror();
-    EXPECT_FALSE(state.isAdjusted());
-    EXPECT_EQ(state.orientationChip(), "Original orientation");
 }
 
 TEST(Image2DState, composesWithTheUprightPose) {
@@ -199,13 +160,6 @@ TEST(VolumeDisplay, drawsVolumesAlone) {
     display.setImage({64, 64, 64}, "MR");
     EXPECT_EQ(display.presetText(), "Preset: MR / Generic  |  GPU rendering");
     EXPECT_EQ(display.blendText(), "Blend: Composite  |  GPU rendering");
-}
-
-TEST(WheelStep, isTenfoldWithShiftAndATenthWithAlt) {
-    EXPECT_EQ(wheelStep(-2, false, false), -2.0);
-    EXPECT_EQ(wheelStep(1, true, false), 10.0);
-    EXPECT_EQ(wheelStep(3, false, true), 3 * 0.1);
-    EXPECT_EQ(wheelStep(1, true, true), 10.0);
 }
 
 } // namespace

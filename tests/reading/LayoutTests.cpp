@@ -37,36 +37,6 @@ TEST(CellPlan, fillsTheGridOfEveryLayoutWithoutGapsOrOverlaps) {
     }
 }
 
-TEST(CellPlan, putsTheViewportsInTheirPlaces) {
-    const CellPlan quad = cellPlan(Layout::Quad, CoronalViewport);
-    EXPECT_EQ(quad.cells[CoronalViewport], (CellPlan::Cell{0, 1, 1, 1, true}));
-    EXPECT_EQ(quad.cells[SagittalViewport], (CellPlan::Cell{1, 0, 1, 1, true}));
-
-    const std::array<int, 3> companions{CoronalViewport, SagittalViewport, AxialViewport};
-    for (int primary = 0; primary < 3; ++primary) {
-        const CellPlan pair = cellPlan(Layout::SideBySide, primary);
-        EXPECT_EQ(pair.cells.at(static_cast<std::size_t>(primary)).column, 0);
-        const int companion = companions.at(static_cast<std::size_t>(primary));
-        EXPECT_EQ(pair.cells.at(static_cast<std::size_t>(companion)), (CellPlan::Cell{0, 1, 1, 1, true}));
-        EXPECT_EQ(pair.columnStretch, (std::array<int, 2>{1, 1}));
-    }
-
-    const CellPlan three = cellPlan(Layout::PrimaryPlusThree, CoronalViewport);
-    EXPECT_EQ(three.cells[CoronalViewport], (CellPlan::Cell{0, 0, 3, 1, true}));
-    EXPECT_EQ(three.cells[AxialViewport], (CellPlan::Cell{0, 1, 1, 1, true}));
-    EXPECT_EQ(three.cells[SagittalViewport], (CellPlan::Cell{1, 1, 1, 1, true}));
-    EXPECT_EQ(three.cells[VolumeViewport], (CellPlan::Cell{2, 1, 1, 1, true}));
-    EXPECT_EQ(three.columnStretch, (std::array<int, 2>{3, 1}));
-}
-
-TEST(Layout, hasNamesThatComeBack) {
-    for (const Layout layout : {Layout::Quad, Layout::Single, Layout::SideBySide, Layout::PrimaryPlusThree})
-        EXPECT_EQ(layoutFromName(layoutName(layout)), layout);
-    EXPECT_EQ(layoutFromName("Quad"), std::nullopt);
-    EXPECT_EQ(layoutName(Layout::PrimaryPlusThree), "primary-plus-three");
-    EXPECT_EQ(layoutLabel(Layout::SideBySide), "1x2");
-}
-
 TEST(LayoutModel, buildsShortcutLayoutsAroundTheActivePlaneButNeverAroundTheVolume) {
     LayoutModel model = shownVolume();
     model.setActiveViewport(VolumeViewport);

@@ -1,6 +1,5 @@
 #include "app/log/Logger.h"
 #include "viewer/reading/planes/MprPlanes.h"
-#include "viewer/reading/planes/RotationTrace.h"
 
 #include <gtest/gtest.h>
 
@@ -165,45 +164,6 @@ TEST(MprPlanes, staysOrthogonalThroughTenThousandSteps) {
         }
     }
     EXPECT_LT(worst, 1e-9);
-}
-
-TEST_F(MprPlanesLog, tracesAStepWithStoredAndLiveBases) {
-    RotationTrace trace;
-    trace.source = ViewDirection::Coronal;
-    trace.radians = -std::numbers::pi / 12.0;
-    trace.focalPoint = {1.5, -2.0, 0.0};
-    trace.stored = standardBases();
-    trace.live = standardBases();
-    trace.live[2] = {{1, 0, 0}, {0, 0, -1}};
-    LogMeta fields = trace.fields();
-    EXPECT_EQ(fields["source"], "coronal");
-    EXPECT_EQ(fields["dragDeg"], "-15.000000");
-    EXPECT_EQ(fields["hasAxes"], "true");
-    EXPECT_EQ(fields["focalPoint"], "[1.500000 -2.000000 0.000000]");
-    EXPECT_EQ(fields["axial.storedVsLiveDeg"], "0.000000");
-    EXPECT_EQ(fields["sagittal.storedVsLiveDeg"], "90.000000");
-    EXPECT_EQ(fields["coronal.stored1"], "[0.000000 0.000000 -1.000000]");
-    EXPECT_EQ(fields["sagittal.liveNormal"], "[0.000000 1.000000 0.000000]");
-    EXPECT_EQ(fields.size(), 5U + 3U * 6U);
-
-    trace.live[0] = {};
-    fields = trace.fields();
-    EXPECT_EQ(fields["hasAxes"], "false");
-    EXPECT_EQ(fields["axial.live0"], "<no basis>");
-    EXPECT_EQ(fields["axial.storedVsLiveDeg"], "<no basis>");
-    EXPECT_EQ(fields["axial.stored0"], "[1.000000 0.000000 0.000000]");
-
-    trace.write();
-    EXPECT_EQ(log->count("\"rotation step\""), 1U);
-    EXPECT_EQ(log->count("\"MprRotation\""), 1U);
-}
-
-TEST(RotationTrace, isOnForNonZeroIntegersAlone) {
-    for (const char* on : {"1", "-1", "42"})
-        EXPECT_TRUE(RotationTrace::isEnabledBy(on)) << on;
-    for (const char* off : {"0", "", "yes", "1x", "0x1", "00"})
-        EXPECT_FALSE(RotationTrace::isEnabledBy(off)) << off;
-    EXPECT_FALSE(RotationTrace::isEnabledBy(nullptr));
 }
 
 } // namespace

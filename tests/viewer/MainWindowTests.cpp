@@ -1,5 +1,4 @@
 #include "demo/DemoService.h"
-#include "imaging/rendering/PlaneView.h"
 #include "tests/cache/TestSeries.h"
 #include "tests/demo/SignedInClient.h"
 #include "viewer/window/MainWindow.h"
@@ -86,31 +85,6 @@ TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
     window_->close();
     EXPECT_EQ(text("statusText"), QStringLiteral("Study closed"));
     EXPECT_EQ(text("viewerTitle"), QStringLiteral("No study selected"));
-}
-
-TEST_F(MainWindowTest, stepsAndChoosesPlanesByKeys) {
-    window_->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(window_.get(), 20000));
-    window_->findChild<QWidget*>(QStringLiteral("studyList"))->setFocus(); // where a double-click leaves it
-    ASSERT_TRUE(open(upload({.study = "keys", .slices = 40})));
-    const auto position = [this](const char* view) {
-        return window_->findChild<imaging::PlaneView*>(QString::fromLatin1(view))
-            ->navigation()
-            .slicePosition();
-    };
-    const auto press = [](Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); };
-    const double axial = position("axialView");
-    press(Qt::Key_Right);
-    press(Qt::Key_Up);
-    press(Qt::Key_Left);
-    EXPECT_DOUBLE_EQ(position("axialView"), axial + 1.0);
-    press(Qt::Key_PageDown);
-    EXPECT_DOUBLE_EQ(position("axialView"), axial - 9.0);
-    const double sagittal = position("sagittalView");
-    press(Qt::Key_S);
-    press(Qt::Key_Down);
-    EXPECT_DOUBLE_EQ(position("sagittalView"), sagittal - 1.0);
-    EXPECT_DOUBLE_EQ(position("axialView"), axial - 9.0);
 }
 
 TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {

@@ -120,27 +120,14 @@ TEST_F(WorkspaceLayouts, putEachViewportIntoItsCell) {
     }
 }
 
-TEST_F(WorkspaceLayouts, maximiseAndRestore) {
+TEST_F(WorkspaceLayouts, maximiseAndRestoreByKeyAndDoubleClick) {
     showVolume();
-    const std::string axial = "A0011 r1 c1";
-    const std::string side = "A0011 C0111 r1 c11";
     press(Qt::Key_3, Qt::ControlModifier);
-    press(Qt::Key_Space);
-    EXPECT_EQ(cells(), axial);
-    EXPECT_EQ(status(), "Axial maximised");
     activate(CoronalViewport);
-    EXPECT_EQ(status(), "Active plane: Coronal");
     press(Qt::Key_Space);
     EXPECT_EQ(cells(), "C0011 r1 c1");
-    EXPECT_EQ(status(), "Coronal maximised");
     press(Qt::Key_Space);
     EXPECT_EQ(cells(), "C0011 S0111 r1 c11"); // the restored layout is built around the coronal view
-    EXPECT_EQ(status(), "Layout restored");
-    activate(VolumeViewport);
-    press(Qt::Key_Space);
-    EXPECT_EQ(cells(), axial);
-    press(Qt::Key_Space);
-    EXPECT_EQ(cells(), side);
 
     // Also over the crosshair's centre and with the tools that take every press.
     for (const Qt::Key tool : {Qt::Key_C, Qt::Key_P, Qt::Key_Z, Qt::Key_R, Qt::Key_W}) {
@@ -155,18 +142,10 @@ TEST_F(WorkspaceLayouts, maximiseAndRestore) {
             QTest::qWait(1);
             doubleClick(guide(plane), crosshairIn(plane));
             EXPECT_EQ(cells(), "A0011 C0111 S1011 V1111 r11 c11");
-            EXPECT_EQ(status(), "Layout restored");
         }
     }
-
-    press(Qt::Key_4, Qt::ControlModifier);
-    const std::string before = cells();
     click("volumeMaximise");
     EXPECT_EQ(cells(), "V0011 r1 c1");
-    EXPECT_EQ(status(), "Focused 3D view");
-    click("volumeMaximise");
-    EXPECT_EQ(cells(), before);
-    EXPECT_EQ(status(), "Restored MPR + 3D layout");
 }
 
 TEST_F(WorkspaceLayouts, leaveTheCrosshairWhereItIs) {

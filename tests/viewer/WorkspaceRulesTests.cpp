@@ -17,18 +17,6 @@ TEST(StudyIdentity, fallsBackToWordsForWhatIsMissing) {
     EXPECT_EQ(study.subtitle(), QStringLiteral("CT  ·  31 Jan 2024  ·  Study 1.2"));
 }
 
-TEST(OverlayTexts, writesWindowsOfEveryScale) {
-    const auto text = [](double center, double width) {
-        imaging::LevelWindow window;
-        window.center = center;
-        window.width = width;
-        return OverlayTexts::window(window, imaging::ImageMetadata());
-    };
-    EXPECT_EQ(text(400.0, 1800.0), QStringLiteral("W: 1800  L: 400"));
-    EXPECT_EQ(text(-600.4, 1500.0), QStringLiteral("W: 1500  L: -600"));
-    EXPECT_EQ(text(0.25, 0.5), QStringLiteral("W: 0.50  L: 0.25"));
-}
-
 TEST(OverlayTexts, warnsOfTiltAndLossyCompression) {
     imaging::ImageMetadata metadata;
     EXPECT_TRUE(OverlayTexts::notes(metadata, 0.01).isEmpty());
