@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MisbehavingServer.h"
+#include "tests/support/MisbehavingServer.h"
 
 #include "api/ZorbelApiClient.h"
 

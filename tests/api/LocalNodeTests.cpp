@@ -1,7 +1,6 @@
 #include "ApiTestSupport.h"
 
-#include "app/log/ILogSink.h"
-#include "app/log/Logger.h"
+#include "tests/support/LogCapture.h"
 
 #include <QJsonDocument>
 
@@ -13,13 +12,6 @@ using namespace test;
 constexpr const char* unresolved = "The selected study cannot be resolved on the Local Node";
 const QString study = QStringLiteral("1.2.3");
 
-class LogText : public ILogSink {
-public:
-    void write(const char* line, std::size_t length) override { text.append(line, length); }
-    void flush() override {}
-    std::string text;
-};
-
 /// A service and a node of one clinic, either of which a test can let answer otherwise, and a signed-in
 /// client whose clock stands still. Whatever a test does, neither side may see the other's token, nor the log
 /// either of them.
@@ -28,8 +20,6 @@ protected:
     using Answer = std::function<bool(Exchange&)>;
 
     void SetUp() override {
-        log_ = std::make_shared<LogText>();
-        Logger::instance().addSink(log_);
         ApiClientConfig config = configFor(cloud_);
         config.clock = [this] { return time_.load(); };
         client_ = signedIn(config);
@@ -37,9 +27,8 @@ protected:
     }
 
     void TearDown() override {
-        Logger::instance().removeSink(log_);
-        EXPECT_EQ(log_->text.find("t0ken"), std::string::npos) << log_->text;
-        EXPECT_EQ(log_->text.find("n0de"), std::string::npos) << log_->text;
+        EXPECT_FALSE(log_.contains("t0ken")) << log_.text();
+        EXPECT_FALSE(log_.contains("n0de")) << log_.text();
         for (const RecordedRequest& request : node_.requests()) {
             EXPECT_TRUE(request.has("Authorization: Bearer n0de")) << request.target;
             EXPECT_FALSE(request.has("t0ken")) << request.target;
@@ -157,7 +146,7 @@ private:
     Answers cloudAnswers_;
     Answers nodeAnswers_;
     mutable std::atomic<int> issued_ = 0;
-    std::shared_ptr<LogText> log_;
+    LogCapture log_;
     MisbehavingServer node_{[this](Exchange& exchange) { serveNode(exchange); }};
     MisbehavingServer cloud_{[this](Exchange& exchange) { serveCloud(exchange); }};
 };
@@ -392,23 +381,6 @@ TEST_F(LocalNode, ThatMerelyLacksAStudyIsAskedForTheNext) {
     EXPECT_STREQ(failureOf([&] { resolve(); }).what(), unresolved);
 }
 
-TEST_F(LocalNode, IsLookedUpAnewAfterAFailureAndAtTheUsersWish) {
-    useNode(SourceKind::Automatic);
-    resolve();
-    nodeSays("resolve-study", 503, "{}");
-    EXPECT_EQ(resolve(), "");
-    allWellAgain();
-    time_ += 60;
-    EXPECT_EQ(resolve(), "study-on-node");
-    EXPECT_EQ(sessionsAskedFor(), 2U);
-
-    EXPECT_TRUE(client_->abandonLocalNode());
-    EXPECT_EQ(resolve(), "");
-    client_->openLocalNodeSession();
-    EXPECT_EQ(resolve(), "study-on-node");
-    EXPECT_EQ(sessionsAskedFor(), 3U);
-}
-
 TEST_F(LocalNode, AddressMustBeOneToJoinPathsTo) {
     const auto open = [this](const QString& baseUrl) {
         const QJsonObject reply{{"baseUrl", baseUrl}, {"token", "n0de"}};
@@ -563,20 +535,6 @@ TEST_F(LocalNode, SignOutForgetsIt) {
     });
     client_->listLocalNodes();
     expectNothingKnown();
-}
-
-TEST_F(LocalNode, ThatIsSlowLosesToTheCloud) {
-    ApiClientConfig config = configFor(cloud());
-    config.requestTimeoutMs = 1000;
-    client_ = signedIn(config);
-    client_->listLocalNodes();
-    useNode(SourceKind::Automatic);
-    nodeDoes("resolve-study", [](Exchange& exchange) {
-        exchange.waitForHangUp();
-        return true;
-    });
-    EXPECT_EQ(resolve(), "");
-    expectCloud();
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "api/UserProfile.h"
 #include "app/StorageStartUp.h"
-#include "app/log/Logger.h"
 #include "settings/SettingsKeys.h"
+#include "tests/support/LogCapture.h"
 
 #include <QSettings>
 #include <QTemporaryDir>
@@ -16,28 +16,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class LinesSink : public ILogSink {
-public:
-    void write(const char* line, std::size_t length) override { lines.append(line, length); }
-    void flush() override {}
-    std::string lines;
-};
-
 class StorageStartUp : public testing::Test {
 protected:
-    StorageStartUp() {
-        Logger::instance().addSink(log);
-        set(cacheDirKey, QString::fromStdString(root.string()));
-    }
-    ~StorageStartUp() override { Logger::instance().removeSink(log); }
+    StorageStartUp() { set(cacheDirKey, QString::fromStdString(root.string())); }
 
     void set(const char* key, const QVariant& value) { settings.setValue(QLatin1String(key), value); }
-    bool logged(const std::string& text) const { return log->lines.find(text) != std::string::npos; }
 
     QTemporaryDir folder;
     const fs::path root = fs::path(folder.path().toStdString()) / "cache";
     QSettings settings{folder.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
-    const std::shared_ptr<LinesSink> log = std::make_shared<LinesSink>();
+    const test::LogCapture log;
     UserProfile profile = [] {
         UserProfile user;
         user.id = QStringLiteral("user-1");
@@ -58,10 +46,10 @@ TEST_F(StorageStartUp, AppliesThePolicyToTheUsersStudies) {
     ASSERT_TRUE(opened.storage && opened.session);
     EXPECT_TRUE(fs::exists(study));
     EXPECT_FALSE(fs::exists(expired));
-    EXPECT_TRUE(logged(R"("Viewer cache policy applied")")) << log->lines;
-    EXPECT_TRUE(logged(R"("removedDirectories":"1")")) << log->lines;
-    EXPECT_TRUE(logged(R"("remainingBytes":"5")")) << log->lines;
-    EXPECT_TRUE(logged(R"("retentionDays":"2")")) << log->lines;
+    EXPECT_TRUE(log.contains(R"("Viewer cache policy applied")")) << log.text();
+    EXPECT_TRUE(log.contains(R"("removedDirectories":"1")")) << log.text();
+    EXPECT_TRUE(log.contains(R"("remainingBytes":"5")")) << log.text();
+    EXPECT_TRUE(log.contains(R"("retentionDays":"2")")) << log.text();
 }
 
 TEST_F(StorageStartUp, SessionOnlyLeavesNothing) {
@@ -76,21 +64,21 @@ TEST_F(StorageStartUp, SessionOnlyLeavesNothing) {
 TEST_F(StorageStartUp, GoesOnWithoutWhatFails) {
     set(cacheRetentionDaysKey, 366);
     EXPECT_TRUE(openStorage(profile, settings).session);
-    EXPECT_TRUE(logged(R"("Viewer cache policy could not be applied")")) << log->lines;
-    EXPECT_TRUE(logged("Viewer cache retention is outside the allowed range")) << log->lines;
+    EXPECT_TRUE(log.contains(R"("Viewer cache policy could not be applied")")) << log.text();
+    EXPECT_TRUE(log.contains("Viewer cache retention is outside the allowed range")) << log.text();
 
     fs::remove_all(root);
     std::ofstream(root) << "in the way";
     EXPECT_FALSE(openStorage(profile, settings).session);
-    EXPECT_TRUE(logged(R"("Viewer cache is unavailable")")) << log->lines;
+    EXPECT_TRUE(log.contains(R"("Viewer cache is unavailable")")) << log.text();
 
     set(cacheDirKey, QString());
     EXPECT_FALSE(openStorage(profile, settings).storage);
-    EXPECT_TRUE(logged("Viewer cache root is empty")) << log->lines;
+    EXPECT_TRUE(log.contains("Viewer cache root is empty")) << log.text();
 
     profile.id.clear();
     EXPECT_FALSE(openStorage(profile, settings).storage);
-    EXPECT_TRUE(logged("Viewer storage requires organization and user identity")) << log->lines;
+    EXPECT_TRUE(log.contains("Viewer storage requires organization and user identity")) << log.text();
 }
 
 } // namespace

@@ -2,11 +2,10 @@
 
 #include "TestSeries.h"
 #include "api/ZorbelApiClient.h"
-#include "app/log/ILogSink.h"
-#include "app/log/Logger.h"
 #include "cache/StudyLoadController.h"
 #include "demo/DemoService.h"
-#include "tests/demo/SignedInClient.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SignedInClient.h"
 
 #include <QDir>
 #include <QStringList>
@@ -16,7 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -66,28 +64,6 @@ public:
     int suggested = -1;
 };
 
-/// Collects the log's lines while it lives.
-class LogCapture : public ILogSink {
-public:
-    void write(const char* line, std::size_t length) override {
-        const std::lock_guard lock(mutex_);
-        text_.append(line, length);
-    }
-    void flush() override {}
-    void clear() {
-        const std::lock_guard lock(mutex_);
-        text_.clear();
-    }
-    bool contains(const std::string& text) const {
-        const std::lock_guard lock(mutex_);
-        return text_.find(text) != std::string::npos;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::string text_;
-};
-
 /// A demo service with the series that a test asks for, a signed-in client, and a temporary folder of its
 /// own.
 class StudyLoadTest : public testing::Test {
@@ -103,15 +79,14 @@ protected:
         savedTemp_ = qgetenv("TMPDIR");
         qputenv("TMPDIR", tempFolder().toUtf8());
         QDir().mkpath(tempFolder());
-        capture_ = std::make_shared<LogCapture>();
-        Logger::instance().addSink(capture_);
+        capture_ = std::make_unique<LogCapture>();
         client_ = signedInClient(*service_);
     }
 
     void TearDown() override {
         service_->clearFaults();
         service_->resetRequests();
-        Logger::instance().removeSink(capture_);
+        capture_.reset();
         EXPECT_TRUE(QDir(tempFolder()).entryList({QStringLiteral("zorbel-viewer-session-*")}).isEmpty());
         savedTemp_.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", savedTemp_);
     }
@@ -137,7 +112,7 @@ protected:
     static inline std::unique_ptr<demo::DemoService> service_;
     QTemporaryDir folder_;
     QByteArray savedTemp_;
-    std::shared_ptr<LogCapture> capture_;
+    std::unique_ptr<LogCapture> capture_;
     std::shared_ptr<ZorbelApiClient> client_;
 };
 

@@ -2,16 +2,24 @@
 #include "cache/InstanceIdentity.h"
 #include "cache/ReceivedSeries.h"
 #include "imaging/DicomIdentity.h"
+#include "tests/support/Files.h"
 
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <span>
+
 namespace zorbel {
 namespace {
 
-using test::readFile;
 using test::TestSeries;
+
+std::vector<std::byte> bytesOf(const std::filesystem::path& file) {
+    const std::string text = test::readFile(file);
+    const auto bytes = std::as_bytes(std::span(text));
+    return {bytes.begin(), bytes.end()};
+}
 
 class ReceivedSeriesTest : public testing::Test {
 protected:
@@ -27,7 +35,7 @@ protected:
     std::vector<std::byte> file(const TestSeries& series, int slice) const {
         const auto path = source() / "slice.dcm";
         series.writeSlice(path, slice);
-        return readFile(path);
+        return bytesOf(path);
     }
 
     std::filesystem::path source() const {
@@ -54,7 +62,7 @@ TEST_F(ReceivedSeriesTest, keepsEachPartUnderItsOwnIdWhateverTheOrder) {
         EXPECT_TRUE(instance.idVerified);
         const auto slice = ids_.indexOf(instance.id);
         EXPECT_EQ(instance.sopInstanceUID, series_.sopUid(static_cast<int>(slice)));
-        EXPECT_EQ(readFile(instance.file), files_[static_cast<std::size_t>(slice)]);
+        EXPECT_EQ(bytesOf(instance.file), files_[static_cast<std::size_t>(slice)]);
     }
 }
 

@@ -101,45 +101,5 @@ TEST_F(StudyLoadFaultTest, tellsWhyAStudyCannotBeOpened) {
         text("Gone"));
 }
 
-TEST_F(StudyLoadFaultTest, isUsableAtOnceAfterCancelAtAnyStage) {
-    StudyLoadController controller(client_, {});
-    const std::string listing = "*/viewer-proxy/studies/*";
-    const std::vector<std::pair<Fault, std::string>> slownesses{
-        {Fault::delayed(listing, std::chrono::seconds(20)), listing},
-        {Fault::throttle(Fault::seriesStreams, 4000), Fault::seriesStreams},
-        {Fault::hangAfter(Fault::seriesStreams, 5000), Fault::seriesStreams}};
-    for (const auto& [fault, request] : slownesses) {
-        SCOPED_TRACE(Fault::kindName(fault.kind));
-        service_->resetRequests();
-        service_->setFault(fault);
-        LoadRecorder recorder(controller);
-        controller.openStudy(study_);
-        ASSERT_TRUE(QTest::qWaitFor([&, path = request] { return service_->requestCount(path) > 0; }, 20000));
-        ASSERT_TRUE(controller.isLoading());
-        controller.cancel();
-        EXPECT_FALSE(controller.isLoading());
-        EXPECT_EQ(recorder.cancelled, QStringList{QStringLiteral("Study loading cancelled")});
-        service_->clearFaults();
-        recorder.cancelled.clear();
-        controller.openStudy(study_);
-        ASSERT_TRUE(recorder.waitForEnd());
-        EXPECT_EQ(recorder.images.size(), 1u) << "the next open works";
-    }
-}
-
-TEST_F(StudyLoadFaultTest, endsCleanlyWhenClosedDuringALoad) {
-    service_->setFault(Fault::throttle(Fault::seriesStreams, 4000));
-    {
-        StudyLoadController controller(client_, {});
-        controller.openStudy(study_);
-        ASSERT_TRUE(QTest::qWaitFor(
-            [this] {
-                return !QDir(tempFolder()).entryList({QStringLiteral("zorbel-viewer-session-*")}).isEmpty();
-            },
-            10000));
-    }
-    EXPECT_TRUE(QDir(tempFolder()).entryList({QStringLiteral("zorbel-viewer-session-*")}).isEmpty());
-}
-
 } // namespace
 } // namespace zorbel

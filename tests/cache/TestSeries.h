@@ -3,11 +3,8 @@
 #include "demo/DicomFile.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -61,12 +58,5 @@ struct TestSeries {
                 writeSlice(folder / (name + std::to_string(slice) + ".dcm"), slice);
     }
 };
-
-inline std::vector<std::byte> readFile(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    const auto* begin = reinterpret_cast<const std::byte*>(bytes.data());
-    return {begin, begin + bytes.size()};
-}
 
 } // namespace zorbel::test

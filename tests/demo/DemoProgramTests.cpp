@@ -1,18 +1,26 @@
-#include "ServiceFixture.h"
-
 #include "demo/DicomFile.h"
+#include "demo/OrthancProcess.h"
 #include "demo/PhantomStudies.h"
+#include "tests/support/Files.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <array>
+#include <chrono>
+#include <csignal>
 #include <cstdio>
-#include <fstream>
+#include <map>
+#include <thread>
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace zorbel::demo {
 namespace {
 
 namespace fs = std::filesystem;
+using test::TemporaryFolder;
 
 struct Outcome {
     int code = -1;
@@ -37,9 +45,9 @@ TEST(DemoProgram, runsTheViewerInItsOwnFoldersWithPhantomsAndImportsInPlace) {
     const fs::path imports = folder.path() / "imports";
     writeBenchSeries(imports, 2, 16);
     const fs::path script = folder.path() / "viewer.sh";
-    std::ofstream(script) << "NODE_STUDY=" << uidOf(nodeStudyName)
-                          << "\nPREPARED=" << uidOf(preparedStudyName) << "\n"
-                          << R"sh(set -e
+    const std::string uids =
+        "NODE_STUDY=" + uidOf(nodeStudyName) + "\nPREPARED=" + uidOf(preparedStudyName) + "\n";
+    test::writeFile(script, uids + R"sh(set -e
 for d in "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$TMPDIR"; do
     test "$(stat -c %a "$d")" = 700
 done
@@ -56,7 +64,7 @@ echo "NODE $(curl -s -H "Authorization: Bearer $pass" \
     "$node/api/local-node/desktop/resolve-study?studyInstanceUID=$NODE_STUDY")"
 echo "LIST $(curl -s -H "Authorization: Bearer $token" "$ZORBEL_API_BASE_URL/apps/pacs/api/studies")"
 exit 7
-)sh";
+)sh");
     const std::string options = "run --cache " + std::string(ZORBEL_DEMO_CACHE) + " --home " +
                                 (folder.path() / "home").string() + " --import " + imports.string() +
                                 " -- sh " + script.string();
@@ -101,16 +109,34 @@ TEST(DemoProgram, aFreshHomeGoesWithItsRun) {
     EXPECT_EQ(runProgram("run --fresh-home --home x -- true").code, 2);
 }
 
-TEST(DemoProgram, saysWhatIsWrong) {
-    EXPECT_EQ(runProgram("").code, 2);
-    EXPECT_EQ(runProgram("run --no-phantoms").code, 2);
-    EXPECT_EQ(runProgram("serve --port 0").code, 2);
-    const TemporaryFolder folder;
-    const Outcome absent =
-        runProgram("run --no-phantoms --home " + folder.path().string() + " -- /no/such/viewer");
-    EXPECT_EQ(absent.code, 1);
-    EXPECT_NE(absent.output.find("/no/such/viewer cannot be started"), std::string::npos);
-    EXPECT_EQ(runProgram("serve --import /no/such/folder").code, 2);
+bool exists(int pid) {
+    return kill(pid, 0) == 0;
+}
+
+TEST(DemoProgram, itsArchiveEndsWithAKilledProgramAndTheNextOneTidiesUp) {
+    int pipeEnds[2];
+    ASSERT_EQ(pipe(pipeEnds), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        const OrthancProcess orthanc;
+        const std::string text = std::to_string(orthanc.processId()) + " " + orthanc.folder().string() + "\n";
+        [[maybe_unused]] const ssize_t told = write(pipeEnds[1], text.data(), text.size());
+        pause();
+        _exit(0);
+    }
+    std::string text(4096, '\0');
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(read(pipeEnds[0], text.data(), text.size()), 0)));
+    close(pipeEnds[0]);
+    close(pipeEnds[1]);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const int pid = std::stoi(text);
+    const fs::path folder = text.substr(text.find(' ') + 1, text.size() - text.find(' ') - 2);
+    while (exists(pid)) // ctest's limit is the only one
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(fs::exists(folder));
+    const OrthancProcess next;
+    EXPECT_FALSE(fs::exists(folder));
 }
 
 } // namespace

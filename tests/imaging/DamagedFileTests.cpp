@@ -15,7 +15,7 @@ using gdcm::VR;
 
 class DamagedFile : public testing::Test {
 protected:
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
 
     std::filesystem::path sound(
         const std::string& name = "sound.dcm",
@@ -43,9 +43,9 @@ protected:
 
 TEST_F(DamagedFile, WhatIsNoImageIsNamed) {
     const auto file = folder_.path() / "file";
-    writeBytes(file, "");
+    writeFile(file, "");
     EXPECT_EQ(complaint(file), "file: the file is empty");
-    writeBytes(file, "A letter, and no picture. " + std::string(500, 'x'));
+    writeFile(file, "A letter, and no picture. " + std::string(500, 'x'));
     EXPECT_EQ(complaint(file), "file: not a DICOM file");
     EXPECT_EQ(complaint(folder_.path() / "absent"), "absent: cannot be opened");
     FileMaker report(2, 2);
@@ -56,10 +56,10 @@ TEST_F(DamagedFile, TruncationIsNoticedWhereverItFalls) {
     for (const auto syntax :
          {TransferSyntax::ExplicitVRLittleEndian, TransferSyntax::ImplicitVRLittleEndian,
           TransferSyntax::ExplicitVRBigEndian, TransferSyntax::DeflatedExplicitVRLittleEndian}) {
-        const std::string bytes = readBytes(sound("sound.dcm", syntax));
+        const std::string bytes = readFile(sound("sound.dcm", syntax));
         const auto cut = folder_.path() / "cut.dcm";
         for (std::size_t length = 0; length < bytes.size() - 1; length += length < 1200 ? 7 : 211) {
-            writeBytes(cut, std::string_view(bytes).substr(0, length));
+            writeFile(cut, std::string_view(bytes).substr(0, length));
             EXPECT_NE(complaint(cut), "") << length << " of " << bytes.size() << " bytes, syntax " << syntax;
         }
         EXPECT_EQ(complaint(folder_.path() / "sound.dcm"), "");
@@ -71,7 +71,7 @@ TEST_F(DamagedFile, ATruncatedCodeStreamIsNoImage) {
          {TransferSyntax::RLELossless, TransferSyntax::JPEGLosslessProcess14_1,
           TransferSyntax::JPEGLSLossless, TransferSyntax::JPEG2000Lossless}) {
         compress(sound(), syntax);
-        const std::string bytes = readBytes(folder_.path() / "sound.dcm");
+        const std::string bytes = readFile(folder_.path() / "sound.dcm");
         ASSERT_EQ(complaint(folder_.path() / "sound.dcm"), "");
         // The stream loses its second half; the fragment's length says so.
         const std::string mark("OB\0\0\xff\xff\xff\xff", 8);
@@ -83,13 +83,13 @@ TEST_F(DamagedFile, ATruncatedCodeStreamIsNoImage) {
         const std::uint32_t half = length / 4 * 2;
         std::string cut = bytes.substr(0, fragment + 8 + half) + std::string("\xfe\xff\xdd\xe0\0\0\0\0", 8);
         std::memcpy(cut.data() + fragment + 4, &half, 4);
-        writeBytes(folder_.path() / "cut.dcm", cut);
+        writeFile(folder_.path() / "cut.dcm", cut);
         EXPECT_NE(complaint(folder_.path() / "cut.dcm"), "") << "syntax " << syntax;
         if (syntax == TransferSyntax::RLELossless)
             continue;
         // Even if it ends as a stream should.
         cut.replace(fragment + 8 + half - 2, 2, "\xff\xd9");
-        writeBytes(folder_.path() / "cut.dcm", cut);
+        writeFile(folder_.path() / "cut.dcm", cut);
         EXPECT_NE(complaint(folder_.path() / "cut.dcm"), "") << "syntax " << syntax;
     }
 }
@@ -97,11 +97,11 @@ TEST_F(DamagedFile, ATruncatedCodeStreamIsNoImage) {
 TEST_F(DamagedFile, AJpegStreamOfNoKnownPrecisionIsRefused) {
     const auto file = sound();
     compress(file, TransferSyntax::JPEGLosslessProcess14_1);
-    std::string bytes = readBytes(file);
+    std::string bytes = readFile(file);
     const auto precision = bytes.find("\xff\xc3") + 4;
     for (const int bits : {0, 1, 17, 156, 255}) {
         bytes.at(precision) = static_cast<char>(bits);
-        writeBytes(file, bytes);
+        writeFile(file, bytes);
         EXPECT_EQ(complaint(file), "sound.dcm: the compressed pixel data is damaged") << bits;
     }
 }
@@ -110,24 +110,24 @@ TEST_F(DamagedFile, AJpegStreamTooShortForItsSizeIsRefused) {
     FileMaker maker(32, 32);
     maker.pixels(std::vector<std::int16_t>(32 * 32)).write(folder_.path() / "small");
     compress(folder_.path() / "small", TransferSyntax::JPEGLosslessProcess14_1);
-    std::string bytes = readBytes(folder_.path() / "small");
+    std::string bytes = readFile(folder_.path() / "small");
     for (const auto& mark : {std::string("\x28\0\x10\0US", 6), std::string("\x28\0\x11\0US", 6)})
         bytes.replace(bytes.find(mark) + 8, 2, "\0\x10", 2);
     bytes.replace(bytes.find("\xff\xc3") + 5, 4, "\x10\0\x10\0", 4);
-    writeBytes(folder_.path() / "claims", bytes);
+    writeFile(folder_.path() / "claims", bytes);
     EXPECT_EQ(complaint(folder_.path() / "claims"), "claims: the compressed pixel data is damaged");
 }
 
 TEST_F(DamagedFile, ElementsThatMatterToNobodyMayBeOdd) {
     const auto file = sound();
-    const std::string bytes = readBytes(file);
+    const std::string bytes = readFile(file);
     const auto pixelData = bytes.rfind(std::string("\xe0\x7f\x10\0", 4));
     for (const std::string& odd :
          {std::string("\x01\x70\x10\x10SQ\0\0\x0e\0\0\0no items within", 26),
           std::string("\x01\x70\x10\x10UN\0\0\x0c\0\0\0\xfe\xff\0\xe0\x04\0\0\0none", 24),
           std::string("\x01\x70\x10\x10??\x04\0abcd", 12), std::string("\x01\x70\x10\x10\0\0\x04\0abcd", 12),
           std::string("\x01\x70\x10\x10\x04\0\0\0abcd", 12)}) {
-        writeBytes(file, bytes.substr(0, pixelData) + odd + bytes.substr(pixelData));
+        writeFile(file, bytes.substr(0, pixelData) + odd + bytes.substr(pixelData));
         EXPECT_EQ(complaint(file), "") << testing::PrintToString(odd);
     }
 }
@@ -166,8 +166,8 @@ TEST_F(DamagedFile, OneBadSliceFailsTheVolumeByName) {
             .number(z)
             .write(folder_.path() / ("s" + std::to_string(100 + z)));
     const auto bad = folder_.path() / "s113";
-    const std::string bytes = readBytes(bad);
-    writeBytes(bad, std::string_view(bytes).substr(0, bytes.size() - 20));
+    const std::string bytes = readFile(bad);
+    writeFile(bad, std::string_view(bytes).substr(0, bytes.size() - 20));
     const DicomAnalysis analysis = DicomSeriesReader::analyze(folder_.files());
     ASSERT_EQ(analysis.blocks.size(), 1U);
     try {
@@ -185,12 +185,12 @@ TEST_F(DamagedFile, RandomDamageNeverCrashes) {
     for (const auto syntax :
          {TransferSyntax::ExplicitVRLittleEndian, TransferSyntax::ImplicitVRLittleEndian,
           TransferSyntax::ExplicitVRBigEndian, TransferSyntax::DeflatedExplicitVRLittleEndian})
-        originals.push_back(readBytes(sound("original", syntax)));
+        originals.push_back(readFile(sound("original", syntax)));
     for (const auto syntax :
          {TransferSyntax::RLELossless, TransferSyntax::JPEGLosslessProcess14_1,
           TransferSyntax::JPEGLSLossless, TransferSyntax::JPEG2000Lossless}) {
         compress(sound("original"), syntax);
-        originals.push_back(readBytes(folder_.path() / "original"));
+        originals.push_back(readFile(folder_.path() / "original"));
     }
     std::mt19937 random(20240501);
     const auto file = folder_.path() / "damaged";
@@ -201,7 +201,7 @@ TEST_F(DamagedFile, RandomDamageNeverCrashes) {
             bytes[128 + random() % (bytes.size() - 128)] = static_cast<char>(random());
         if (round % 5 == 0)
             bytes.erase(random() % bytes.size(), random() % 300);
-        writeBytes(file, bytes);
+        writeFile(file, bytes);
         complaint(file);
         try {
             readDicomIdentity(std::as_bytes(std::span(bytes)));

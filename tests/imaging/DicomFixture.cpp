@@ -11,36 +11,13 @@
 #include <gdcmWriter.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstdlib>
-#include <fstream>
 #include <iomanip>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
 namespace zorbel::imaging::test {
-
-ScratchFolder::ScratchFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "zorbel-imaging-XXXXXX").string();
-    if (!mkdtemp(name.data()))
-        throw std::runtime_error("no scratch folder");
-    path_ = name;
-}
-
-ScratchFolder::~ScratchFolder() {
-    std::error_code error;
-    std::filesystem::remove_all(path_, error);
-}
-
-std::vector<std::filesystem::path> ScratchFolder::files() const {
-    std::vector<std::filesystem::path> result;
-    for (const auto& entry : std::filesystem::directory_iterator(path_))
-        result.push_back(entry.path());
-    std::sort(result.begin(), result.end());
-    return result;
-}
 
 FileMaker::FileMaker(int columns, int rows) {
     static std::atomic<int> count = 0;
@@ -206,15 +183,6 @@ void compress(const std::filesystem::path& file, gdcm::TransferSyntax::TSType sy
     writer.SetFileName(file.string().c_str());
     if (!writer.Write())
         throw std::runtime_error("cannot write " + file.string());
-}
-
-std::string readBytes(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-void writeBytes(const std::filesystem::path& file, std::string_view bytes) {
-    std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
 }
 
 std::string decimals(std::initializer_list<double> values, int digits) {

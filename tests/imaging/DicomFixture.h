@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imaging/DicomSeriesReader.h"
+#include "tests/support/Files.h"
 
 #include <gdcmDataSet.h>
 #include <gdcmTag.h>
@@ -16,19 +17,9 @@
 
 namespace zorbel::imaging::test {
 
-/// A folder of its own for one test, removed at its end.
-class ScratchFolder {
-public:
-    ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    const std::filesystem::path& path() const { return path_; }
-    std::vector<std::filesystem::path> files() const; ///< sorted by name
-
-private:
-    std::filesystem::path path_;
-};
+using zorbel::test::readFile;
+using zorbel::test::TemporaryFolder;
+using zorbel::test::writeFile;
 
 /// A DICOM file in the making, by GDCM's writer: a CT slice of 16-bit zeros until told otherwise.
 class FileMaker {
@@ -74,9 +65,6 @@ private:
 
 /// Compresses a file in place with GDCM's codecs.
 void compress(const std::filesystem::path& file, gdcm::TransferSyntax::TSType syntax);
-
-std::string readBytes(const std::filesystem::path& file);
-void writeBytes(const std::filesystem::path& file, std::string_view bytes);
 
 /// Backslash-separated DS values.
 std::string decimals(std::initializer_list<double> values, int digits = 6);

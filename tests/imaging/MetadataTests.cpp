@@ -10,7 +10,7 @@ using gdcm::VR;
 
 class Metadata : public testing::Test {
 protected:
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
     ImageBlock analyze(FileMaker& maker, gdcm::TransferSyntax::TSType syntax) {
         const DicomAnalysis analysis =
             DicomSeriesReader::analyze({maker.write(folder_.path() / "image.dcm", syntax)});

@@ -33,7 +33,7 @@ FileMaker numberedFrames(int count) {
 
 class MultiFrame : public testing::Test {
 protected:
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path file() const { return folder_.path() / "multi.dcm"; }
     ImageBlock onlyBlock() const {
         const DicomAnalysis analysis = DicomSeriesReader::analyze({file()});
@@ -150,7 +150,7 @@ TEST_F(MultiFrame, FilesWithoutPositionsAreNotMixed) {
 
 /// Replaces the pixel data of an encapsulated file, which is its last element.
 void encapsulate(const std::filesystem::path& file, const std::vector<std::string>& items) {
-    std::string bytes = readBytes(file);
+    std::string bytes = readFile(file);
     const std::string head("\xe0\x7f\x10\x00OB\0\0\xff\xff\xff\xff", 12);
     const auto at = bytes.find(head);
     ASSERT_NE(at, std::string::npos);
@@ -164,12 +164,12 @@ void encapsulate(const std::filesystem::path& file, const std::vector<std::strin
         bytes += item;
     }
     append(std::string_view("\xfe\xff\xdd\xe0", 4), 0);
-    writeBytes(file, bytes);
+    writeFile(file, bytes);
 }
 
 /// The code streams of a compressed file whose frames are one fragment each.
 std::vector<std::string> fragmentsOf(const std::filesystem::path& file) {
-    const std::string bytes = readBytes(file);
+    const std::string bytes = readFile(file);
     auto at = bytes.find(std::string("\xe0\x7f\x10\x00OB\0\0\xff\xff\xff\xff", 12)) + 12;
     std::vector<std::string> items;
     while (bytes.compare(at, 4, std::string("\xfe\xff\x00\xe0", 4)) == 0) {

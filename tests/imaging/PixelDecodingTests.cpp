@@ -15,7 +15,7 @@ using gdcm::VR;
 
 class PixelDecoding : public testing::Test {
 protected:
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path file() const { return folder_.path() / "image.dcm"; }
     std::shared_ptr<const Image>
     decode(FileMaker& maker, TransferSyntax::TSType syntax = TransferSyntax::ExplicitVRLittleEndian) {
@@ -315,8 +315,8 @@ TEST_F(PixelDecoding, ProgressRisesAndCancelStops) {
 
     std::atomic<bool> cancel = false;
     const auto cancelSoon = [&cancel](std::size_t done, std::size_t) { cancel = done >= 3; };
-    EXPECT_THROW(DicomSeriesReader::load(analysis.blocks.at(0), &cancel, cancelSoon), WorkCancelled);
-    EXPECT_THROW(DicomSeriesReader::analyze(folder_.files(), &cancel), WorkCancelled);
+    EXPECT_THROW(DicomSeriesReader::load(analysis.blocks.at(0), &cancel, cancelSoon), DicomReadCancelled);
+    EXPECT_THROW(DicomSeriesReader::analyze(folder_.files(), &cancel), DicomReadCancelled);
 }
 
 } // namespace

@@ -87,10 +87,10 @@ TEST_F(RealData, ColourPatternsLookAlike) {
         }
     }
     // Labelled RGB, though the stream holds luminance and chrominance.
-    const ScratchFolder folder;
-    std::string bytes = readBytes(testData() / "codecs/TestPattern_JPEG-Baseline_YBRFull.dcm");
+    const TemporaryFolder folder;
+    std::string bytes = readFile(testData() / "codecs/TestPattern_JPEG-Baseline_YBRFull.dcm");
     bytes.replace(bytes.find("YBR_FULL"), 8, "RGB     ");
-    writeBytes(folder.path() / "mislabelled.dcm", bytes);
+    writeFile(folder.path() / "mislabelled.dcm", bytes);
     EXPECT_LT(meanByteDifference(*loadOnly(folder.files()), *reference), 2.5);
 
     const auto ultrasound = loadOnly({testData() / "enhanced-ct/IM00001.implicit_little_endian.dcm"});

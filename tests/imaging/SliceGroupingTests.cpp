@@ -21,7 +21,7 @@ std::vector<double> evenly(int count, double spacing, double from = 0.0) {
 
 class SliceGrouping : public testing::Test {
 protected:
-    ScratchFolder folder_;
+    TemporaryFolder folder_;
     int count_ = 0;
 
     /// A slice whose voxels all hold `mark`.
@@ -57,7 +57,7 @@ TEST_F(SliceGrouping, SlicesRunAlongTheNormalWhateverTheOrderOfTheFiles) {
         {{c, s, 0}, {0, 0, -1}},
         {{c, 0, s}, {-s * s, c, c * s}}};
     for (const auto& [row, column] : orientations) {
-        const ScratchFolder folder;
+        const TemporaryFolder folder;
         const Vector3 normal = cross(row, column);
         const Vector3 origin{12.0, -7.0, 3.5};
         std::vector<int> order{3, 0, 4, 1, 2};
@@ -97,7 +97,7 @@ TEST_F(SliceGrouping, SlantedSlicesWithRoundedPositionsStayOneBlockToo) {
     const auto rounded = [](double value) { return std::round(value * 100.0) / 100.0; };
     for (const double angle : {0.3, 0.5, 0.7, 1.1})
         for (const double spacing : {0.125, 0.2, 0.5, 1.0}) {
-            const ScratchFolder folder;
+            const TemporaryFolder folder;
             const double c = std::cos(angle), s = std::sin(angle);
             const Vector3 row{c, 0, s}, column{-s * s, c, c * s};
             const Vector3 normal = cross(row, column);

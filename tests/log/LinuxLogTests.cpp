@@ -1,5 +1,6 @@
 #include "app/log/FileSink.h"
 #include "app/log/Logger.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 
@@ -7,11 +8,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -20,9 +19,8 @@ namespace fs = std::filesystem;
 
 class LinuxLogTest : public testing::Test {
 protected:
-    void SetUp() override { fs::create_directories(folder); }
-    void TearDown() override { fs::remove_all(folder); }
-    fs::path folder = fs::temp_directory_path() / ("zorbel-log-linux-" + std::to_string(getpid()));
+    const test::TemporaryFolder temporary;
+    const fs::path folder = temporary.path();
 };
 
 TEST_F(LinuxLogTest, FileIsPrivateWhateverTheUmaskAndAnEarlierModeWere) {
@@ -64,9 +62,8 @@ struct LogsInItsDestructor {
 TEST_F(LinuxLogTest, StaticsMayLogWhileTheProcessEnds) {
     const fs::path path = folder / "exit.log";
     EXPECT_EXIT(exitWithLoggingStatics(path), testing::ExitedWithCode(0), "");
-    std::ifstream file(path);
-    const auto lines = std::count(std::istreambuf_iterator<char>(file), {}, '\n');
-    EXPECT_EQ(lines, 2);
+    const std::string lines = test::readFile(path);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 2);
 }
 
 } // namespace

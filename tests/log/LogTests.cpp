@@ -1,13 +1,12 @@
 #include "app/log/CorrelationId.h"
 #include "app/log/FileSink.h"
 #include "app/log/Logger.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <random>
 #include <regex>
 #include <set>
 #include <stdexcept>
@@ -35,24 +34,15 @@ public:
 /// The logger with one memory sink, as it was before once the test ends.
 class LogTest : public testing::Test {
 protected:
-    void SetUp() override {
-        Logger::instance().addSink(sink);
-        folder = fs::temp_directory_path() / ("zorbel-log-" + std::to_string(std::random_device{}()));
-        fs::create_directories(folder);
-    }
+    void SetUp() override { Logger::instance().addSink(sink); }
     void TearDown() override {
         Logger::instance().removeSink(sink);
         Logger::instance().setMinLevel(LogLevel::Info);
-        fs::remove_all(folder);
     }
     std::shared_ptr<MemorySink> sink = std::make_shared<MemorySink>();
-    fs::path folder;
+    const test::TemporaryFolder temporary;
+    const fs::path folder = temporary.path();
 };
-
-std::string contents(const fs::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 TEST(LogFormat, WritesTheFieldsByteForByte) {
     using namespace std::chrono;
@@ -136,18 +126,6 @@ TEST_F(LogTest, CorrelationBelongsToTheThreadAndIsRestored) {
     EXPECT_NE(sink->text.find(R"("correlationId":"","message":"two")"), std::string::npos);
 }
 
-TEST(CorrelationIdTest, GeneratedIdentifiersCountUpFromTheSameClock) {
-    std::vector<unsigned long> counters;
-    for (int i = 0; i < 3; ++i) {
-        const std::string id = CorrelationId::generate();
-        std::smatch parts;
-        ASSERT_TRUE(std::regex_match(id, parts, std::regex("sess-([0-9]+)-load-([0-9]+)"))) << id;
-        counters.push_back(std::stoul(parts[2]));
-    }
-    EXPECT_EQ(counters[1], counters[0] + 1);
-    EXPECT_EQ(counters[2], counters[1] + 1);
-}
-
 TEST_F(LogTest, FileIsAppendedToAndWrittenOnFlush) {
     const fs::path path = folder / "zorbel-desktop.log";
     for (const char* message : {"first run", "second run"}) {
@@ -155,12 +133,13 @@ TEST_F(LogTest, FileIsAppendedToAndWrittenOnFlush) {
         ASSERT_TRUE(file->isOpen());
         Logger::instance().addSink(file);
         Logger::instance().info("App", message);
-        EXPECT_EQ(contents(path).find(message), std::string::npos) << "a line was written before the flush";
+        EXPECT_EQ(test::readFile(path).find(message), std::string::npos)
+            << "a line was written before the flush";
         Logger::instance().flush();
-        EXPECT_NE(contents(path).find(message), std::string::npos);
+        EXPECT_NE(test::readFile(path).find(message), std::string::npos);
         Logger::instance().removeSink(file);
     }
-    EXPECT_LT(contents(path).find("first run"), contents(path).find("second run"));
+    EXPECT_LT(test::readFile(path).find("first run"), test::readFile(path).find("second run"));
 }
 
 TEST_F(LogTest, FileThatCannotBeOpenedIsSilent) {

@@ -1,4 +1,4 @@
-#include "app/log/Logger.h"
+#include "tests/support/LogCapture.h"
 #include "viewer/reading/planes/MprPlanes.h"
 
 #include <gtest/gtest.h>
@@ -34,49 +34,30 @@ void expectNear(const Vector3& actual, const Vector3& expected, double tolerance
         << actual[0] << " " << actual[1] << " " << actual[2];
 }
 
-class LogCapture : public ILogSink {
-public:
-    void write(const char* line, std::size_t length) override { text.append(line, length); }
-    void flush() override {}
-    std::size_t count(const std::string& part) const {
-        std::size_t found = 0;
-        for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-            ++found;
-        return found;
-    }
-    std::string text;
-};
-
-class MprPlanesLog : public ::testing::Test {
-protected:
-    void SetUp() override { Logger::instance().addSink(log); }
-    void TearDown() override { Logger::instance().removeSink(log); }
-    std::shared_ptr<LogCapture> log = std::make_shared<LogCapture>();
-};
-
-TEST_F(MprPlanesLog, warnsOncePerLossOfOrthogonality) {
+TEST(MprPlanes, warnsOncePerLossOfOrthogonality) {
+    const test::LogCapture log;
     const std::string warning =
         "MPR planes are not mutually orthogonal; rotation disabled until the viewports are reconfigured";
     MprPlanes planes;
     EXPECT_FALSE(planes.checkPlanesOrthogonal(PlaneBases{})); // nothing is shown yet: no loss
-    EXPECT_EQ(log->count(warning), 0U);
+    EXPECT_EQ(log.count(warning), 0U);
     EXPECT_TRUE(planes.checkPlanesOrthogonal(leaningBases(0.0009)));
     EXPECT_FALSE(planes.checkPlanesOrthogonal(leaningBases(0.0011)));
     EXPECT_FALSE(planes.checkPlanesOrthogonal(leaningBases(-0.0011)));
-    EXPECT_EQ(log->count(warning), 1U);
-    EXPECT_EQ(log->count("\"MainWindow\""), 1U);
+    EXPECT_EQ(log.count(warning), 1U);
+    EXPECT_EQ(log.count("\"MainWindow\""), 1U);
     EXPECT_EQ(planes.storedBases(), leaningBases(0.0009));
 
     EXPECT_TRUE(planes.checkPlanesOrthogonal(standardBases()));
     PlaneBases missing = standardBases();
     missing[2] = {};
     EXPECT_FALSE(planes.checkPlanesOrthogonal(missing));
-    EXPECT_EQ(log->count(warning), 2U);
+    EXPECT_EQ(log.count(warning), 2U);
 
     planes.checkPlanesOrthogonal(standardBases());
     planes.reset();
     EXPECT_FALSE(planes.isRotationEnabled());
-    EXPECT_EQ(log->count(warning), 2U);
+    EXPECT_EQ(log.count(warning), 2U);
 }
 
 TEST(MprPlanes, refusesWhatIsNotAPlane) {

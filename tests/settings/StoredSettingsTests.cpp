@@ -35,13 +35,6 @@ std::filesystem::path defaultFolder() {
     return QFileInfo(QStandardPaths::writableLocation(QStandardPaths::CacheLocation)).filesystemFilePath();
 }
 
-TEST_F(StoredSettings, haveDefaults) {
-    EXPECT_EQ(cache().cacheDir, defaultFolder());
-    EXPECT_EQ(cache().policy().retentionDays, 1U);
-    EXPECT_EQ(cache().policy().quotaBytes, 10'737'418'240U);
-    EXPECT_FALSE(cache().isSessionOnly());
-}
-
 TEST_F(StoredSettings, areReadAsChosen) {
     const QString chosen = folder.filePath(QStringLiteral("Röntgen"));
     set(cacheDirKey, chosen);

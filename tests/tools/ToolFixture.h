@@ -17,7 +17,7 @@ namespace zorbel::tools::test {
 /// Runs the tool's commands in this process, on a folder of the test's own.
 class ToolTest : public testing::Test {
 protected:
-    imaging::test::ScratchFolder folder_;
+    imaging::test::TemporaryFolder folder_;
     std::ostringstream out_;
     std::ostringstream error_;
 

@@ -102,7 +102,7 @@ TEST_F(VolumeCacheWriting, ReplacesAnEarlierCacheWhole) {
     write(image, 1);
     EXPECT_EQ(cacheFiles().size(), 7U);
     std::filesystem::create_directories(folder_.path() / "cache" / "chunk-0.bin.gz.new" / "in the way");
-    imaging::test::writeBytes(cache() + "/.chunk-3.bin.gz.new.a1B2c3", "of a killed program");
+    imaging::test::writeFile(cache() + "/.chunk-3.bin.gz.new.a1B2c3", "of a killed program");
     std::filesystem::create_directories(folder_.path() / "cache" / "series");
     write(image, 100, true, "9.8.7");
     EXPECT_EQ(cacheFiles(), (std::vector<std::string>{"chunk-0.bin.gz", "manifest.json", "series"}));
@@ -171,7 +171,7 @@ TEST_F(VolumeCacheWriting, AFailingDiskLeavesNoHalfCache) {
 }
 
 TEST_F(VolumeCacheWriting, NamesAFolderThatCannotBeMade) {
-    imaging::test::writeBytes(folder_.path() / "cache", "a file");
+    imaging::test::writeFile(folder_.path() / "cache", "a file");
     try {
         write(imageOf<std::int16_t>(oblique({2, 2, 2}), VoxelType::Int16, {1}));
         ADD_FAILURE() << "written into a file";

@@ -112,7 +112,7 @@ TEST_F(VolumePack, VerifySaysWhyACacheIsRefused) {
         std::tuple("degraded", 7, -1, "Manifest study identity does not match the requested study"));
     std::filesystem::resize_file(cache() + "/chunk-1.bin.gz", 10);
     EXPECT_EQ(refused({}), std::tuple("degraded", 9, 1, "Chunk compressed length does not match file size"));
-    imaging::test::writeBytes(cache() + "/manifest.json", "{");
+    imaging::test::writeFile(cache() + "/manifest.json", "{");
     EXPECT_EQ(std::get<1>(refused({})), 12);
 }
 

@@ -1,6 +1,6 @@
 #include "demo/DemoService.h"
 #include "tests/cache/TestSeries.h"
-#include "tests/demo/SignedInClient.h"
+#include "tests/support/SignedInClient.h"
 #include "viewer/window/MainWindow.h"
 
 #include <QAbstractButton>

@@ -1,5 +1,5 @@
 #include "demo/DemoService.h"
-#include "tests/demo/SignedInClient.h"
+#include "tests/support/SignedInClient.h"
 #include "viewer/studies/StudyBrowserWidget.h"
 #include "viewer/window/SeriesSelectionDialog.h"
 

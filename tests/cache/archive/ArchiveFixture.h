@@ -2,13 +2,12 @@
 
 #include "cache/archive/StudyArchiveReader.h"
 #include "cache/archive/StudyArchiveTransaction.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <set>
 #include <string>
@@ -19,32 +18,15 @@ namespace zorbel::tests {
 class ArchiveFixture : public testing::Test {
 protected:
     explicit ArchiveFixture(const std::filesystem::path& base = std::filesystem::temp_directory_path())
-        : root(
-              base / (std::string("zorbel-archive-") +
-                      testing::UnitTest::GetInstance()->current_test_info()->name())) {}
+        : folder_(base) {}
 
     using Contents = std::map<std::string, std::string>; ///< by instance id
     using State = StudyArchiveReader::State;
-
-    void SetUp() override {
-        std::filesystem::remove_all(root);
-        std::filesystem::create_directories(root);
-    }
-    void TearDown() override { std::filesystem::remove_all(root); }
 
     static Contents oldContents() {
         return {{"a", "first, old"}, {"b", std::string(70'000, 'o')}, {"c", "3"}};
     }
     static Contents newContents() { return {{"b", std::string(70'000, 'n')}, {"d-1_X", "4"}, {"e", "5"}}; }
-
-    static void write(const std::filesystem::path& file, const std::string& bytes) {
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << bytes;
-    }
-    static std::string read(const std::filesystem::path& path) {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
 
     StudyArchiveTransaction begin(std::chrono::milliseconds timeout = std::chrono::seconds(20)) const {
         return StudyArchiveTransaction::begin(archive, "1.2", "1.2.3", timeout);
@@ -53,7 +35,7 @@ protected:
     void store(const Contents& contents, const std::filesystem::path& incoming) const {
         auto transaction = begin();
         for (const auto& [id, bytes] : contents) {
-            write(incoming / id, bytes);
+            test::writeFile(incoming / id, bytes);
             transaction.adopt(id, incoming / id);
         }
         transaction.commit();
@@ -67,7 +49,7 @@ protected:
         const auto result = verify();
         if (result.state == State::Verified)
             for (const auto& instance : result.series.instances)
-                contents[instance.id] = read(instance.file);
+                contents[instance.id] = test::readFile(instance.file);
         return contents;
     }
     /// What lies beside the archive and its lock.
@@ -81,7 +63,11 @@ protected:
         return names;
     }
 
-    const std::filesystem::path root;
+private:
+    const test::TemporaryFolder folder_;
+
+protected:
+    const std::filesystem::path root = folder_.path();
     const std::filesystem::path archive = root / "scope" / "1.2" / "series" / "1.2.3";
 };
 

@@ -29,12 +29,6 @@ constexpr Kind kinds[] = {
     {"bad block", EIO, false}, {"broken disk", EIO, true},  {"read-only", EROFS, true},
 };
 
-/// Where flushing costs nothing, for many hundred archives are written.
-fs::path memoryDisk() {
-    const fs::path memory = "/dev/shm";
-    return access(memory.c_str(), W_OK) == 0 ? memory : fs::temp_directory_path();
-}
-
 bool isKnownText(const std::string& text) {
     static const std::regex known(
         "Cannot create study archive (parent directory|staging directory|manifest): /.*|"
@@ -47,7 +41,7 @@ bool isKnownText(const std::string& text) {
 
 class StudyArchiveFaultTest : public ArchiveFixture {
 protected:
-    StudyArchiveFaultTest() : ArchiveFixture(memoryDisk()) {}
+    StudyArchiveFaultTest() : ArchiveFixture(test::memoryDisk()) {}
 
     /// Replaces (or creates) the archive with the fault at each call in turn, until there is none left.
     void sweep(const Kind& kind, const std::optional<Contents>& before, const fs::path& incoming) {
@@ -179,7 +173,7 @@ TEST_F(StudyArchiveFaultTest, ARealDiskThatFillsUpKeepsTheEarlierArchive) {
             store(oldContents());
             struct statvfs disk {};
             statvfs((root / "scope").c_str(), &disk);
-            write(root / "scope" / "filler", std::string(disk.f_bavail * disk.f_bsize - room, 'f'));
+            test::writeFile(root / "scope" / "filler", std::string(disk.f_bavail * disk.f_bsize - room, 'f'));
             const std::string error = errorOf([&] { store(newContents()); });
             if (verified() != (error.empty() ? newContents() : oldContents()))
                 throw std::runtime_error("lost with " + std::to_string(room) + " bytes free: " + error);
@@ -202,7 +196,7 @@ TEST_F(StudyArchiveFaultTest, ADiskThatTurnsReadOnlyKeepsTheEarlierArchiveReadab
     store(oldContents());
     const auto run = runWithDiskFault({}, [&] {
         std::optional<StudyArchiveTransaction> transaction = begin();
-        write(transaction->pathFor("x"), "1");
+        test::writeFile(transaction->pathFor("x"), "1");
         transaction->addInstance("x");
         const std::string scope = root / "scope";
         if (!ownMounts() || mount(scope.c_str(), scope.c_str(), nullptr, MS_BIND, nullptr) != 0 ||

@@ -27,10 +27,10 @@ protected:
 TEST_F(StudyArchiveReaderTest, EveryDamageOfTheFilesIsFound) {
     const std::function<void()> damages[] = {
         [&] { fs::remove(file("a")); },
-        [&] { write(file("a"), "first, olD"); },
-        [&] { write(file("a"), "first, old and longer"); },
+        [&] { test::writeFile(file("a"), "first, olD"); },
+        [&] { test::writeFile(file("a"), "first, old and longer"); },
         [&] { fs::resize_file(file("b"), 69'999); },
-        [&] { write(file("c"), ""); },
+        [&] { test::writeFile(file("c"), ""); },
         [&] {
             fs::rename(file("a"), root / "x");
             fs::rename(file("b"), file("a"));
@@ -79,9 +79,9 @@ TEST_F(StudyArchiveReaderTest, EveryDamageOfTheFilesIsFound) {
 
 TEST_F(StudyArchiveReaderTest, EveryDamageOfTheManifestIsFound) {
     store(oldContents());
-    const json good = json::parse(read(manifest()));
+    const json good = json::parse(test::readFile(manifest()));
     const auto isDamaged = [&](const std::string& text) {
-        write(manifest(), text);
+        test::writeFile(manifest(), text);
         const auto described = StudyArchiveReader::describe(archive, "1.2", "1.2.3");
         EXPECT_EQ(described.reason.find('{'), std::string::npos) << described.reason;
         return described.state == State::Damaged && !described.reason.empty() &&
@@ -148,7 +148,7 @@ TEST_F(StudyArchiveReaderTest, EveryDamageOfTheManifestIsFound) {
     fs::resize_file(manifest(), 1ULL << 40U); // sparse
     EXPECT_EQ(verify().state, State::Damaged);
 
-    write(manifest(), text);
+    test::writeFile(manifest(), text);
     EXPECT_EQ(verify().state, State::Verified);
     EXPECT_EQ(StudyArchiveReader::verify(archive, "1.2", "1.2.4").state, State::Damaged);
     EXPECT_EQ(StudyArchiveReader::verify(archive, "1.3", "1.2.3").state, State::Damaged);
@@ -158,7 +158,7 @@ TEST_F(StudyArchiveReaderTest, ListsWhatTheManifestListsAndStopsWhenCancelled) {
     EXPECT_EQ(verify().state, State::Missing);
     EXPECT_FALSE(fs::exists(root / "scope")) << "a look leaves no trace";
     store(oldContents());
-    write(file("extra"), "not listed");
+    test::writeFile(file("extra"), "not listed");
     EXPECT_EQ(verified(), oldContents());
 
     std::atomic<bool> cancel = true;
@@ -198,7 +198,7 @@ TEST_F(StudyArchiveReaderTest, WhatIsSetAsideStaysUntilANewCopyIsThere) {
     EXPECT_TRUE(StudyArchiveReader::setAside(archive));
     for (const char* contents : {"first", "second"}) {
         store({{"a", contents}});
-        write(file("a"), "?");
+        test::writeFile(file("a"), "?");
         ASSERT_EQ(verify().state, State::Damaged);
         EXPECT_TRUE(StudyArchiveReader::setAside(archive));
         EXPECT_EQ(verify().state, State::Missing);

@@ -24,7 +24,7 @@ TEST_F(StudyArchiveTransactionTest, WritesPrivateFilesAndAManifestThatDescribesT
         auto transaction = begin();
         for (const auto& [id, bytes] : newContents()) {
             EXPECT_EQ(transaction.pathFor(id).filename(), id + ".dcm");
-            write(transaction.pathFor(id), bytes);
+            test::writeFile(transaction.pathFor(id), bytes);
         }
         transaction.addInstance("e"); // the order in which they were added is the manifest's
         transaction.addInstance("b");
@@ -35,7 +35,7 @@ TEST_F(StudyArchiveTransactionTest, WritesPrivateFilesAndAManifestThatDescribesT
     EXPECT_EQ(verified(), newContents());
     EXPECT_TRUE(leftovers().empty());
 
-    const std::string text = read(archive / "archive-manifest.json");
+    const std::string text = test::readFile(archive / "archive-manifest.json");
     EXPECT_EQ(text.find("{\n  \"version\": \"zorbel-study-archive.v2\""), 0U) << text;
     const auto manifest = nlohmann::json::parse(text);
     EXPECT_EQ(manifest.at("studyInstanceUID"), "1.2");
@@ -65,7 +65,7 @@ TEST_F(StudyArchiveTransactionTest, RefusesBeforeItTouchesAnything) {
     for (const char* folder : {"", "name", "/", "/parent/", "/parent/.."})
         EXPECT_EQ(beginError(folder, 0), "Study archive final directory is invalid") << folder;
     EXPECT_EQ(beginError(archive, -1), "Study archive lock timeout cannot be negative");
-    write(root / "file", "x");
+    test::writeFile(root / "file", "x");
     EXPECT_EQ(
         beginError(root / "file" / "below" / "x", 0),
         "Cannot create study archive parent directory: " + (root / "file" / "below").string());
@@ -77,9 +77,9 @@ TEST_F(StudyArchiveTransactionTest, RefusesBeforeItTouchesAnything) {
     const auto commitError = [&](const std::string& study, const std::string& series,
                                  const std::vector<std::string>& ids) {
         auto transaction = StudyArchiveTransaction::begin(archive, study, series, {});
-        write(transaction.pathFor("good"), "x");
-        write(transaction.pathFor("empty"), "");
-        write(root / "outside.dcm", "x");
+        test::writeFile(transaction.pathFor("good"), "x");
+        test::writeFile(transaction.pathFor("empty"), "");
+        test::writeFile(root / "outside.dcm", "x");
         fs::create_symlink(root / "outside.dcm", transaction.pathFor("link"));
         fs::create_directories(transaction.pathFor("folder"));
         for (const auto& id : ids)
@@ -106,7 +106,7 @@ TEST_F(StudyArchiveTransactionTest, RefusesBeforeItTouchesAnything) {
 }
 
 TEST_F(StudyArchiveTransactionTest, AdoptRefusesWhatIsNoFileAndKeepsTheSource) {
-    write(root / "incoming" / "one", "1");
+    test::writeFile(root / "incoming" / "one", "1");
     fs::create_symlink(root / "incoming" / "one", root / "incoming" / "link");
     auto transaction = begin();
     EXPECT_EQ(
@@ -119,11 +119,11 @@ TEST_F(StudyArchiveTransactionTest, AdoptRefusesWhatIsNoFileAndKeepsTheSource) {
             }).find("Study archive instance is missing or empty: "),
             0U);
     transaction.adopt("x", root / "incoming" / "one");
-    write(root / "incoming" / "one", "another");
+    test::writeFile(root / "incoming" / "one", "another");
     EXPECT_EQ(
         errorOf([&] { transaction.adopt("x", root / "incoming" / "one"); }),
         "Duplicate Orthanc instance identifier: x");
-    EXPECT_EQ(read(root / "incoming" / "one"), "another");
+    EXPECT_EQ(test::readFile(root / "incoming" / "one"), "another");
     transaction.commit();
     EXPECT_EQ(verified(), (Contents{{"x", "1"}}));
 }
@@ -138,7 +138,7 @@ TEST_F(StudyArchiveTransactionTest, AWriterWaitsForTheOtherOrGivesUp) {
     EXPECT_EQ(leftovers().size(), 1U) << "the first writer's staging folder stays";
 
     std::thread second([&] { store(newContents()); });
-    write(root / "one", "1");
+    test::writeFile(root / "one", "1");
     first->adopt("x", root / "one");
     first->commit();
     first.reset();
@@ -176,18 +176,18 @@ TEST_F(StudyArchiveTransactionTest, ReadersNeverMeetHalfOfAnArchiveWhileProcesse
 TEST_F(StudyArchiveTransactionTest, ACacheRemovedInTheMiddleIsAnErrorAndNothingMore) {
     {
         auto transaction = begin();
-        write(root / "one", "1");
+        test::writeFile(root / "one", "1");
         transaction.adopt("x", root / "one");
         fs::remove_all(root / "scope");
         EXPECT_EQ(
             errorOf([&] { transaction.commit(); }).find("Study archive instance is missing or empty: "), 0U);
-        write(root / "two", "2");
+        test::writeFile(root / "two", "2");
         EXPECT_EQ(
             errorOf([&] {
                 transaction.adopt("y", root / "two");
             }).find("Cannot copy study archive instance: "),
             0U);
-        EXPECT_EQ(read(root / "two"), "2");
+        EXPECT_EQ(test::readFile(root / "two"), "2");
     }
     EXPECT_FALSE(fs::exists(root / "scope"));
     store(oldContents());
@@ -195,16 +195,16 @@ TEST_F(StudyArchiveTransactionTest, ACacheRemovedInTheMiddleIsAnErrorAndNothingM
 }
 
 TEST_F(StudyArchiveTransactionTest, AFinalNameThatIsALinkOrAFileIsReplacedItself) {
-    write(root / "elsewhere" / "kept", "kept");
+    test::writeFile(root / "elsewhere" / "kept", "kept");
     fs::create_directories(archive.parent_path());
     fs::create_directory_symlink(root / "elsewhere", archive);
     EXPECT_EQ(verify().state, State::Damaged);
     store(oldContents());
     EXPECT_EQ(verified(), oldContents());
-    EXPECT_EQ(read(root / "elsewhere" / "kept"), "kept");
+    EXPECT_EQ(test::readFile(root / "elsewhere" / "kept"), "kept");
 
     fs::remove_all(archive);
-    write(archive, "a file");
+    test::writeFile(archive, "a file");
     EXPECT_EQ(verify().state, State::Damaged);
     store(newContents());
     EXPECT_EQ(verified(), newContents());

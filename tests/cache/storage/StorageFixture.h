@@ -1,17 +1,15 @@
 #pragma once
 
 #include "cache/storage/ViewerStorage.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
-
-#include <stdlib.h>
 
 namespace zorbel::test {
 
@@ -21,18 +19,11 @@ protected:
     using Time = ViewerStorage::Time;
 
     StorageFixture() {
-        std::string name = (std::filesystem::temp_directory_path() / "zorbel-storage-XXXXXX").string();
-        folder = mkdtemp(name.data());
         std::filesystem::permissions(folder, std::filesystem::perms(0755)); // a user's ordinary folder
-    }
-    ~StorageFixture() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
     }
 
     static void write(const std::filesystem::path& file, std::size_t bytes) {
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file) << std::string(bytes, 'x');
+        writeFile(file, std::string(bytes, 'x'));
     }
 
     /// A study as a volume cache with one archived series, of `bytes` in all, opened `age` ago.
@@ -69,7 +60,11 @@ protected:
         }
     }
 
-    std::filesystem::path folder;
+private:
+    const TemporaryFolder temporary_;
+
+protected:
+    const std::filesystem::path folder = temporary_.path();
     const Time now = Time::clock::now();
 };
 

@@ -1,18 +1,14 @@
 #pragma once
 
-#include "app/log/Logger.h"
 #include "cache/volume/Sha256.h"
+#include "tests/support/Files.h"
 
 #include <nlohmann/json.hpp>
 #include <zlib.h>
 
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <memory>
-#include <random>
 #include <span>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -21,16 +17,6 @@ namespace zorbel::test {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
-
-inline void writeFile(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-inline std::string readFile(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 constexpr int gzipWindow = 31;
 constexpr int zlibWindow = 15;
@@ -55,9 +41,6 @@ inline std::string compressed(std::string bytes, int windowBits = gzipWindow, in
 class TestVolumeCache {
 public:
     explicit TestVolumeCache(std::array<int, 3> size = {4, 3, 6}, int chunkSlices = 2) {
-        static std::random_device random;
-        folder = fs::temp_directory_path() / ("zorbel-volume-" + std::to_string(random()));
-        fs::create_directories(folder);
         const auto sliceBytes = static_cast<std::size_t>(2 * size[0] * size[1]);
         for (std::size_t i = 0; i < sliceBytes * static_cast<std::size_t>(size[2]); ++i)
             voxels += static_cast<char>(i * 31 + i / 7);
@@ -84,14 +67,6 @@ public:
         }
         save();
     }
-    ~TestVolumeCache() {
-        std::error_code ignored;
-        fs::permissions(folder, fs::perms::owner_all, ignored);
-        fs::remove_all(folder, ignored);
-    }
-    TestVolumeCache(const TestVolumeCache&) = delete;
-    TestVolumeCache& operator=(const TestVolumeCache&) = delete;
-
     fs::path chunk(std::size_t index) const {
         return folder / ("chunk-" + std::to_string(index) + ".bin.gz");
     }
@@ -104,7 +79,11 @@ public:
     void save() const { writeFile(manifestPath(), manifest.dump()); }
     fs::path manifestPath() const { return folder / "manifest.json"; }
 
-    fs::path folder;
+private:
+    TemporaryFolder temporary_;
+
+public:
+    const fs::path folder = temporary_.path();
     Json manifest;
     std::string voxels;
 };
@@ -112,37 +91,5 @@ public:
 inline fs::path schemaPath() {
     return ZORBEL_MANIFEST_SCHEMA;
 }
-
-/// What the log says while it lives.
-class LogRecording {
-public:
-    LogRecording() { Logger::instance().addSink(sink_); }
-    ~LogRecording() { Logger::instance().removeSink(sink_); }
-    LogRecording(const LogRecording&) = delete;
-    LogRecording& operator=(const LogRecording&) = delete;
-
-    /// "level component: message {meta}" of each record; a duration is told as a bare number of milliseconds.
-    std::string text() const {
-        std::string text;
-        for (const Json& record : sink_->records) {
-            Json meta = record.value("meta", Json::object());
-            if (meta.contains("duration") && std::stoll(meta["duration"].get<std::string>()) >= 0)
-                meta["duration"] = "ms";
-            text += record["level"].get<std::string>() + " " + record["component"].get<std::string>() + ": " +
-                    record["message"].get<std::string>() + " " + meta.dump() + "\n";
-        }
-        return text;
-    }
-
-private:
-    struct Sink : ILogSink {
-        void write(const char* line, std::size_t length) override {
-            records.push_back(Json::parse(std::string(line, length)));
-        }
-        void flush() override {}
-        std::vector<Json> records;
-    };
-    std::shared_ptr<Sink> sink_ = std::make_shared<Sink>();
-};
 
 } // namespace zorbel::test

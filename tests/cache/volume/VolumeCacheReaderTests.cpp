@@ -23,141 +23,85 @@ std::string voxelsOf(const ZorbelVolumeData& volume) {
     return {reinterpret_cast<const char*>(volume.voxels.get()), volume.byteLength};
 }
 
-TEST(VolumeCacheReader, LoadsTheVolumeAndTellsEachStep) {
+TEST(VolumeCacheReader, LoadsTheVolumeWhateverTheOrderOfItsChunks) {
     TestVolumeCache cache;
     std::reverse(cache.manifest["chunks"].begin(), cache.manifest["chunks"].end());
     cache.manifest["chunks"][1].erase("compression");
     cache.manifest["chunks"][1].erase("sha256");
     cache.save();
-    const test::LogRecording log;
     const VolumeCacheResult result = load(cache);
     const auto* const volume = std::get_if<ZorbelVolumeData>(&result);
     ASSERT_TRUE(volume) << std::get<LoadError>(result).message;
     EXPECT_EQ(voxelsOf(*volume), cache.voxels);
-    EXPECT_EQ(volume->studyInstanceUID, "1.2.3");
-    EXPECT_EQ(volume->dtype, "int16");
     EXPECT_EQ(volume->dimensions, (std::array<std::int32_t, 3>{4, 3, 6}));
     EXPECT_EQ(volume->spacing, (std::array<double, 3>{0.5, 0.25, 1.5}));
     EXPECT_EQ(volume->origin, (std::array<double, 3>{-10.0, 20.0, 30.5}));
     EXPECT_EQ(volume->direction, (std::array<double, 9>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
-
     const CacheLoadOutcome outcome = mapCacheResult(result);
     EXPECT_EQ(outcome.kind, CacheLoadOutcome::Kind::Loaded);
     EXPECT_EQ(outcome.userMessage, "Cache loaded successfully");
     EXPECT_FALSE(outcome.missing);
-
-    std::string expected =
-        "info VolumeCacheReader: Load started {\"cacheDir\":\"" + cache.folder.string() +
-        "\"}\n"
-        "info ManifestParser: Manifest parsed successfully {\"chunks\":\"3\",\"dtype\":"
-        "\"int16\",\"studyInstanceUID\":\"1.2.3\",\"version\":\"volume-cache-manifest.v1\"}\n"
-        "info IntegrityChecker: Integrity check passed "
-        "{\"chunks\":\"3\",\"duration\":\"ms\",\"totalBytes\":\"144\"}\n";
-    for (int index = 0; index < 3; ++index)
-        expected += "info ChunkDecompressor: Chunk decompressed {\"chunkIndex\":\"" + std::to_string(index) +
-                    "\",\"compressedBytes\":\"71\",\"duration\":\"ms\",\"outputBytes\":\"48\"}\n";
-    expected += "info VoxelAssembler: Volume assembled {\"chunks\":\"3\",\"duration\":\"ms\"}\n"
-                "info VolumeCacheReader: Load succeeded "
-                "{\"bufferBytes\":\"144\",\"dtype\":\"int16\",\"studyInstanceUID\":\"1.2.3\"}\n"
-                "info VolumeCacheReader: Cache load succeeded "
-                "{\"bufBytes\":\"144\",\"dims\":\"4x3x6\",\"dtype\":\"int16\",\"study\":\"1.2.3\"}\n";
-    EXPECT_EQ(log.text(), expected);
 }
 
-TEST(VolumeCacheReader, EveryFailureHasItsCodeItsWordsAndItsLogLine) {
+TEST(VolumeCacheReader, EveryFailureHasItsCodeAndItsWords) {
     struct Case {
         std::function<void(TestVolumeCache&)> damage;
         std::uint32_t code;
         std::string message; ///< the beginning of
         std::int32_t chunk;
         std::string userMessage;
-        std::string logged; ///< by the reader
     };
     const std::vector<Case> cases{
         {[](TestVolumeCache& c) { test::fs::remove_all(c.folder); }, 12, "Cache manifest not present: /", -1,
-         "Study is not available in the local cache — falling back to DICOM.",
-         "info VolumeCacheReader: Cache manifest missing {\"manifestPath\":"},
+         "Study is not available in the local cache — falling back to DICOM."},
         {[](TestVolumeCache& c) { test::writeFile(c.manifestPath(), "{"); }, 12,
-         "manifest.json is not valid JSON: ", -1, "Cache manifest invalid — falling back to DICOM.",
-         "warn VolumeCacheReader: Manifest parse failed {\"detail\":\"manifest.json is not valid JSON: "},
+         "manifest.json is not valid JSON: ", -1, "Cache manifest invalid — falling back to DICOM."},
         {[](TestVolumeCache& c) { c.manifest["version"] = "volume-cache-manifest.v2"; }, 6,
          "Unsupported manifest version: volume-cache-manifest.v2", -1,
          "Cache version unsupported — falling back to DICOM. Update the desktop workstation to open cached "
-         "studies.",
-         ""},
+         "studies."},
         {[](TestVolumeCache& c) { c.manifest["studyInstanceUID"] = "1.2.4"; }, 7,
          "Manifest study identity does not match the requested study", -1,
-         "Cache integrity check failed — falling back to DICOM.",
-         "warn VolumeCacheReader: Integrity check failed {\"detail\":\"Manifest study identity does not "
-         "match "
-         "the requested study\"}"},
+         "Cache integrity check failed — falling back to DICOM."},
         {[](TestVolumeCache& c) { test::fs::remove(c.chunk(1)); }, 8, "Chunk file is missing", 1,
-         "Cache chunk missing — falling back to DICOM.",
-         "warn VolumeCacheReader: Integrity check failed {\"chunkIndex\":\"1\",\"detail\":\"Chunk file is "
-         "missing"},
+         "Cache chunk missing — falling back to DICOM."},
         {[](TestVolumeCache& c) { test::fs::resize_file(c.chunk(2), 9); }, 9,
          "Chunk compressed length does not match file size", 2,
-         "Cache chunk size mismatch — falling back to DICOM.", "Integrity check failed"},
+         "Cache chunk size mismatch — falling back to DICOM."},
         {[](TestVolumeCache& c) { c.putChunk(1, test::compressed(c.voxels.substr(0, 47))); }, 9,
          "Decompressed size mismatch for chunk 1: expected 48, got 47", 1,
-         "Cache chunk size mismatch — falling back to DICOM.",
-         "warn VolumeCacheReader: Volume assembly failed {\"chunkIndex\":\"1\"}"},
+         "Cache chunk size mismatch — falling back to DICOM."},
         {[](TestVolumeCache& c) { c.putChunk(1, test::compressed(c.voxels.substr(0, 49))); }, 10,
          "zlib inflate failed (code -5)", 1,
-         "Cache chunk corrupt (decompression failed) — falling back to DICOM.", "Volume assembly failed"},
+         "Cache chunk corrupt (decompression failed) — falling back to DICOM."},
         {[](TestVolumeCache& c) { c.putChunk(0, "this was never compressed"); }, 10,
          "zlib inflate failed (code -3): incorrect header check", 0,
-         "Cache chunk corrupt (decompression failed) — falling back to DICOM.", "Volume assembly failed"},
+         "Cache chunk corrupt (decompression failed) — falling back to DICOM."},
         {[](TestVolumeCache& c) { c.putChunk(0, ""); }, 10, "Chunk file is empty: /", 0,
-         "Cache chunk corrupt (decompression failed) — falling back to DICOM.", "Volume assembly failed"},
+         "Cache chunk corrupt (decompression failed) — falling back to DICOM."},
         {[](TestVolumeCache& c) { c.manifest["chunks"].erase(1); }, 11, "Chunk slice coverage contains a gap",
-         2, "Cannot load study: Chunk slice coverage contains a gap", "Integrity check failed"}};
+         2, "Cannot load study: Chunk slice coverage contains a gap"}};
     for (const Case& one : cases) {
         SCOPED_TRACE(one.message);
         TestVolumeCache cache;
         one.damage(cache);
-        if (!one.message.starts_with("manifest.json"))
+        if (test::fs::exists(cache.folder) && !one.message.starts_with("manifest.json"))
             cache.save();
-        const test::LogRecording log;
         const VolumeCacheResult result = load(cache);
         const auto* const error = std::get_if<LoadError>(&result);
         ASSERT_TRUE(error);
         EXPECT_EQ(error->code, one.code);
         EXPECT_TRUE(error->message.starts_with(one.message)) << error->message;
         EXPECT_EQ(error->chunkIndex, one.chunk);
-        EXPECT_NE(log.text().find(one.logged), std::string::npos) << log.text();
-
         const CacheLoadOutcome outcome = mapCacheResult(result);
         EXPECT_EQ(outcome.userMessage, one.userMessage);
-        EXPECT_EQ(outcome.missing, one.logged.find("manifest missing") != std::string::npos);
-        Json meta{{"errorCode", std::to_string(one.code)}, {"message", error->message}};
-        if (one.code == 11) {
-            EXPECT_EQ(error->severity, CacheSeverity::Critical);
-            EXPECT_EQ(outcome.kind, CacheLoadOutcome::Kind::Abort);
-            meta["severity"] = "critical";
-            EXPECT_TRUE(log.text().ends_with(
-                "error VolumeCacheReader: Critical load failure — aborting " + meta.dump() + "\n"))
-                << log.text();
-        } else {
-            EXPECT_EQ(error->severity, CacheSeverity::Degraded);
-            EXPECT_EQ(outcome.kind, CacheLoadOutcome::Kind::FallBackToDicom);
-            meta["severity"] = "degraded";
-            meta["reason"] = one.userMessage;
-            EXPECT_TRUE(log.text().ends_with(
-                "warn VolumeCacheReader: Cache load degraded — falling back to DICOM " + meta.dump() + "\n"))
-                << log.text();
-        }
+        EXPECT_EQ(outcome.missing, one.message.starts_with("Cache manifest not present"));
+        const bool impossible = one.code == 11;
+        EXPECT_EQ(error->severity, impossible ? CacheSeverity::Critical : CacheSeverity::Degraded);
+        EXPECT_EQ(
+            outcome.kind,
+            impossible ? CacheLoadOutcome::Kind::Abort : CacheLoadOutcome::Kind::FallBackToDicom);
     }
-}
-
-TEST(VolumeCacheReader, TransientAndUnknownCodesFallBackWithTheirOwnWords) {
-    for (const std::uint32_t code : {2U, 3U, 5U, 4U, 99U}) {
-        EXPECT_EQ(severityName(severityOf(code)), code == 4 || code == 99 ? "degraded" : "transient");
-        const CacheLoadOutcome outcome = mapCacheResult(LoadError{severityOf(code), code, "disk away", -1});
-        EXPECT_EQ(outcome.kind, CacheLoadOutcome::Kind::FallBackToDicom);
-        EXPECT_EQ(outcome.userMessage, "Cache load failed (disk away) — falling back to DICOM.");
-    }
-    EXPECT_EQ(severityName(static_cast<CacheSeverity>(7)), "unknown");
 }
 
 TEST(VolumeCacheReader, EndsWhenCancelled) {

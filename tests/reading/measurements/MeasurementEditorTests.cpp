@@ -240,30 +240,5 @@ TEST_F(MeasurementEditorTest, deleteTakesTheDraftThenTheSelectedThenTheLast) {
     EXPECT_TRUE(list.measurements().empty());
 }
 
-TEST_F(MeasurementEditorTest, onAnImageWithPixelsThatAreNotSquare) {
-    ImageMetadata metadata;
-    metadata.spacingSource = imaging::SpacingSource::PixelSpacing;
-    metadata.pixelAspectRatio = 2.0;
-    const auto image = imageOf<std::uint8_t>(
-        ImageGeometry({100, 60, 1}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0.1, 0.2, 1.0}),
-        [](const Vector3&) { return 0.0; }, metadata);
-    const ImageGrid2D grid(*image);
-    editor.setKind(Kind::Length);
-    for (const double scale : {0.5, 3.0, 9.0}) {
-        list.clear();
-        view = {MeasurementPlane::ofImage(*image, 0), {}, {}, 600.0, 400.0};
-        view.toWidget = [=](const Vector3& point) {
-            const Point2 pixel = grid.toPixel(point);
-            return Point2{(pixel.x + 0.5) * scale, (pixel.y + 0.5) * 2.0 * scale};
-        };
-        view.fromWidget = [=](const Point2& at) {
-            return grid.fromPixel({at.x / scale - 0.5, at.y / (2.0 * scale) - 0.5});
-        };
-        drag(shown(grid.fromPixel({5.0, 5.0})), shown(grid.fromPixel({65.0, 45.0})));
-        EXPECT_EQ(label(only()), "10.00 mm");
-        EXPECT_TRUE(only().isOnImage());
-    }
-}
-
 } // namespace
 } // namespace zorbel::test

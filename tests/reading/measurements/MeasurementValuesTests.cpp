@@ -219,12 +219,5 @@ TEST(MeasurementValues, anglesAndProbesOfPixelsThatAreNotSquare) {
     EXPECT_EQ(labelOf(probe, &sampler), "2155");
 }
 
-TEST(MeasurementValues, greyValuesHaveAUnitOnlyInHounsfieldImages) {
-    ImageMetadata metadata;
-    EXPECT_EQ(valueUnit(metadata), "");
-    metadata.hounsfieldUnits = true;
-    EXPECT_EQ(valueUnit(metadata), "HU");
-}
-
 } // namespace
 } // namespace zorbel::test

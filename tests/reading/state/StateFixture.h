@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/Files.h"
 #include "viewer/reading/state/KeyImageStore.h"
 #include "viewer/reading/state/ReadingStateStore.h"
 #include "viewer/reading/state/StateFiles.h"
@@ -8,20 +9,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <string>
 
-#include <unistd.h>
-
 namespace zorbel::tests {
-
-/// Where flushing costs nothing, for hundreds of files are written.
-inline std::filesystem::path memoryDisk() {
-    const std::filesystem::path memory = "/dev/shm";
-    return access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::temp_directory_path();
-}
 
 inline ReadingPosition samplePosition(const std::string& uid, double x = 1.5) {
     return {
@@ -45,17 +36,8 @@ inline std::string pngBytes(const std::string& contents) {
 
 class StateFixture : public testing::Test {
 protected:
-    void SetUp() override { std::filesystem::remove_all(folder); }
-    void TearDown() override { std::filesystem::remove_all(folder); }
-
-    std::string contents(const std::string& name) const {
-        std::ifstream file(root / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    void put(const std::string& name, const std::string& bytes) const {
-        std::filesystem::create_directories((root / name).parent_path());
-        std::ofstream(root / name, std::ios::binary) << bytes;
-    }
+    std::string contents(const std::string& name) const { return test::readFile(root / name); }
+    void put(const std::string& name, const std::string& bytes) const { test::writeFile(root / name, bytes); }
     /// All files below the root by their relative names, the lock left out.
     std::set<std::string> names() const {
         std::set<std::string> found;
@@ -73,9 +55,8 @@ protected:
     }
 
     static constexpr char uid[] = "1.2.840.99.7";
-    const std::filesystem::path folder =
-        memoryDisk() / ("zorbel-state-" + std::to_string(getpid()) + "-" +
-                        testing::UnitTest::GetInstance()->current_test_info()->name());
+    const test::TemporaryFolder temporary{test::memoryDisk()};
+    const std::filesystem::path folder = temporary.path() / "user";
     const std::filesystem::path root = folder / "cache" / "scope";
 };
 

@@ -166,22 +166,5 @@ TEST(RecentStudiesTest, ofARepeatedEntryTheNewestIsRead) {
     EXPECT_FALSE(recentStudiesFrom("{}"));
 }
 
-TEST(TimeStampTest, isIso8601InUtc) {
-    using namespace std::chrono;
-    EXPECT_EQ(
-        utcTimeStamp(sys_days(year(2026) / 3 / 7) + hours(4) + minutes(5) + seconds(6) + milliseconds(7)),
-        "2026-03-07T04:05:06.007Z");
-}
-
-TEST(StudyFileNameTest, refusesWhatIsNoUid) {
-    EXPECT_EQ(studyFileName(" 1.2.3\n"), "1.2.3");
-    EXPECT_EQ(studyFileName(std::string(64, '1')), std::string(64, '1'));
-    for (const auto& text :
-         {std::string(), std::string("."), std::string(".."), std::string("1..2"), std::string("1."),
-          std::string("../1"), std::string("1/2"), std::string("1.2a"), std::string("1 2"),
-          std::string(65, '1'), std::string("1\0", 2)})
-        EXPECT_FALSE(studyFileName(text)) << text;
-}
-
 } // namespace
 } // namespace zorbel::tests

@@ -1,4 +1,4 @@
-#include "MisbehavingServer.h"
+#include "tests/support/MisbehavingServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
