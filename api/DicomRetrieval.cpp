@@ -10,12 +10,11 @@ namespace zorbel {
 
 namespace {
 
-ImageDataRoute authenticatedRoute(const ZorbelApiClient& client, const CancelFlag& cancel) {
+/// The route that `find` comes to; its failure counts as the download's cancelling where that was the cause.
+template <typename Find>
+ImageDataRoute routeUnlessCancelled(const CancelFlag& cancel, Find find) {
     try {
-        ImageDataRoute route = client.imageDataRoute(cancel);
-        if (route.token.isEmpty())
-            throw ZorbelApiError("Zorbel viewer session is not authenticated", 401);
-        return route;
+        return find();
     } catch (const std::exception&) {
         if (isCancelled(cancel))
             throw ZorbelApiError("DICOM download cancelled");
@@ -26,32 +25,47 @@ ImageDataRoute authenticatedRoute(const ZorbelApiClient& client, const CancelFla
 } // namespace
 
 void ZorbelApiClient::DownloadInstances(
-    const QStringList& instanceIds, const InstanceSink& sink, const CancelFlag& cancel,
-    unsigned parallelism) const {
+    const ImageDataRoute& route, const QStringList& instanceIds, const InstanceSink& sink,
+    const CancelFlag& cancel, unsigned parallelism) const {
     if (!sink)
         throw std::invalid_argument("A DICOM download sink is required");
-    const ImageDataRoute route = authenticatedRoute(*this, cancel);
+    const ImageDataRoute usable = routeUnlessCancelled(cancel, [&] { return usableRoute(route, cancel); });
     ApiClientConfig limits = config_;
-    limits.transferTimeoutMs = routeTimeoutMs(route, limits.transferTimeoutMs);
-    InstanceDownload(route, limits, sink, cancel, parallelism).run(instanceIds);
+    limits.transferTimeoutMs = routeTimeoutMs(usable, limits.transferTimeoutMs);
+    InstanceDownload(usable, limits, sink, cancel, parallelism).run(instanceIds);
+}
+
+void ZorbelApiClient::DownloadInstances(
+    const QStringList& instanceIds, const InstanceSink& sink, const CancelFlag& cancel,
+    unsigned parallelism) const {
+    const ImageDataRoute route = routeUnlessCancelled(cancel, [&] { return imageDataRoute(cancel); });
+    DownloadInstances(route, instanceIds, sink, cancel, parallelism);
 }
 
 void ZorbelApiClient::StreamSeries(
-    const QString& studyInstanceUid, const QString& seriesInstanceUid, const QStringList& expectedInstanceIds,
-    const TransferProgress& progress, const CancelFlag& cancel, const PartSink& sink) const {
+    const ImageDataRoute& route, const QString& studyInstanceUid, const QString& seriesInstanceUid,
+    const QStringList& expectedInstanceIds, const TransferProgress& progress, const CancelFlag& cancel,
+    const PartSink& sink) const {
     if (studyInstanceUid.isEmpty() || seriesInstanceUid.isEmpty())
         throw std::invalid_argument("Streaming DICOMweb retrieval requires study and series UIDs");
     if (expectedInstanceIds.isEmpty() || !sink)
         throw std::invalid_argument("Streaming DICOMweb retrieval requires expected instances and a sink");
-    const ImageDataRoute route = authenticatedRoute(*this, cancel);
-    const QString url = route.baseUrl + route.prefix + QStringLiteral("dicom-web/studies/") +
+    const ImageDataRoute usable = routeUnlessCancelled(cancel, [&] { return usableRoute(route, cancel); });
+    const QString url = usable.baseUrl + usable.prefix + QStringLiteral("dicom-web/studies/") +
                         QString::fromLatin1(QUrl::toPercentEncoding(studyInstanceUid)) +
                         QStringLiteral("/series/") +
                         QString::fromLatin1(QUrl::toPercentEncoding(seriesInstanceUid));
     SeriesStream(expectedInstanceIds, progress, cancel, sink, config_.maximumDicomBytes)
         .run(dicomRequest(
-            QUrl(url), R"(multipart/related; type="application/dicom"; transfer-syntax=*)", route.token,
-            routeTimeoutMs(route, config_.transferTimeoutMs)));
+            QUrl(url), R"(multipart/related; type="application/dicom"; transfer-syntax=*)", usable.token,
+            routeTimeoutMs(usable, config_.transferTimeoutMs)));
+}
+
+void ZorbelApiClient::StreamSeries(
+    const QString& studyInstanceUid, const QString& seriesInstanceUid, const QStringList& expectedInstanceIds,
+    const TransferProgress& progress, const CancelFlag& cancel, const PartSink& sink) const {
+    const ImageDataRoute route = routeUnlessCancelled(cancel, [&] { return imageDataRoute(cancel); });
+    StreamSeries(route, studyInstanceUid, seriesInstanceUid, expectedInstanceIds, progress, cancel, sink);
 }
 
 } // namespace zorbel

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 
 namespace zorbel {
 
@@ -118,7 +119,7 @@ QString ZorbelApiClient::selectedLocalNode() const {
 
 QString ZorbelApiClient::sourceLabel() const {
     const std::lock_guard lock(mutex_);
-    return session_->localNode.sessionActive ? QStringLiteral("Local Node") : QStringLiteral("Zorbel Cloud");
+    return (session_->localNode.sessionActive ? nodeRoute() : cloudRouteLocked()).sourceLabel();
 }
 
 // ---- Session on the node
@@ -128,7 +129,7 @@ void ZorbelApiClient::openLocalNodeSession(const CancelFlag& cancel) {
     renewLocalNodeSession(cancel);
 }
 
-void ZorbelApiClient::renewLocalNodeSession(const CancelFlag& cancel) const {
+ImageDataRoute ZorbelApiClient::renewLocalNodeSession(const CancelFlag& cancel) const {
     QString nodeId;
     QString organizationId;
     std::uint64_t generation = 0;
@@ -166,71 +167,110 @@ void ZorbelApiClient::renewLocalNodeSession(const CancelFlag& cancel) const {
     node.token = token;
     node.sessionExpiry = expiry;
     node.retryAfter = 0;
+    return nodeRoute();
+}
+
+// ---- Routes
+// --------------------------------------------------------------------------------------------------------
+
+ImageDataRoute ZorbelApiClient::nodeRoute() const {
+    const LocalNodeSelection& node = session_->localNode;
+    return {
+        node.baseUrl,
+        QStringLiteral("/api/local-node/desktop/viewer-proxy/"),
+        node.token,
+        true,
+        node.sourceKind == SourceKind::Automatic,
+        node.sessionExpiry,
+        node.generation,
+        session_->signIn};
+}
+
+ImageDataRoute ZorbelApiClient::cloudRouteLocked() const {
+    ImageDataRoute route;
+    route.baseUrl = config_.baseUrl;
+    route.prefix = QStringLiteral("/apps/pacs/api/viewer-proxy/");
+    route.token = session_->accessToken;
+    route.signIn = session_->signIn;
+    return route;
+}
+
+ImageDataRoute ZorbelApiClient::cloudRoute() const {
+    const std::lock_guard lock(mutex_);
+    return cloudRouteLocked();
+}
+
+ImageDataRoute ZorbelApiClient::usableRoute(const ImageDataRoute& route, const CancelFlag& cancel) const {
+    const std::int64_t present = now();
+    {
+        const std::lock_guard lock(mutex_);
+        const LocalNodeSelection& node = session_->localNode;
+        if (session_->accessToken.isEmpty() || route.signIn != session_->signIn)
+            throw notAuthenticated();
+        if (!route.isLocalNode || route.expiry > present)
+            return route;
+        if (route.selection != node.generation)
+            throw selectionChanged();
+        if (node.isOpen(present))
+            return nodeRoute();
+    }
+    return renewLocalNodeSession(cancel);
 }
 
 ImageDataRoute ZorbelApiClient::imageDataRoute(const CancelFlag& cancel) const {
-    const std::int64_t present = now();
-    std::unique_lock lock(mutex_);
-    const LocalNodeSelection& node = session_->localNode;
-    if (node.sessionActive && node.sessionExpiry <= present) {
-        const std::uint64_t generation = node.generation;
-        lock.unlock();
-        try {
-            renewLocalNodeSession(cancel);
-            lock.lock();
-        } catch (...) {
-            lock.lock();
-            // A session that was given up meanwhile needs no renewal.
-            if (node.generation == generation)
-                throw;
-        }
+    ImageDataRoute route;
+    {
+        const std::lock_guard lock(mutex_);
+        if (!session_->localNode.sessionActive)
+            return cloudRouteLocked();
+        route = nodeRoute();
     }
-    if (node.sessionActive && !node.baseUrl.isEmpty() && !node.token.isEmpty())
-        return {node.baseUrl, QStringLiteral("/api/local-node/desktop/viewer-proxy/"), node.token, true};
-    return {config_.baseUrl, QStringLiteral("/apps/pacs/api/viewer-proxy/"), session_->accessToken, false};
+    try {
+        return usableRoute(route, cancel);
+    } catch (...) {
+        const std::lock_guard lock(mutex_);
+        // A session that was given up meanwhile needs no renewal.
+        if (session_->localNode.generation == route.selection)
+            throw;
+        return cloudRouteLocked();
+    }
 }
 
 // ---- Studies on the node
 // -------------------------------------------------------------------------------------------
 
-QString ZorbelApiClient::findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const {
+StudyRoute ZorbelApiClient::findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const {
     if (studyInstanceUid.isEmpty())
         throw StudyNotOnNode();
     const std::int64_t present = now();
-    bool reused = false;
+    std::optional<ImageDataRoute> open;
     {
         const std::lock_guard lock(mutex_);
-        reused = session_->localNode.isOpen(present);
+        if (session_->localNode.isOpen(present))
+            open = nodeRoute();
     }
-    if (reused) {
+    if (open) {
         try {
-            return askLocalNode(studyInstanceUid, cancel);
+            return {*open, askLocalNode(*open, studyInstanceUid, cancel)};
         } catch (const ZorbelApiError& error) {
             // A node that was restarted does not know the session any more.
             if (error.status != 401)
                 throw;
         }
     }
-    renewLocalNodeSession(cancel);
-    return askLocalNode(studyInstanceUid, cancel);
+    const ImageDataRoute renewed = renewLocalNodeSession(cancel);
+    return {renewed, askLocalNode(renewed, studyInstanceUid, cancel)};
 }
 
-QString ZorbelApiClient::askLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const {
-    QString baseUrl;
-    QString token;
-    {
-        const std::lock_guard lock(mutex_);
-        baseUrl = session_->localNode.baseUrl;
-        token = session_->localNode.token;
-    }
-    if (baseUrl.isEmpty() || token.isEmpty())
-        throw selectionChanged();
-    const QString url = baseUrl + QStringLiteral("/api/local-node/desktop/resolve-study?studyInstanceUID=") +
+QString ZorbelApiClient::askLocalNode(
+    const ImageDataRoute& route, const QString& studyInstanceUid, const CancelFlag& cancel) const {
+    const QString url = route.baseUrl +
+                        QStringLiteral("/api/local-node/desktop/resolve-study?studyInstanceUID=") +
                         QString::fromLatin1(QUrl::toPercentEncoding(studyInstanceUid));
     QByteArray body;
     try {
         body = request(
-            "GET", QUrl(url), {}, {}, token, std::min(config_.requestTimeoutMs, resolutionTimeoutMs),
+            "GET", QUrl(url), {}, {}, route.token, std::min(config_.requestTimeoutMs, resolutionTimeoutMs),
             config_.maximumResponseBytes, cancel);
     } catch (const ZorbelApiError& error) {
         if (error.status == 404)
@@ -244,14 +284,13 @@ QString ZorbelApiClient::askLocalNode(const QString& studyInstanceUid, const Can
     return id;
 }
 
-QString ZorbelApiClient::resolveStudyOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) {
+StudyRoute ZorbelApiClient::routeForStudy(const QString& studyInstanceUid, const CancelFlag& cancel) {
     const std::int64_t present = now();
     SourceKind kind = SourceKind::Automatic;
     std::uint64_t generation = 0;
     {
         const std::lock_guard lock(mutex_);
-        LocalNodeSelection& node = session_->localNode;
-        node.sessionActive = false;
+        const LocalNodeSelection& node = session_->localNode;
         kind = node.sourceKind;
         generation = node.generation;
         const bool listed =
@@ -259,17 +298,16 @@ QString ZorbelApiClient::resolveStudyOnLocalNode(const QString& studyInstanceUid
         if (kind == SourceKind::CloudOnly ||
             (kind == SourceKind::Automatic &&
              (node.retryAfter > present || node.nodeId.isEmpty() || !listed)))
-            return {};
+            return {cloudRouteLocked(), {}};
     }
 
     bool nodeFailed = true;
     try {
-        const QString id = findOnLocalNode(studyInstanceUid, cancel);
+        const StudyRoute found = findOnLocalNode(studyInstanceUid, cancel);
         const std::lock_guard lock(mutex_);
         if (session_->localNode.generation != generation)
             throw selectionChanged();
-        session_->localNode.sessionActive = true;
-        return id;
+        return found;
     } catch (const StudyNotOnNode&) {
         nodeFailed = false;
         Logger::instance().info("LocalNode", "The study is not on the Local Node");
@@ -279,30 +317,44 @@ QString ZorbelApiClient::resolveStudyOnLocalNode(const QString& studyInstanceUid
         Logger::instance().warn(
             "LocalNode", "The Local Node did not serve the study", {{"reason", logReason(error)}});
     }
-    if (nodeFailed) {
-        const std::int64_t retryAfter = now() + retryPauseSeconds;
-        const std::lock_guard lock(mutex_);
-        LocalNodeSelection& node = session_->localNode;
-        if (node.generation == generation) {
-            // The node may have moved; the next attempt asks the service where to.
-            node.closeSession();
-            if (kind == SourceKind::Automatic)
-                node.retryAfter = retryAfter;
-        }
-    }
+    if (nodeFailed)
+        giveUpNode(generation);
     if (kind == SourceKind::LocalNodeRequired)
         throw ZorbelApiError("The selected study cannot be resolved on the Local Node");
-    return {};
+    return {cloudRoute(), {}};
 }
 
-bool ZorbelApiClient::abandonLocalNode() {
+QString ZorbelApiClient::resolveStudyOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) {
+    {
+        const std::lock_guard lock(mutex_);
+        session_->localNode.sessionActive = false;
+    }
+    const StudyRoute found = routeForStudy(studyInstanceUid, cancel);
+    if (!found.route.isLocalNode)
+        return {};
+    const std::lock_guard lock(mutex_);
+    if (session_->localNode.generation != found.route.selection)
+        throw selectionChanged();
+    session_->localNode.sessionActive = true;
+    return found.studyId;
+}
+
+void ZorbelApiClient::giveUpNode(std::uint64_t generation) {
     const std::int64_t retryAfter = now() + retryPauseSeconds;
     const std::lock_guard lock(mutex_);
     LocalNodeSelection& node = session_->localNode;
-    if (!node.sessionActive || node.sourceKind != SourceKind::Automatic)
-        return false;
+    if (node.generation != generation)
+        return;
+    // The node may have moved; the next attempt asks the service where to.
     node.closeSession();
-    node.retryAfter = retryAfter;
+    if (node.sourceKind == SourceKind::Automatic)
+        node.retryAfter = retryAfter;
+}
+
+bool ZorbelApiClient::abandonLocalNode(const ImageDataRoute& route) {
+    if (!route.isLocalNode || !route.cloudMayServe)
+        return false;
+    giveUpNode(route.selection);
     return true;
 }
 

@@ -43,4 +43,8 @@ void throwUnlessSuccessful(int httpStatus, const QByteArray& body) {
         ZorbelApiClient::errorCode(body).toStdString());
 }
 
+ZorbelApiError notAuthenticated() {
+    return ZorbelApiError("Zorbel viewer session is not authenticated", 401);
+}
+
 } // namespace zorbel

@@ -60,18 +60,19 @@ ZorbelApiClient::listStudies(const QString& search, int pageSize, const CancelFl
     return studies;
 }
 
-QStringList ZorbelApiClient::studySeriesIds(const QString& orthancStudyId, const CancelFlag& cancel) const {
+QStringList ZorbelApiClient::studySeriesIds(
+    const ImageDataRoute& route, const QString& orthancStudyId, const CancelFlag& cancel) const {
     const QByteArray body = proxyGet(
-        QStringLiteral("studies/") + pathSegment(orthancStudyId), config_.requestTimeoutMs,
+        route, QStringLiteral("studies/") + pathSegment(orthancStudyId), config_.requestTimeoutMs,
         config_.maximumResponseBytes, cancel);
     const QJsonObject study = parseObject(body, QStringLiteral("Zorbel study metadata"));
     return texts(study.value(QLatin1String("Series")));
 }
 
-OrthancSeriesSummary
-ZorbelApiClient::seriesSummary(const QString& orthancSeriesId, const CancelFlag& cancel) const {
+OrthancSeriesSummary ZorbelApiClient::seriesSummary(
+    const ImageDataRoute& route, const QString& orthancSeriesId, const CancelFlag& cancel) const {
     const QByteArray body = proxyGet(
-        QStringLiteral("series/") + pathSegment(orthancSeriesId), config_.requestTimeoutMs,
+        route, QStringLiteral("series/") + pathSegment(orthancSeriesId), config_.requestTimeoutMs,
         config_.maximumResponseBytes, cancel);
     const QJsonObject series = parseObject(body, QStringLiteral("Zorbel series metadata"));
     const QJsonObject tags = series.value(QLatin1String("MainDicomTags")).toObject();
@@ -86,10 +87,10 @@ ZorbelApiClient::seriesSummary(const QString& orthancSeriesId, const CancelFlag&
     return summary;
 }
 
-QStringList
-ZorbelApiClient::seriesInstanceIds(const QString& orthancSeriesId, const CancelFlag& cancel) const {
+QStringList ZorbelApiClient::seriesInstanceIds(
+    const ImageDataRoute& route, const QString& orthancSeriesId, const CancelFlag& cancel) const {
     const QByteArray body = proxyGet(
-        QStringLiteral("series/") + pathSegment(orthancSeriesId), config_.requestTimeoutMs,
+        route, QStringLiteral("series/") + pathSegment(orthancSeriesId), config_.requestTimeoutMs,
         config_.maximumResponseBytes, cancel);
     const QJsonObject series = parseObject(body, QStringLiteral("Zorbel series instance list"));
     return texts(series.value(QLatin1String("Instances")));

@@ -39,12 +39,4 @@ struct LocalNodeEntry {
     QString appVersion;
 };
 
-/// Where image data comes from: the cloud's viewer proxy or a Local Node's.
-struct ImageDataRoute {
-    QString baseUrl;
-    QString prefix; ///< begins and ends with "/"
-    QString token;
-    bool isLocalNode = false;
-};
-
 } // namespace zorbel

@@ -16,7 +16,7 @@ struct LocalNodeSelection {
     QString token;
     std::int64_t sessionExpiry = 0;
     std::int64_t retryAfter = 0;
-    bool sessionActive = false;
+    bool sessionActive = false; ///< requests that name no route of their own go to the node
     /// Raised by whatever gives up the session, so that a call that began before does not bring it back.
     std::uint64_t generation = 0;
 
@@ -37,6 +37,8 @@ struct LocalNodeSelection {
 
 struct ZorbelApiClient::ViewerSession {
     QString accessToken;
+    /// Raised by every sign-in and sign-out, so that no route of one session is used in another.
+    std::uint64_t signIn = 0;
     UserProfile profile;
     LocalNodeSelection localNode;
     /// The last list of the organization's nodes by id; null before there was one.

@@ -28,10 +28,6 @@ UserProfile readProfile(const QJsonObject& user) {
     return profile;
 }
 
-ZorbelApiError notAuthenticated() {
-    return ZorbelApiError("Zorbel viewer session is not authenticated", 401);
-}
-
 } // namespace
 
 ZorbelApiClient::ZorbelApiClient(ApiClientConfig config)
@@ -70,17 +66,21 @@ QByteArray ZorbelApiClient::authenticatedRequest(
 }
 
 QByteArray ZorbelApiClient::proxyGet(
-    const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel) const {
-    const ImageDataRoute route = imageDataRoute(cancel);
-    if (route.token.isEmpty())
-        throw notAuthenticated();
+    const ImageDataRoute& route, const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes,
+    const CancelFlag& cancel) const {
+    const ImageDataRoute usable = usableRoute(route, cancel);
     return request(
-        "GET", QUrl(route.baseUrl + route.prefix + path), {}, {}, route.token,
-        routeTimeoutMs(route, timeoutMs), maxBytes, cancel);
+        "GET", QUrl(usable.baseUrl + usable.prefix + path), {}, {}, usable.token,
+        routeTimeoutMs(usable, timeoutMs), maxBytes, cancel);
+}
+
+QByteArray ZorbelApiClient::proxyGet(
+    const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel) const {
+    return proxyGet(imageDataRoute(cancel), path, timeoutMs, maxBytes, cancel);
 }
 
 std::int32_t ZorbelApiClient::routeTimeoutMs(const ImageDataRoute& route, std::int32_t timeoutMs) const {
-    const bool replaceable = route.isLocalNode && sourceKind() == SourceKind::Automatic;
+    const bool replaceable = route.isLocalNode && route.cloudMayServe;
     return replaceable ? std::min(timeoutMs, config_.localNodePatienceMs) : timeoutMs;
 }
 
@@ -106,6 +106,7 @@ ZorbelApiClient::signIn(const QString& email, const QString& password, const Can
         {
             const std::lock_guard lock(mutex_);
             session_->accessToken = token;
+            ++session_->signIn;
             session_->profile = profile;
             session_->localNode.closeSession();
         }
@@ -144,6 +145,7 @@ UserProfile ZorbelApiClient::validateSession(const CancelFlag& cancel) const {
 void ZorbelApiClient::signOut() {
     const std::lock_guard lock(mutex_);
     session_->accessToken.clear();
+    ++session_->signIn;
     session_->profile = {};
     session_->localNode.nodeId.clear();
     session_->localNode.closeSession();

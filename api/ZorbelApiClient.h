@@ -1,6 +1,7 @@
 #pragma once
 
 #include "api/ApiClientConfig.h"
+#include "api/ImageDataRoute.h"
 #include "api/StudyRecords.h"
 #include "api/UserProfile.h"
 #include "api/ZorbelApiError.h"
@@ -45,7 +46,7 @@ public:
     void signOut();
     bool isSignedIn() const;
     UserProfile profile() const;
-    /// "Zorbel Cloud" or "Local Node".
+    /// "Zorbel Cloud" or "Local Node": where requests that name no route go.
     QString sourceLabel() const;
     /// True on success, false on any failure; never throws.
     bool sendViewerAudit(
@@ -54,13 +55,18 @@ public:
 
     // ---- Study list and archive metadata
     // -------------------------------------------------------------------------
+    // What names a route goes that way, whatever route other requests take; the others go by
+    // imageDataRoute().
     std::vector<ViewerStudySummary>
     listStudies(const QString& search, int pageSize, const CancelFlag& cancel = {}) const;
     /// Ids of a study's series.
-    QStringList studySeriesIds(const QString& orthancStudyId, const CancelFlag& cancel = {}) const;
-    OrthancSeriesSummary seriesSummary(const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
+    QStringList studySeriesIds(
+        const ImageDataRoute& route, const QString& orthancStudyId, const CancelFlag& cancel = {}) const;
+    OrthancSeriesSummary seriesSummary(
+        const ImageDataRoute& route, const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
     /// The series' instance ids as they are now, in the archive's order.
-    QStringList seriesInstanceIds(const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
+    QStringList seriesInstanceIds(
+        const ImageDataRoute& route, const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
 
     // ---- Local Nodes
     // ----------------------------------------------------------------------------------------------------
@@ -75,15 +81,17 @@ public:
     QString selectedLocalNode() const;
     /// Opens a session on the selected node, or renews it. On failure nothing of it is kept.
     void openLocalNodeSession(const CancelFlag& cancel = {});
-    /// The node's own id of the study, which from now on is read from there; empty: read it from the cloud.
-    /// Throws where only the node is allowed and cannot serve it, and when the flag cancels it. In the
-    /// automatic mode only a node that listLocalNodes() has told of is asked, and one that failed is left
-    /// alone for a minute; a node that merely does not hold the study has not failed.
+    /// Where a study's images are to come from, for a load that carries its route along. Throws where only
+    /// the node is allowed and cannot serve the study, and when the flag cancels it. In the automatic mode
+    /// only a node that listLocalNodes() has told of is asked, and one that failed is left alone for a
+    /// minute; a node that merely does not hold the study has not failed.
+    StudyRoute routeForStudy(const QString& studyInstanceUid, const CancelFlag& cancel = {});
+    /// As routeForStudy(), for requests that name no route of their own: the node's own id of the study,
+    /// which from now on is read from there; empty: read it from the cloud.
     QString resolveStudyOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel = {});
-    /// Back to the cloud after the node failed in the middle of a study, and leaves the node alone for a
-    /// minute. Only in the automatic mode; false, and nothing changes, when the route is not a node's or only
-    /// the node is allowed.
-    bool abandonLocalNode();
+    /// The node failed in the middle of a study: it is left alone for a minute. False, and nothing changes,
+    /// when the route is not a node's or the cloud may not serve instead.
+    bool abandonLocalNode(const ImageDataRoute& route);
 
     // ---- DICOM retrieval
     // -----------------------------------------------------------------------------------------
@@ -101,10 +109,17 @@ public:
 
     /// Fetches instances one file each, `parallelism` (clamped to 1..16) at a time.
     void DownloadInstances(
+        const ImageDataRoute& route, const QStringList& instanceIds, const InstanceSink& sink,
+        const CancelFlag& cancel, unsigned parallelism) const;
+    void DownloadInstances(
         const QStringList& instanceIds, const InstanceSink& sink, const CancelFlag& cancel,
         unsigned parallelism) const;
     /// Fetches a whole series in one multipart response and hands on each part as soon as it is complete;
     /// holds about one instance in memory.
+    void StreamSeries(
+        const ImageDataRoute& route, const QString& studyInstanceUid, const QString& seriesInstanceUid,
+        const QStringList& expectedInstanceIds, const TransferProgress& progress, const CancelFlag& cancel,
+        const PartSink& sink) const;
     void StreamSeries(
         const QString& studyInstanceUid, const QString& seriesInstanceUid,
         const QStringList& expectedInstanceIds, const TransferProgress& progress, const CancelFlag& cancel,
@@ -121,12 +136,17 @@ public:
         const QByteArray& method, const QString& path, const QByteArray& body, const QByteArray& contentType,
         bool requireSession, std::int32_t timeoutMs, std::uint64_t maxBytes,
         const CancelFlag& cancel = {}) const;
-    /// GET through the image-data route.
+    /// GET through an image-data route; the second form through that of requests that name none.
+    QByteArray proxyGet(
+        const ImageDataRoute& route, const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes,
+        const CancelFlag& cancel = {}) const;
     QByteArray proxyGet(
         const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes,
         const CancelFlag& cancel = {}) const;
-    /// Renews a Local Node session that has run out; throws when that fails.
+    /// The route of requests that name none: the cloud's until resolveStudyOnLocalNode() finds a study at a
+    /// node. Renews a Local Node session that has run out; throws when that fails.
     ImageDataRoute imageDataRoute(const CancelFlag& cancel = {}) const;
+    ImageDataRoute cloudRoute() const;
     /// context: a short label such as "Zorbel login", part of the message on failure.
     static QJsonObject parseObject(const QByteArray& body, const QString& context);
     static QString errorCode(const QByteArray& body);
@@ -137,11 +157,19 @@ private:
 
     /// The time limit for a request of image data by this route.
     std::int32_t routeTimeoutMs(const ImageDataRoute& route, std::int32_t timeoutMs) const;
+    /// The route as it can be used now, a node's with a session that has not run out. Throws.
+    ImageDataRoute usableRoute(const ImageDataRoute& route, const CancelFlag& cancel) const;
+    /// That of the session on the node, and the cloud's; the lock is held.
+    ImageDataRoute nodeRoute() const;
+    ImageDataRoute cloudRouteLocked() const;
 
     std::int64_t now() const;
-    void renewLocalNodeSession(const CancelFlag& cancel) const;
-    QString findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const;
-    QString askLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const;
+    ImageDataRoute renewLocalNodeSession(const CancelFlag& cancel) const;
+    StudyRoute findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const;
+    QString askLocalNode(
+        const ImageDataRoute& route, const QString& studyInstanceUid, const CancelFlag& cancel) const;
+    /// Closes the session of that choice of a node and leaves the node alone for a minute.
+    void giveUpNode(std::uint64_t generation);
 
     ApiClientConfig config_;
     mutable std::mutex mutex_;

@@ -231,7 +231,8 @@ std::vector<BenchRow> measureArchiveReopen(BenchGround& ground) {
     const StudyArchives archives(
         ViewerStorage(ground.folder() / "reopen", StorageScope::of("organization", "reader")));
     const auto open = [&](bool reuse) {
-        const SeriesLoadRequest request{listing.study, listing.series.front(), archives, reuse, false};
+        const SeriesLoadRequest request{listing.study, listing.series.front(), listing.route, archives, reuse,
+                                        false};
         auto result = LoadStudyFromOrthanc(client, request, workspace, {}, {});
         const auto expected = reuse ? ImageSource::Archive : ImageSource::Service;
         if (!result.image || result.source != expected)

@@ -43,7 +43,8 @@ struct Source {
         if (study == studies.end())
             throw std::runtime_error("The demo service does not list the series to be streamed");
         studyInstanceUid = study->studyInstanceUID;
-        series = client.seriesSummary(client.studySeriesIds(study->orthancId).value(0));
+        const ImageDataRoute route = client.cloudRoute();
+        series = client.seriesSummary(route, client.studySeriesIds(route, study->orthancId).value(0));
         if (series.instanceIds.size() != benchSlices)
             throw std::runtime_error("The demo service does not hold the whole series");
     }
@@ -76,7 +77,7 @@ double streamRate(const Source& source, std::int64_t& bytes) {
 
 /// curl's settings for the same request; by standard input, so that no token shows in the process list.
 QByteArray curlSettings(const Source& source) {
-    const ImageDataRoute route = source.client.imageDataRoute();
+    const ImageDataRoute route = source.client.cloudRoute();
     const QString url =
         QStringLiteral("%1%2dicom-web/studies/%3/series/%4")
             .arg(route.baseUrl, route.prefix, source.studyInstanceUid, source.series.seriesInstanceUID);

@@ -67,7 +67,7 @@ public:
         const std::shared_ptr<ZorbelApiClient>& client, const SeriesLoadRequest& request,
         SessionWorkspace& workspace, const CancelFlag& cancel, const LoadProgressCallback& progress)
         : client_(client), request_(request), study_(request.study), series_(request.series),
-          workspace_(workspace), cancel_(cancel), progress_(progress) {}
+          route_(request.route), workspace_(workspace), cancel_(cancel), progress_(progress) {}
 
     /// Fills in the image and what goes with it.
     void run(OrthancImageLoadResult& result) {
@@ -87,7 +87,7 @@ public:
             instances = download(folder->path());
         }
         result.series = series_;
-        result.sourceLabel = client_->sourceLabel();
+        result.sourceLabel = route_.sourceLabel();
         std::vector<std::filesystem::path> files;
         for (const ReceivedInstance& instance : instances)
             files.push_back(instance.file);
@@ -101,7 +101,7 @@ private:
     bool openArchive(OrthancImageLoadResult& result) {
         if (!request_.archives->mayHold(study_.studyInstanceUID, series_.seriesInstanceUID))
             return false;
-        progress_.report({LoadStage::Archive, 0, 0, 0});
+        report({LoadStage::Archive, 0, 0, 0});
         const auto files = request_.archives->open(study_.studyInstanceUID, series_, cancel_);
         stopIfCancelled();
         if (!files)
@@ -131,8 +131,9 @@ private:
 
     /// The cloud has its own ids for what the node named otherwise.
     void findSeriesInCloud() {
-        for (const QString& id : client_->studySeriesIds(study_.orthancId, cancel_)) {
-            auto candidate = client_->seriesSummary(id, cancel_);
+        route_ = client_->cloudRoute();
+        for (const QString& id : client_->studySeriesIds(route_, study_.orthancId, cancel_)) {
+            auto candidate = client_->seriesSummary(route_, id, cancel_);
             if (candidate.seriesInstanceUID == series_.seriesInstanceUID) {
                 series_ = std::move(candidate);
                 return;
@@ -161,7 +162,7 @@ private:
             component, "Starting Orthanc DICOM download",
             {{"seriesInstanceUID", series_.seriesInstanceUID.toStdString()},
              {"instances", std::to_string(series_.instanceIds.size())}});
-        progress_.report({LoadStage::Downloading, 0, 0, total()});
+        report({LoadStage::Downloading, 0, 0, total()});
         if (!stream(received))
             downloadMissing(received);
         stopIfCancelled();
@@ -175,10 +176,10 @@ private:
         std::int64_t bytes = 0;
         try {
             client_->StreamSeries(
-                study_.studyInstanceUID, series_.seriesInstanceUID, series_.instanceIds,
+                route_, study_.studyInstanceUID, series_.seriesInstanceUID, series_.instanceIds,
                 [&](std::int64_t receivedBytes, std::int64_t) {
                     bytes = receivedBytes;
-                    progress_.report({LoadStage::Streaming, bytes, received.instances().size(), total()});
+                    report({LoadStage::Streaming, bytes, received.instances().size(), total()});
                 },
                 cancel_,
                 [&](const QString& id, const std::byte* data, std::size_t length, std::size_t, std::size_t) {
@@ -214,12 +215,12 @@ private:
             return;
         const std::size_t alreadyThere = received.instances().size();
         const auto start = Clock::now();
-        progress_.report({LoadStage::Downloading, 0, alreadyThere, total()});
+        report({LoadStage::Downloading, 0, alreadyThere, total()});
         client_->DownloadInstances(
-            missing,
+            route_, missing,
             [&](const QString& id, std::vector<std::byte> bytes, std::size_t completed, std::size_t) {
                 received.addDownloaded(id, bytes);
-                progress_.report({LoadStage::Downloading, 0, alreadyThere + completed, total()});
+                report({LoadStage::Downloading, 0, alreadyThere + completed, total()});
             },
             cancel_, parallelDownloads);
         Logger::instance().info(
@@ -228,7 +229,7 @@ private:
     }
 
     std::shared_ptr<const imaging::Image> build(const std::vector<std::filesystem::path>& files) {
-        progress_.report({LoadStage::Decoding, 0, 0, files.size()});
+        report({LoadStage::Decoding, 0, 0, files.size()});
         const auto start = Clock::now();
         const auto analysis = imaging::DicomSeriesReader::analyze(files, cancel_.get());
         Logger::instance().info(
@@ -253,7 +254,7 @@ private:
         try {
             image = imaging::DicomSeriesReader::load(
                 block, cancel_.get(), [&](std::size_t done, std::size_t frames) {
-                    progress_.report({LoadStage::Decoding, 0, done, frames});
+                    report({LoadStage::Decoding, 0, done, frames});
                 });
         } catch (const imaging::DicomReadError& error) {
             Logger::instance().warn(component, "DICOM decoding failed", {{"reason", error.what()}});
@@ -269,7 +270,7 @@ private:
 
     /// In the automatic mode a node that does not answer is not asked again, instance by instance.
     void giveUpLocalNode(const ZorbelApiError& error) const {
-        if (!client_->abandonLocalNode())
+        if (!client_->abandonLocalNode(route_))
             return;
         Logger::instance().warn(
             component, "Local Node failed during the transfer; loading from the cloud",
@@ -282,19 +283,24 @@ private:
             throw LoadCancelled();
     }
 
+    void report(LoadProgress progress) {
+        progress.sourceLabel = route_.sourceLabel();
+        progress_.report(progress);
+    }
+
     std::size_t total() const { return static_cast<std::size_t>(series_.instanceIds.size()); }
 
     const std::shared_ptr<ZorbelApiClient>& client_;
     const SeriesLoadRequest& request_;
     const StudyRequest& study_;
     OrthancSeriesSummary series_; ///< the cloud's where the node's failed
+    ImageDataRoute route_;        ///< likewise
     SessionWorkspace& workspace_;
     const CancelFlag& cancel_;
     ThrottledProgress progress_;
 };
 
-/// The study's id at the Local Node, or an empty text for the cloud.
-QString resolveSource(ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel) {
+StudyRoute resolveSource(ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel) {
     if (client.sourceKind() != SourceKind::CloudOnly && !client.selectedLocalNode().isEmpty()) {
         try {
             client.listLocalNodes(cancel); // addresses change
@@ -304,14 +310,15 @@ QString resolveSource(ZorbelApiClient& client, const StudyRequest& study, const 
                 {{"reason", logReason(error)}});
         }
     }
-    return client.resolveStudyOnLocalNode(study.studyInstanceUID, cancel);
+    return client.routeForStudy(study.studyInstanceUID, cancel);
 }
 
-std::vector<OrthancSeriesSummary>
-loadableSeries(const ZorbelApiClient& client, const QString& studyId, const CancelFlag& cancel) {
+std::vector<OrthancSeriesSummary> loadableSeries(
+    const ZorbelApiClient& client, const ImageDataRoute& route, const QString& studyId,
+    const CancelFlag& cancel) {
     std::vector<OrthancSeriesSummary> found;
-    for (const QString& id : client.studySeriesIds(studyId, cancel)) {
-        auto series = client.seriesSummary(id, cancel);
+    for (const QString& id : client.studySeriesIds(route, studyId, cancel)) {
+        auto series = client.seriesSummary(route, id, cancel);
         if (isLoadableSeries(series))
             found.push_back(std::move(series));
     }
@@ -346,21 +353,24 @@ SeriesListing listLoadableSeries(
     SeriesListing listing{std::move(study), {}};
     if (listing.study.orthancId.isEmpty())
         listing.study = lookUpStudy(*client, listing.study, cancel);
-    const QString nodeId = resolveSource(*client, listing.study, cancel);
+    const StudyRoute found = resolveSource(*client, listing.study, cancel);
+    listing.route = found.route;
     try {
-        listing.series = loadableSeries(*client, nodeId.isEmpty() ? listing.study.orthancId : nodeId, cancel);
+        listing.series = loadableSeries(
+            *client, found.route, found.route.isLocalNode ? found.studyId : listing.study.orthancId, cancel);
     } catch (const ZorbelApiError& error) {
-        if (isCancelled(cancel) || nodeId.isEmpty() || !client->abandonLocalNode())
+        if (isCancelled(cancel) || !client->abandonLocalNode(found.route))
             throw;
         Logger::instance().warn(
             component, "Local Node failed; loading from the cloud", {{"reason", logReason(error)}});
-        listing.series = loadableSeries(*client, listing.study.orthancId, cancel);
+        listing.route = client->cloudRoute();
+        listing.series = loadableSeries(*client, listing.route, listing.study.orthancId, cancel);
     }
     return listing;
 }
 
 SeriesListing listArchivedSeries(const StudyArchives& archives, const StudyRequest& study) {
-    return {study, archives.series(study.studyInstanceUID), true};
+    return {study, archives.series(study.studyInstanceUID), {}, true};
 }
 
 OrthancImageLoadResult LoadStudyFromOrthanc(
@@ -371,7 +381,7 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
     result.study = request.study;
     result.series = request.series;
     result.modality = request.series.modality.isEmpty() ? request.study.modality : request.series.modality;
-    result.sourceLabel = client->sourceLabel();
+    result.sourceLabel = request.route.sourceLabel();
     const auto fail = [&result](Outcome outcome, const QString& text, const std::string& reason) {
         result.outcome = outcome;
         result.failureText = text;
@@ -388,7 +398,7 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
         result.outcome = Outcome::Loaded;
     } catch (const LoadCancelled&) {
         fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
-    } catch (const WorkCancelled&) {
+    } catch (const imaging::DicomReadCancelled&) {
         fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
     } catch (const IncompleteDicomSeriesError& error) {
         fail(Outcome::Incomplete, QString::fromUtf8(error.what()), {});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "api/ImageDataRoute.h"
 #include "api/ZorbelApiClient.h"
 #include "cache/StudyArchives.h"
 #include "cache/StudyRequest.h"
@@ -26,6 +27,7 @@ struct LoadProgress {
     std::int64_t receivedBytes = 0;
     std::size_t done = 0;
     std::size_t total = 0;
+    QString sourceLabel{}; ///< where the images come from now
 };
 
 /// Called on the worker thread, at every new stage and otherwise at most every 100 ms.
@@ -36,6 +38,7 @@ using LoadProgressCallback = std::function<void(const LoadProgress&)>;
 struct SeriesListing {
     StudyRequest study;
     std::vector<OrthancSeriesSummary> series;
+    ImageDataRoute route{}; ///< where it was listed, and the images are to come from
     /// The service could not be asked: these are the series whose archives this computer holds.
     bool local = false;
 };
@@ -81,7 +84,8 @@ SeriesListing listArchivedSeries(const StudyArchives& archives, const StudyReque
 struct SeriesLoadRequest {
     StudyRequest study;
     OrthancSeriesSummary series;
-    std::optional<StudyArchives> archives; ///< empty: neither look into the archive nor keep a copy
+    ImageDataRoute route{};                  ///< of the series' listing
+    std::optional<StudyArchives> archives{}; ///< empty: neither look into the archive nor keep a copy
     bool reuseArchive = true;
     bool local = false; ///< of a local listing: the service need not be asked
 };

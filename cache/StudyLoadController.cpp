@@ -243,6 +243,7 @@ void StudyLoadController::onSeriesListed(const Load& load, const ListingResult& 
         return;
     }
     study_ = result.listing.study;
+    route_ = result.listing.route;
     localListing_ = result.listing.local;
     if (localListing_)
         notice_ =
@@ -272,7 +273,7 @@ void StudyLoadController::chooseSeries(StudyLoadGuard::Ticket question, std::opt
 void StudyLoadController::startSeriesLoad(const OrthancSeriesSummary& series) {
     const CorrelationId::Scope scope(load_.correlationId);
     const QString text = QStringLiteral("Loading selected DICOM series from %1...")
-                             .arg(localListing_ ? archiveSourceLabel() : client_->sourceLabel());
+                             .arg(localListing_ ? archiveSourceLabel() : route_.sourceLabel());
     Q_EMIT stageChanged(
         {text, notice_.isEmpty() ? QStringLiteral("Preparing secure imaging data…") : notice_});
     Q_EMIT statusChanged(text);
@@ -284,7 +285,7 @@ void StudyLoadController::startSeriesLoad(const OrthancSeriesSummary& series) {
         QMetaObject::invokeMethod(
             this, [this, ticket, progress] { onProgress(ticket, progress); }, Qt::QueuedConnection);
     };
-    SeriesLoadRequest request{*study_, series, std::nullopt, !pastOwnCopies_, localListing_};
+    SeriesLoadRequest request{*study_, series, route_, std::nullopt, !pastOwnCopies_, localListing_};
     if (options_.storage)
         request.archives = StudyArchives(*options_.storage);
     runInBackground(
@@ -312,11 +313,11 @@ void StudyLoadController::onProgress(StudyLoadGuard::Ticket ticket, const LoadPr
         break;
     case LoadStage::Downloading:
         stage.title = QStringLiteral("Downloading DICOM instances");
-        stage.detail = sourceDetail(client_->sourceLabel()) + count;
+        stage.detail = sourceDetail(progress.sourceLabel) + count;
         break;
     case LoadStage::Streaming:
         stage.title = QStringLiteral("Receiving CBCT series — %1 MB").arg(progress.receivedBytes / 1'000'000);
-        stage.detail = sourceDetail(client_->sourceLabel()) + count +
+        stage.detail = sourceDetail(progress.sourceLabel) + count +
                        QStringLiteral("\nThis can take longer for large CBCT series");
         break;
     case LoadStage::Decoding:

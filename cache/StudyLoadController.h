@@ -124,6 +124,7 @@ private:
     Load load_;                                                       ///< the current one, or the last
     std::optional<StudyRequest> study_;
     std::vector<OrthancSeriesSummary> offeredSeries_; ///< while a series choice is open
+    ImageDataRoute route_;                            ///< of this load's images
     bool pastOwnCopies_ = false;                      ///< of this load: only the service's images will do
     bool mayBeArchived_ = false;
     bool localListing_ = false;

@@ -68,7 +68,11 @@ protected:
     void useNode(SourceKind kind) { client_->selectSource(kind, QStringLiteral(" node-1 ")); }
     QString resolve(const CancelFlag& cancel = {}) { return client_->resolveStudyOnLocalNode(study, cancel); }
     /// Where the images come from, seen on the wire.
-    QString servedBy() const { return client_->studySeriesIds(QStringLiteral("x")).value(0); }
+    QString servedBy() const { return servedBy(client_->imageDataRoute()); }
+    QString servedBy(const ImageDataRoute& route) const {
+        return client_->studySeriesIds(route, QStringLiteral("x")).value(0);
+    }
+    bool abandon() { return client_->abandonLocalNode(client_->imageDataRoute()); }
     std::string sessionReply(const std::string& rest) const {
         return R"({"baseUrl":")" + node_.url().toStdString() + R"(","token":"n0de-)" +
                std::to_string(++issued_) + "\"" + rest + "}";
@@ -182,6 +186,40 @@ TEST_F(LocalNode, ServesTheStudiesItHolds) {
     nodeSays("resolve-study", 404, R"({"error":"Not here"})");
     EXPECT_EQ(resolve(), "");
     expectCloud();
+}
+
+TEST_F(LocalNode, IsTheWayOfTheOneLoadThatAskedForIt) {
+    useNode(SourceKind::Automatic);
+    const StudyRoute load = client_->routeForStudy(study);
+    EXPECT_EQ(load.studyId, "study-on-node");
+    EXPECT_EQ(servedBy(load.route), "from-node");
+    expectCloud();
+    EXPECT_EQ(servedBy(client_->cloudRoute()), "from-cloud");
+    // Nor does what others do lead the load elsewhere.
+    nodeSays("resolve-study", 404, "{}");
+    EXPECT_FALSE(client_->routeForStudy(study).route.isLocalNode);
+    time_ += 570;
+    EXPECT_EQ(servedBy(load.route), "from-node") << "in a session that was renewed";
+    EXPECT_EQ(sessionsAskedFor(), 2U);
+    const ImageDataRoute renewed = [this] {
+        allWellAgain();
+        return client_->routeForStudy(study).route;
+    }();
+    client_->selectSource(SourceKind::CloudOnly, QStringLiteral("node-1"));
+    EXPECT_EQ(servedBy(renewed), "from-node");
+    time_ += 570;
+    EXPECT_STREQ(failureOf([&] { servedBy(renewed); }).what(), "The Local Node selection has changed");
+
+    useNode(SourceKind::Automatic);
+    const StudyRoute last = client_->routeForStudy(study);
+    const ImageDataRoute cloud = client_->cloudRoute();
+    for (const bool again : {false, true}) {
+        again ? void(client_->signIn(QStringLiteral("a"), QStringLiteral("b"))) : client_->signOut();
+        const std::size_t before = traffic();
+        EXPECT_EQ(failureOf([&] { servedBy(last.route); }).status, 401);
+        EXPECT_EQ(failureOf([&] { servedBy(cloud); }).status, 401);
+        EXPECT_EQ(traffic(), before);
+    }
 }
 
 TEST_F(LocalNode, ThatForgotTheSessionGetsAnotherOnce) {
@@ -381,6 +419,23 @@ TEST_F(LocalNode, ThatMerelyLacksAStudyIsAskedForTheNext) {
     EXPECT_STREQ(failureOf([&] { resolve(); }).what(), unresolved);
 }
 
+TEST_F(LocalNode, IsLookedUpAnewAfterAFailureAndAtTheUsersWish) {
+    useNode(SourceKind::Automatic);
+    resolve();
+    nodeSays("resolve-study", 503, "{}");
+    EXPECT_EQ(resolve(), "");
+    allWellAgain();
+    time_ += 60;
+    EXPECT_EQ(resolve(), "study-on-node");
+    EXPECT_EQ(sessionsAskedFor(), 2U);
+
+    EXPECT_TRUE(abandon());
+    EXPECT_EQ(resolve(), "");
+    client_->openLocalNodeSession();
+    EXPECT_EQ(resolve(), "study-on-node");
+    EXPECT_EQ(sessionsAskedFor(), 3U);
+}
+
 TEST_F(LocalNode, AddressMustBeOneToJoinPathsTo) {
     const auto open = [this](const QString& baseUrl) {
         const QJsonObject reply{{"baseUrl", baseUrl}, {"token", "n0de"}};
@@ -414,17 +469,17 @@ TEST_F(LocalNode, CannotSendTheTokenElsewhere) {
 }
 
 TEST_F(LocalNode, ThatFailsInTheMiddleOfAStudyIsAbandoned) {
-    EXPECT_FALSE(client_->abandonLocalNode());
+    EXPECT_FALSE(abandon());
     useNode(SourceKind::LocalNodeRequired);
     resolve();
-    EXPECT_FALSE(client_->abandonLocalNode());
+    EXPECT_FALSE(abandon());
     expectNode();
 
     useNode(SourceKind::Automatic);
     resolve();
-    EXPECT_TRUE(client_->abandonLocalNode());
+    EXPECT_TRUE(abandon());
     expectCloud();
-    EXPECT_FALSE(client_->abandonLocalNode());
+    EXPECT_FALSE(abandon());
     const std::size_t before = traffic();
     time_ += 59;
     EXPECT_EQ(resolve(), "");
@@ -432,7 +487,7 @@ TEST_F(LocalNode, ThatFailsInTheMiddleOfAStudyIsAbandoned) {
     ++time_;
     EXPECT_EQ(resolve(), "study-on-node");
     // What the user chooses anew is tried at once.
-    client_->abandonLocalNode();
+    abandon();
     useNode(SourceKind::Automatic);
     EXPECT_EQ(resolve(), "study-on-node");
 }
@@ -494,8 +549,9 @@ TEST_F(LocalNode, ChoiceMadeDuringACallWins) {
     EXPECT_EQ(resolve(), "study-on-node");
 
     // A renewal under way does not bring an abandoned node back.
+    const ImageDataRoute route = client_->imageDataRoute();
     time_ += 570;
-    duringIdentity([this] { EXPECT_TRUE(client_->abandonLocalNode()); });
+    duringIdentity([this, route] { EXPECT_TRUE(client_->abandonLocalNode(route)); });
     EXPECT_FALSE(client_->imageDataRoute().isLocalNode);
     expectCloud();
     EXPECT_EQ(resolve(), "");

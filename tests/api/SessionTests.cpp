@@ -176,14 +176,15 @@ TEST(StudyQueries, ReadStudiesAndSeries) {
     EXPECT_EQ(studies[0].studyDate + studies[0].source + studies[0].studyDescription, "20240131cloudJaw");
     EXPECT_EQ(studies[1].modality + studies[1].bodyPart, "PXHEAD");
 
-    EXPECT_EQ(client->studySeriesIds("o/../1"), (QStringList{"s-1", "s-2"}));
+    const ImageDataRoute route = client->cloudRoute();
+    EXPECT_EQ(client->studySeriesIds(route, "o/../1"), (QStringList{"s-1", "s-2"}));
     EXPECT_EQ(server.requests().back().target, "/apps/pacs/api/viewer-proxy/studies/o%2F..%2F1");
-    const OrthancSeriesSummary series = client->seriesSummary("s-1");
+    const OrthancSeriesSummary series = client->seriesSummary(route, "s-1");
     EXPECT_EQ(server.requests().back().target, "/apps/pacs/api/viewer-proxy/series/s-1");
     EXPECT_EQ(series.orthancId + series.seriesInstanceUID + series.modality, "s-11.2.3CT");
     EXPECT_EQ(series.seriesDescription + series.protocolName + series.seriesNumber, "CBCTjaw4");
     EXPECT_EQ(series.instanceIds, (QStringList{"i-2", "i-1"}));
-    EXPECT_EQ(client->seriesInstanceIds("s-1"), series.instanceIds);
+    EXPECT_EQ(client->seriesInstanceIds(route, "s-1"), series.instanceIds);
 }
 
 } // namespace

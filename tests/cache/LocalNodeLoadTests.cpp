@@ -2,6 +2,7 @@
 #include "demo/DemoLocalNode.h"
 
 #include <filesystem>
+#include <thread>
 
 namespace zorbel {
 namespace {
@@ -78,6 +79,37 @@ TEST_F(LocalNodeLoadTest, readsFromTheNodeAndLeavesTheCloudAlone) {
     node().resetRequests();
     EXPECT_EQ(open(), QStringLiteral("Zorbel Cloud"));
     EXPECT_EQ(node().requestCount(), 0u);
+}
+
+TEST_F(LocalNodeLoadTest, leadsNoOtherRequestToTheNode) {
+    node().setFault(Fault::throttle(Fault::seriesStreams, 8000));
+    client_->selectSource(SourceKind::LocalNodeRequired, QString::fromLatin1(DemoLocalNode::id));
+    StudyLoadController controller(client_, {});
+    LoadRecorder recorder(controller);
+    controller.openStudy(study_);
+    ASSERT_TRUE(QTest::qWaitFor([] { return node().requestCount(Fault::seriesStreams) > 0; }, 20000));
+    // Meanwhile another thread, with the same client.
+    const std::size_t askedOfNode = node().requestCount();
+    std::thread([&] {
+        const QByteArray cloudStudy = client_->proxyGet("studies/" + study_.orthancId, 30000, 1 << 20);
+        EXPECT_TRUE(cloudStudy.contains("Series"));
+        const ImageDataRoute cloud = client_->cloudRoute();
+        const QString series = client_->studySeriesIds(cloud, study_.orthancId).value(0);
+        const QStringList instances = client_->seriesInstanceIds(cloud, series);
+        client_->DownloadInstances(
+            instances, [](auto&&...) {}, {}, 2);
+        client_->StreamSeries(
+            study_.studyInstanceUID, QString::fromStdString(series_.seriesUid()), instances, {}, {},
+            [](auto&&...) {});
+    }).join();
+    EXPECT_EQ(node().requestCount(), askedOfNode);
+    EXPECT_EQ(service_->requestCount("*/viewer-proxy/*"), 3u + series_.slices + 1u);
+    EXPECT_EQ(client_->sourceLabel(), QStringLiteral("Zorbel Cloud"));
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.images.size(), 1u);
+    EXPECT_EQ(recorder.images.front().sourceLabel, QStringLiteral("Local Node"));
+    EXPECT_TRUE(recorder.stages.back().title.contains(QStringLiteral("Building")));
+    EXPECT_EQ(service_->requestCount("*/viewer-proxy/*"), 3u + series_.slices + 1u);
 }
 
 TEST_F(LocalNodeLoadTest, fallsBackToTheCloudWhateverTheNodeDoes) {
