@@ -123,14 +123,14 @@ QByteArray Exchange::run() {
     const int status = reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 
     if (aborted_ == Abort::TimedOut)
-        throw ZorbelApiError("Zorbel API request timed out");
+        throw ZorbelApiError("Zorbel API request timed out", ZorbelApiError::Cause::NoAnswer);
     if (aborted_ == Abort::TooLarge)
         throw ZorbelApiError("Zorbel API response exceeded the workstation safety limit");
     if (aborted_ == Abort::Cancelled)
         throw ZorbelApiError("Zorbel API request cancelled");
     throwUnlessSuccessful(status, body_);
     if (reply_->error() != QNetworkReply::NoError)
-        throw ZorbelApiError(reply_->errorString().toStdString());
+        throw ZorbelApiError(reply_->errorString().toStdString(), ZorbelApiError::Cause::NoAnswer);
     return std::move(body_);
 }
 

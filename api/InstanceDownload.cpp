@@ -147,7 +147,7 @@ void InstanceDownload::complete(QNetworkReply* reply, Transfer& transfer) {
                     reinterpret_cast<const char*>(transfer.bytes.data()),
                     static_cast<qsizetype>(transfer.bytes.size())));
     if (reply->error() != QNetworkReply::NoError)
-        throw ZorbelApiError(reply->errorString().toStdString());
+        throw ZorbelApiError(reply->errorString().toStdString(), ZorbelApiError::Cause::NoAnswer);
     throwIfEncoded(*reply);
     ++completed_;
     sink_(

@@ -1,6 +1,7 @@
 #include "api/SeriesStream.h"
 
 #include "api/HttpRequest.h"
+#include "api/ServiceReply.h"
 #include "api/ZorbelApiError.h"
 
 #include <QEventLoop>
@@ -154,12 +155,12 @@ void SeriesStream::throwIfFailed() const {
     if (tooLarge_)
         throw ZorbelApiError("DICOM series exceeded the workstation safety limit");
     if (const int status = httpStatus(); status < 200 || status > 299)
-        throw ZorbelApiError("Zorbel streaming DICOMweb request failed", status);
+        throw ZorbelApiError("Zorbel streaming DICOMweb request failed", status, {}, causeOf(status));
     throwIfEncoded(*reply_);
     if (!parser_.error().empty())
         throw ZorbelApiError(parser_.error());
     if (reply_->error() != QNetworkReply::NoError)
-        throw ZorbelApiError(reply_->errorString().toStdString());
+        throw ZorbelApiError(reply_->errorString().toStdString(), ZorbelApiError::Cause::NoAnswer);
     const auto expected = static_cast<std::size_t>(expectedInstanceIds_.size());
     if (parser_.delivered() != expected)
         throw ZorbelApiError(

@@ -40,7 +40,11 @@ void throwUnlessSuccessful(int httpStatus, const QByteArray& body) {
     const QString fallback = QStringLiteral("Zorbel API returned HTTP %1").arg(httpStatus);
     throw ZorbelApiError(
         ZorbelApiClient::errorMessage(body, fallback).toStdString(), httpStatus,
-        ZorbelApiClient::errorCode(body).toStdString());
+        ZorbelApiClient::errorCode(body).toStdString(), causeOf(httpStatus));
+}
+
+ZorbelApiError::Cause causeOf(int httpStatus) {
+    return httpStatus == 0 ? ZorbelApiError::Cause::NoAnswer : ZorbelApiError::Cause::Other;
 }
 
 ZorbelApiError notAuthenticated() {

@@ -13,6 +13,9 @@ QByteArray compactJson(const QJsonObject& object);
 /// server's error code, unless the status is a success.
 void throwUnlessSuccessful(int httpStatus, const QByteArray& body);
 
+/// Of a request that failed; the status is 0 where there was no reply.
+ZorbelApiError::Cause causeOf(int httpStatus);
+
 /// The client's own refusal of a request outside a session.
 ZorbelApiError notAuthenticated();
 

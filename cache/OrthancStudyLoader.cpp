@@ -75,8 +75,8 @@ public:
             return;
         if (request_.local)
             throw std::runtime_error(
-                "The copy of this series on this computer is damaged, and the imaging service does not "
-                "answer.");
+                "The copy of this series on this computer is damaged, and the imaging service did not serve "
+                "it.");
         std::shared_ptr<SessionWorkspace::LoadFolder> folder = workspace_.newLoadFolder();
         std::vector<ReceivedInstance> instances;
         try {

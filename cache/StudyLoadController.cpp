@@ -18,11 +18,6 @@ QString sourceDetail(const QString& sourceLabel) {
     return QStringLiteral("Securely downloading this series from %1").arg(sourceLabel);
 }
 
-/// Whether the service could not be asked, as against one that answered and said no.
-bool isOutage(const ZorbelApiError& error) {
-    return error.status == 0 || error.status == 408 || error.status == 429 || error.status >= 500;
-}
-
 } // namespace
 
 StudyLoadFailure studyLoadFailure(const QString& message) {
@@ -36,6 +31,8 @@ StudyLoadFailure studyLoadFailure(const QString& message) {
 struct StudyLoadController::ListingResult {
     SeriesListing listing;
     QString failureText; ///< empty on success
+    /// The study's copy on this computer, where the service failed without being out of order.
+    std::optional<SeriesListing> localCopy{};
 };
 
 StudyLoadController::StudyLoadController(
@@ -74,6 +71,7 @@ void StudyLoadController::begin(const StudyRequest& study) {
     stopTasks(); // what an older request still downloads is of no use to anybody
     cancelFlag_ = std::make_shared<std::atomic<bool>>(false);
     offeredSeries_.clear();
+    offeredCopy_.reset();
     notice_.clear();
     mayBeArchived_ = localListing_ = pastOwnCopies_ = false;
     study_ = study;
@@ -203,29 +201,31 @@ StudyLoadController::ListingResult StudyLoadController::listSeries(
     const std::shared_ptr<ZorbelApiClient>& client, const std::optional<StudyArchives>& archives,
     const StudyRequest& study, const CancelFlag& cancel, const CancelFlag& patience) {
     ListingResult result;
+    bool outage = false;
+    bool refused = false;
     try {
         result.listing = listLoadableSeries(client, study, patience);
-        if (result.listing.series.empty())
-            result.failureText = QStringLiteral("Orthanc study contains no loadable series.");
-        return result;
-    } catch (const ZorbelApiError& error) {
-        Logger::instance().error(
-            component, "Listing the study's series failed", {{"reason", logReason(error)}});
-        result.failureText = QString::fromUtf8(error.what());
-        if (isCancelled(cancel) || !archives || !(isOutage(error) || isCancelled(patience)))
+        if (!result.listing.series.empty())
             return result;
+        result.failureText = QStringLiteral("Orthanc study contains no loadable series.");
     } catch (const std::exception& error) {
         Logger::instance().error(
             component, "Listing the study's series failed", {{"reason", logReason(error)}});
         result.failureText = QString::fromUtf8(error.what());
-        return result;
+        const auto* apiError = dynamic_cast<const ZorbelApiError*>(&error);
+        outage = isCancelled(patience) || (apiError && apiError->isOutage());
+        refused = apiError && apiError->isRefusal();
     } catch (...) {
         result.failureText = QStringLiteral("Unknown exception while loading the Orthanc series list");
-        return result;
     }
+    if (!archives || isCancelled(cancel) || refused)
+        return result;
     auto archived = listArchivedSeries(*archives, study);
-    if (!archived.series.empty())
-        result = {std::move(archived), {}};
+    if (archived.series.empty())
+        return result;
+    if (outage)
+        return {std::move(archived), {}};
+    result.localCopy = std::move(archived);
     return result;
 }
 
@@ -238,23 +238,50 @@ void StudyLoadController::onSeriesListed(const Load& load, const ListingResult& 
         return;
     }
     overdue_.stop();
+    if (result.localCopy) {
+        offeredCopy_ = result.localCopy;
+        offersFailure_ = result.failureText;
+        StudyLoadFailure failure = studyLoadFailure(result.failureText);
+        failure.text += QStringLiteral("\n\nA copy of this study is kept on this computer. Open the copy?");
+        Q_EMIT localCopyOffered(load.ticket, failure);
+        return;
+    }
     if (!result.failureText.isEmpty()) {
         fail(result.failureText);
         return;
     }
-    study_ = result.listing.study;
-    route_ = result.listing.route;
-    localListing_ = result.listing.local;
-    if (localListing_)
+    if (result.listing.local)
         notice_ =
             QStringLiteral("The imaging service does not answer. This is the copy kept on this computer.");
-    const auto& series = result.listing.series;
+    useListing(result.listing);
+}
+
+void StudyLoadController::answerLocalCopyOffer(StudyLoadGuard::Ticket question, bool open) {
+    if (!guard_.isCurrent(question) || !offeredCopy_)
+        return;
+    const SeriesListing copy = *std::exchange(offeredCopy_, std::nullopt);
+    if (open) {
+        notice_ = QStringLiteral(
+            "The imaging service did not serve this study. This is the copy kept on this computer.");
+        useListing(copy);
+        return;
+    }
+    guard_.take();
+    end();
+    Q_EMIT loadCancelled(studyLoadFailure(offersFailure_).status);
+}
+
+void StudyLoadController::useListing(const SeriesListing& listing) {
+    study_ = listing.study;
+    route_ = listing.route;
+    localListing_ = listing.local;
+    const auto& series = listing.series;
     if (series.size() == 1) {
         startSeriesLoad(series.front());
         return;
     }
     offeredSeries_ = series;
-    Q_EMIT seriesChoiceNeeded(load.ticket, series, suggestedSeries(series));
+    Q_EMIT seriesChoiceNeeded(load_.ticket, series, suggestedSeries(series));
 }
 
 void StudyLoadController::chooseSeries(StudyLoadGuard::Ticket question, std::optional<int> row) {
@@ -397,6 +424,7 @@ void StudyLoadController::end() {
     overdue_.stop();
     loading_ = false;
     offeredSeries_.clear();
+    offeredCopy_.reset();
     Q_EMIT loadingChanged(false);
 }
 

@@ -65,6 +65,8 @@ public:
     /// The answer to seriesChoiceNeeded(): a row of the offered list, or nothing to give up the load. Answers
     /// to a question that is no longer open are ignored.
     void chooseSeries(StudyLoadGuard::Ticket question, std::optional<int> row);
+    /// The answer to localCopyOffered(), likewise.
+    void answerLocalCopyOffer(StudyLoadGuard::Ticket question, bool open);
 
 Q_SIGNALS:
     /// A load began, or ended in whatever way.
@@ -75,6 +77,9 @@ Q_SIGNALS:
     void seriesChoiceNeeded(
         zorbel::StudyLoadGuard::Ticket question, const std::vector<zorbel::OrthancSeriesSummary>& series,
         int suggestedRow);
+    /// The service cannot serve the study, for the reason that `failure` tells, but its copy on this computer
+    /// can: to be answered with answerLocalCopyOffer().
+    void localCopyOffered(zorbel::StudyLoadGuard::Ticket question, const zorbel::StudyLoadFailure& failure);
     /// The image is here: show it, then its status texts.
     void imageReady(const zorbel::OrthancImageLoadResult& result);
     void loadFailed(const zorbel::StudyLoadFailure& failure);
@@ -105,6 +110,7 @@ private:
     void onListingOverdue();
     void stopTasks();
     void onSeriesListed(const Load& load, const ListingResult& result);
+    void useListing(const SeriesListing& listing);
     void startSeriesLoad(const OrthancSeriesSummary& series);
     void archive(const Load& load, const OrthancImageLoadResult& result);
     void onProgress(StudyLoadGuard::Ticket ticket, const LoadProgress& progress);
@@ -124,6 +130,8 @@ private:
     Load load_;                                                       ///< the current one, or the last
     std::optional<StudyRequest> study_;
     std::vector<OrthancSeriesSummary> offeredSeries_; ///< while a series choice is open
+    std::optional<SeriesListing> offeredCopy_;        ///< while its offer is open
+    QString offersFailure_;                           ///< why it is offered
     ImageDataRoute route_;                            ///< of this load's images
     bool pastOwnCopies_ = false;                      ///< of this load: only the service's images will do
     bool mayBeArchived_ = false;

@@ -87,6 +87,7 @@ TEST(ApiRequest, ReportsTransportFailures) {
     const ZorbelApiError refused = failureOf([&] { get(client, closedPort); });
     EXPECT_STREQ(refused.what(), "Zorbel API returned HTTP 0");
     EXPECT_EQ(refused.status, 0);
+    EXPECT_TRUE(refused.isOutage());
 
     const auto hang = [](Exchange& exchange) { exchange.waitForHangUp(); };
     EXPECT_STREQ(failureAgainst(hang, -5).what(), "Zorbel API request timed out");
@@ -94,7 +95,9 @@ TEST(ApiRequest, ReportsTransportFailures) {
         exchange.send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf");
         exchange.waitForHangUp();
     };
-    EXPECT_STREQ(failureAgainst(stall, 0).what(), "Zorbel API request timed out");
+    const ZorbelApiError slow = failureAgainst(stall, 0);
+    EXPECT_STREQ(slow.what(), "Zorbel API request timed out");
+    EXPECT_TRUE(slow.isOutage());
 
     const ZorbelApiError cut = failureAgainst([](Exchange& exchange) {
         exchange.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"studies\":[]}");

@@ -143,6 +143,8 @@ TEST(DownloadInstances, FirstFailureEndsAll) {
     const ZorbelApiError cut = failureWith(
         [](Exchange& exchange) { exchange.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf"); });
     EXPECT_EQ(cut.status, 0);
+    EXPECT_TRUE(cut.isOutage());
+    EXPECT_FALSE(missing.isOutage());
     EXPECT_STREQ(
         failureWith([](Exchange& exchange) {
             exchange.reply(200, "x", "Content-Encoding: gzip\r\n");

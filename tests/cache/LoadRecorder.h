@@ -47,6 +47,12 @@ public:
                 offered = series;
                 suggested = row;
             });
+        QObject::connect(
+            &controller, &StudyLoadController::localCopyOffered, this,
+            [this](StudyLoadGuard::Ticket ticket, const StudyLoadFailure& failure) {
+                question = ticket;
+                offer = failure;
+            });
     }
 
     bool ended() const { return !images.empty() || !failures.empty() || !cancelled.isEmpty(); }
@@ -62,6 +68,7 @@ public:
     std::optional<StudyLoadGuard::Ticket> question;
     std::vector<OrthancSeriesSummary> offered;
     int suggested = -1;
+    std::optional<StudyLoadFailure> offer;
 };
 
 /// A demo service with the series that a test asks for, a signed-in client, and a temporary folder of its

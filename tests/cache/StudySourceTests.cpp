@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 
 namespace zorbel {
 namespace {
@@ -122,6 +123,45 @@ TEST_F(StudySourceTest, opensAStudySeenBeforeWithoutTheService) {
     }
     service_->setFault(Fault::error(imageRoute, 403, "No access any more", "FORBIDDEN"));
     EXPECT_TRUE(open().failure.contains(QStringLiteral("No access any more"))) << "a refusal is no outage";
+}
+
+TEST_F(StudySourceTest, asksBeforeItShowsTheCopyOfAStudyThatTheServiceCouldHaveServed) {
+    open();
+    const auto node = QStringLiteral("The selected study cannot be resolved on the Local Node");
+    const std::vector<std::pair<std::optional<Fault>, QString>> failures{
+        {Fault::badJson(imageRoute), QStringLiteral("Invalid JSON returned by Zorbel study metadata: ")},
+        {Fault::error(imageRoute, 404, "No such study", "NOT_FOUND"), QStringLiteral("No such study")},
+        {Fault::reply(imageRoute, 200, "{}"), QStringLiteral("Orthanc study contains no loadable series.")},
+        {std::nullopt, node}};
+    for (const auto& [fault, message] : failures)
+        for (const bool wanted : {false, true}) {
+            SCOPED_TRACE(message.toStdString());
+            if (fault)
+                service_->setFault(*fault);
+            else
+                client_->selectSource(SourceKind::LocalNodeRequired, {});
+            StudyLoadController controller(client_, options_);
+            LoadRecorder recorder(controller);
+            controller.openStudy(study_);
+            ASSERT_TRUE(QTest::qWaitFor([&] { return recorder.offer || recorder.ended(); }, 30000));
+            ASSERT_TRUE(recorder.offer && !recorder.ended());
+            EXPECT_TRUE(recorder.offer->text.contains(message));
+            EXPECT_TRUE(recorder.offer->text.endsWith(
+                QStringLiteral("A copy of this study is kept on this computer. Open the copy?")));
+            controller.answerLocalCopyOffer(*recorder.question, wanted);
+            ASSERT_TRUE(recorder.waitForEnd());
+            ASSERT_EQ(recorder.images.size(), wanted ? 1u : 0u);
+            if (wanted) {
+                EXPECT_EQ(recorder.images.front().source, ImageSource::Archive);
+                EXPECT_EQ(
+                    recorder.images.front().notice,
+                    QStringLiteral("The imaging service did not serve this study. This is the copy kept on "
+                                   "this computer."));
+            } else {
+                EXPECT_EQ(recorder.cancelled, QStringList{recorder.offer->status});
+            }
+            service_->clearFaults();
+        }
 }
 
 TEST_F(StudySourceTest, neverShowsADamagedArchive) {

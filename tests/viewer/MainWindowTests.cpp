@@ -1,3 +1,4 @@
+#include "cache/StudyArchives.h"
 #include "demo/DemoService.h"
 #include "tests/cache/TestSeries.h"
 #include "tests/support/SignedInClient.h"
@@ -14,6 +15,8 @@
 #include <QToolButton>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace zorbel {
 namespace {
@@ -105,6 +108,33 @@ TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
     QTest::mouseClick(window_->findChild<QToolButton*>(QStringLiteral("toolbar-retry")), Qt::LeftButton);
     ASSERT_TRUE(displayed.wait(60000));
     EXPECT_TRUE(text("viewerSubtitle").endsWith(broken.studyInstanceUID));
+}
+
+TEST_F(MainWindowTest, asksWhetherToOpenTheCopyOfAStudyThatTheServiceDoesNotServe) {
+    const auto study = upload({.study = "kept"});
+    MainWindowOptions options;
+    options.loading.storage.emplace(
+        std::filesystem::path(folder_.path().toStdString()) / "cache", StorageScope::of("clinic", "reader"));
+    const StudyArchives archives(*options.loading.storage);
+    window_ = std::make_unique<MainWindow>(client_, options);
+    window_->show();
+    ASSERT_TRUE(open(study));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !archives.series(study.studyInstanceUID).empty(); }, 60000));
+
+    client_->selectSource(SourceKind::LocalNodeRequired, {});
+    QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);
+    window_->openStudy(study);
+    const auto box = [this] { return window_->findChild<QMessageBox*>(QStringLiteral("localCopyBox")); };
+    ASSERT_TRUE(QTest::qWaitFor([&] { return box() != nullptr; }, 60000));
+    EXPECT_TRUE(
+        box()->text().contains(QStringLiteral("The selected study cannot be resolved on the Local Node")));
+    EXPECT_EQ(displayed.count(), 0);
+    const auto buttons = box()->buttons();
+    (*std::find_if(buttons.begin(), buttons.end(), [&](QAbstractButton* button) {
+        return box()->buttonRole(button) == QMessageBox::AcceptRole;
+    }))->click();
+    ASSERT_TRUE(displayed.wait(60000));
+    EXPECT_TRUE(text("statusNotice").contains(QStringLiteral("the copy kept on this computer")));
 }
 
 } // namespace

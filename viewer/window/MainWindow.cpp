@@ -19,6 +19,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
@@ -34,6 +35,15 @@ namespace zorbel {
 namespace {
 
 constexpr char component[] = "MainWindow";
+
+QMessageBox* newFailureBox(const StudyLoadFailure& failure, QWidget* parent) {
+    auto* box =
+        new QMessageBox(QMessageBox::NoIcon, failure.title, failure.text, QMessageBox::NoButton, parent);
+    box->setIconPixmap(toolIcon(QStringLiteral("warning")).pixmap(QSize(40, 40), parent->devicePixelRatio()));
+    box->setTextFormat(Qt::PlainText);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    return box;
+}
 
 } // namespace
 
@@ -137,6 +147,7 @@ void MainWindow::connectLoading() {
     });
     connect(loader_, &StudyLoadController::statusChanged, status_, &QLabel::setText);
     connect(loader_, &StudyLoadController::seriesChoiceNeeded, this, &MainWindow::askForSeries);
+    connect(loader_, &StudyLoadController::localCopyOffered, this, &MainWindow::offerLocalCopy);
     connect(loader_, &StudyLoadController::imageReady, this, [this](const OrthancImageLoadResult& result) {
         try {
             showImage(result);
@@ -328,13 +339,23 @@ void MainWindow::askForSeries(
     dialog->open();
 }
 
+void MainWindow::offerLocalCopy(StudyLoadGuard::Ticket question, const StudyLoadFailure& failure) {
+    auto* box = newFailureBox(failure, this);
+    box->setObjectName(QStringLiteral("localCopyBox"));
+    const QAbstractButton* open = box->addButton(QStringLiteral("Open the Copy"), QMessageBox::AcceptRole);
+    box->addButton(QMessageBox::Cancel);
+    connect(box, &QMessageBox::finished, this, [this, box, open, question] {
+        loader_->answerLocalCopyOffer(question, box->clickedButton() == open);
+    });
+    connect(loader_, &StudyLoadController::loadingChanged, box, &QDialog::reject);
+    box->open();
+}
+
 void MainWindow::showFailure(const StudyLoadFailure& failure) {
     status_->setText(failure.status);
-    auto* box = new QMessageBox(QMessageBox::NoIcon, failure.title, failure.text, QMessageBox::Ok, this);
-    box->setIconPixmap(toolIcon(QStringLiteral("warning")).pixmap(QSize(40, 40), devicePixelRatio()));
+    auto* box = newFailureBox(failure, this);
     box->setObjectName(QStringLiteral("loadFailureBox"));
-    box->setTextFormat(Qt::PlainText);
-    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->addButton(QMessageBox::Ok);
     box->open();
 }
 

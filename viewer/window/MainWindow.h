@@ -57,6 +57,7 @@ private:
     void tellSource(const OrthancImageLoadResult& result);
     void askForSeries(
         StudyLoadGuard::Ticket question, const std::vector<OrthancSeriesSummary>& series, int suggestedRow);
+    void offerLocalCopy(StudyLoadGuard::Ticket question, const StudyLoadFailure& failure);
     void showFailure(const StudyLoadFailure& failure);
     void closeStudy();
     void connectReading();
