@@ -238,6 +238,9 @@ private:
         if (analysis.blocks.empty())
             throw std::runtime_error("MITK could not group the downloaded DICOM instances.");
         if (const auto incomplete = findIncompleteSeries(analysis.blocks, files.size())) {
+            if (areUnlikeImages(analysis.blocks) && analysis.rejected.empty())
+                throw std::runtime_error(
+                    "This series holds grey and colour images, which cannot be shown together.");
             Logger::instance().warn(
                 component, "Rejected incomplete DICOM image block",
                 {{"seriesOrthancId", series_.orthancId.toStdString()},

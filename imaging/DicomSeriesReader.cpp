@@ -8,6 +8,8 @@
 #include "imaging/volume/VoxelBuffer.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <limits>
 #include <optional>
 
@@ -44,12 +46,40 @@ public:
         ImageMetadata metadata = block_.metadata;
         metadata.minimum = range().minimum;
         metadata.maximum = range().maximum;
+        std::vector<std::shared_ptr<const Image>> members;
+        for (std::size_t i = 0; i < block_.members.size(); ++i)
+            members.push_back(member(i, plan));
         return std::make_shared<const Image>(
-            block_.geometry, plan.type, plan.components, std::move(voxels_), byteLength_,
-            std::move(metadata));
+            block_.geometry, plan.type, plan.components, std::move(voxels_), byteLength_, std::move(metadata),
+            std::move(members));
     }
 
 private:
+    /// An image of a set; it shares the set's voxels where it fills its slice.
+    std::shared_ptr<const Image> member(std::size_t index, const VoxelPlan& plan) const {
+        const ImageBlock::Member& member = block_.members[index];
+        const std::size_t sliceBytes = byteLength_ / block_.frames.size();
+        std::shared_ptr<const std::byte[]> voxels(voxels_, voxels_.get() + index * sliceBytes);
+        const auto& size = member.geometry.dimensions();
+        const std::size_t pixelBytes =
+            bytesPerComponent(plan.type) * static_cast<std::size_t>(plan.components);
+        const std::size_t rowBytes = static_cast<std::size_t>(size[0]) * pixelBytes;
+        const auto rows = static_cast<std::size_t>(size[1]);
+        if (rows * rowBytes != sliceBytes) {
+            const std::size_t stride = static_cast<std::size_t>(block_.geometry.dimensions()[0]) * pixelBytes;
+            auto own = newVoxelBuffer(rows * rowBytes);
+            for (std::size_t row = 0; row < rows; ++row)
+                std::memcpy(own.get() + row * rowBytes, voxels.get() + row * stride, rowBytes);
+            voxels = std::move(own);
+        }
+        ImageMetadata metadata = member.metadata;
+        metadata.minimum = ranges_[index].minimum;
+        metadata.maximum = ranges_[index].maximum;
+        return std::make_shared<const Image>(
+            member.geometry, plan.type, plan.components, std::move(voxels), rows * rowBytes,
+            std::move(metadata));
+    }
+
     ValueRange range() const {
         ValueRange all{std::numeric_limits<double>::max(), std::numeric_limits<double>::lowest()};
         for (const ValueRange& range : ranges_) {
@@ -72,8 +102,10 @@ private:
         runOnAllCores(
             block_.frames.size(),
             [&](std::size_t i, std::size_t worker) {
-                ranges_[i] = decodeFrame(
-                    block_.frames[i], plan, decoder, buffers[worker], voxels.get() + i * sliceBytes);
+                std::byte* const slice = voxels.get() + i * sliceBytes;
+                ranges_[i] = decodeFrame(block_.frames[i], plan, decoder, buffers[worker], slice);
+                if (!block_.members.empty())
+                    spreadRows(slice, sliceBytes, block_.members[i].geometry.dimensions());
             },
             cancel_,
             [this](std::size_t done, std::size_t total) {
@@ -82,6 +114,20 @@ private:
                     progress_(reported_ = done, total);
             });
         voxels_ = std::move(voxels);
+    }
+
+    /// From rows without gaps to rows of the set's width, with zeros beside and below them.
+    void spreadRows(std::byte* slice, std::size_t sliceBytes, const std::array<int, 3>& size) const {
+        const auto& whole = block_.geometry.dimensions();
+        const std::size_t stride = sliceBytes / static_cast<std::size_t>(whole[1]);
+        const std::size_t rowBytes =
+            stride / static_cast<std::size_t>(whole[0]) * static_cast<std::size_t>(size[0]);
+        const auto rows = static_cast<std::size_t>(size[1]);
+        for (std::size_t row = rows; row-- > 0;) {
+            std::memmove(slice + row * stride, slice + row * rowBytes, rowBytes);
+            std::memset(slice + row * stride + rowBytes, 0, stride - rowBytes);
+        }
+        std::memset(slice + rows * stride, 0, sliceBytes - rows * stride);
     }
 
     static ValueRange decodeFrame(

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/WorkCancelled.h"
 #include "imaging/DicomFrame.h"
 #include "imaging/Image.h"
 #include "imaging/SplitReason.h"
@@ -23,10 +22,24 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Thrown by DicomSeriesReader when the cancel flag was found set.
+class DicomReadCancelled : public std::runtime_error {
+public:
+    DicomReadCancelled() : std::runtime_error("DICOM reading cancelled") {}
+};
+
 /// Frames that form one regular grid: same series, size, orientation, pixel format and distance, in ascending
-/// order along the normal row × column.
+/// order along the normal row × column. Or a set (see Image): images of one series without a position, grey
+/// or colour, in the order of their numbers.
 struct ImageBlock {
+    /// One image of a set.
+    struct Member {
+        ImageGeometry geometry;
+        ImageMetadata metadata;
+    };
+
     std::vector<DicomFrame> frames;
+    std::vector<Member> members; ///< of a set, one a frame
     /// Why this block is not the whole of its series, or not a plain stack; each reason at most once.
     std::vector<SplitReason> splitReasons;
     ImageGeometry geometry;
@@ -55,7 +68,7 @@ public:
     using Progress = std::function<void(std::size_t done, std::size_t total)>;
 
     /// Reads the headers of all files. A file that is no DICOM image (truncated header, no pixel data, not
-    /// DICOM, a DICOMDIR) is listed in `rejected`. Throws WorkCancelled.
+    /// DICOM, a DICOMDIR) is listed in `rejected`. Throws DicomReadCancelled.
     static DicomAnalysis analyze(
         const std::vector<std::filesystem::path>& files, const std::atomic<bool>* cancel = nullptr,
         const Progress& progress = {});
@@ -64,7 +77,7 @@ public:
     /// uint16, int32 and uint32 that holds what the stored bits could become, or, where that takes more than
     /// 16 bits, what they do become. Otherwise float32. Colours become RGB of 8 bits. Throws DicomReadError
     /// naming the first file that failed, truncated pixel data included (nothing half filled is ever
-    /// returned), WorkCancelled, or std::bad_alloc.
+    /// returned), DicomReadCancelled, or std::bad_alloc.
     static std::shared_ptr<const Image>
     load(const ImageBlock& block, const std::atomic<bool>* cancel = nullptr, const Progress& progress = {});
 };

@@ -77,9 +77,9 @@ double readVoxel(VoxelType type, const std::byte* from) {
 
 Image::Image(
     ImageGeometry geometry, VoxelType type, int components, std::shared_ptr<const std::byte[]> voxels,
-    std::size_t byteLength, ImageMetadata metadata)
+    std::size_t byteLength, ImageMetadata metadata, std::vector<std::shared_ptr<const Image>> members)
     : geometry_(std::move(geometry)), type_(type), components_(components), voxels_(std::move(voxels)),
-      byteLength_(byteLength), metadata_(std::move(metadata)) {
+      byteLength_(byteLength), metadata_(std::move(metadata)), members_(std::move(members)) {
     std::size_t expected = bytesPerComponent(type);
     const auto multiply = [&expected](int factor) {
         if (factor <= 0 || __builtin_mul_overflow(expected, static_cast<std::size_t>(factor), &expected))
@@ -90,6 +90,8 @@ Image::Image(
         multiply(dimension);
     if (!voxels_ || byteLength != expected)
         throw std::invalid_argument("Image: voxel buffer does not match the dimensions");
+    if (isSet() && members_.size() != static_cast<std::size_t>(geometry_.dimensions()[2]))
+        throw std::invalid_argument("Image: a set has an image for each slice");
 }
 
 double Image::valueAt(int column, int row, int slice) const {
@@ -113,7 +115,7 @@ double Image::storedValueAt(int column, int row, int slice) const {
 
 bool Image::isVolumetric() const {
     const auto& size = geometry_.dimensions();
-    return components_ == 1 && size[0] > 1 && size[1] > 1 && size[2] >= 3;
+    return !isSet() && components_ == 1 && size[0] > 1 && size[1] > 1 && size[2] >= 3;
 }
 
 vtkImageData* Image::newVtkImage() const {

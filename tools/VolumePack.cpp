@@ -70,6 +70,10 @@ const ImageBlock& blockToPack(const std::vector<ImageBlock>& blocks) {
             "the series is not one complete volume: its largest part has " +
             std::to_string(incomplete->availableFrames) + " frames, about " +
             std::to_string(incomplete->estimatedMissingFrames) + " are missing or do not belong to it");
+    if (!largest.members.empty())
+        throw std::runtime_error(
+            "the series is no volume: its " + std::to_string(largest.frameCount()) +
+            " images have no place in space");
     if (ofSeries.size() > 1)
         throw std::runtime_error(
             "the series holds " + std::to_string(ofSeries.size()) + " volumes: a cache holds one");

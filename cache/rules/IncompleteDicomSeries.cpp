@@ -1,5 +1,6 @@
 #include "cache/rules/IncompleteDicomSeries.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace zorbel {
@@ -43,6 +44,14 @@ findIncompleteSeries(const std::vector<imaging::ImageBlock>& blocks, std::size_t
     if (frames < fileCount && (!incomplete || frames > incomplete->availableFrames))
         incomplete = IncompleteSeries{frames, fileCount - frames};
     return incomplete;
+}
+
+bool areUnlikeImages(const std::vector<imaging::ImageBlock>& blocks) {
+    return blocks.size() > 1 && std::all_of(blocks.begin(), blocks.end(), [](const auto& block) {
+               return std::none_of(block.frames.begin(), block.frames.end(), [](const auto& frame) {
+                   return frame.position.has_value();
+               });
+           });
 }
 
 } // namespace zorbel

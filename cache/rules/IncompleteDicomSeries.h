@@ -30,4 +30,8 @@ const imaging::ImageBlock* largestBlock(const std::vector<imaging::ImageBlock>& 
 std::optional<IncompleteSeries>
 findIncompleteSeries(const std::vector<imaging::ImageBlock>& blocks, std::size_t fileCount);
 
+/// Whether the blocks are 2D images, none of them with a place in space, that are merely too unlike for one
+/// set: nothing is missing then.
+bool areUnlikeImages(const std::vector<imaging::ImageBlock>& blocks);
+
 } // namespace zorbel

@@ -125,6 +125,25 @@ ImageBlock makeBlock(const Candidates& frames, const Vector3* step, std::vector<
     return block;
 }
 
+/// Each in a slice that holds the largest of them.
+ImageBlock makeSet(const Candidates& images, std::vector<SplitReason> reasons) {
+    ImageBlock set = makeBlock(images, nullptr, std::move(reasons));
+    std::array<int, 3> dimensions = set.geometry.dimensions();
+    for (const Candidate& image : images) {
+        ImageBlock alone = makeBlock({image}, nullptr, {});
+        for (std::size_t axis = 0; axis < 2; ++axis)
+            dimensions[axis] = std::max(dimensions[axis], alone.geometry.dimensions()[axis]);
+        set.members.push_back({alone.geometry, std::move(alone.metadata)});
+    }
+    const ImageGeometry& first = set.geometry;
+    set.geometry = ImageGeometry(
+        dimensions, first.origin(), first.row(), first.column(), first.spacing(), first.sliceStep());
+    const std::vector<ModalityRescale> rescale = std::move(set.metadata.rescale);
+    set.metadata = set.members.front().metadata;
+    set.metadata.rescale = rescale;
+    return set;
+}
+
 std::vector<Vector3> positionsOf(const Candidates& frames) {
     std::vector<Vector3> positions;
     for (const Candidate& candidate : frames)
@@ -263,6 +282,16 @@ public:
     std::vector<ImageBlock> blocks;
 
     void addSeries(const Candidates& series, const std::vector<SplitReason>& reasons) {
+        Candidates placed;
+        Candidates unplaced;
+        for (const Candidate& candidate : series)
+            (candidate.frame().position ? placed : unplaced).push_back(candidate);
+        addPlaced(placed, reasons);
+        addUnplaced(unplaced, series.size(), reasons);
+    }
+
+private:
+    void addPlaced(const Candidates& series, const std::vector<SplitReason>& reasons) {
         const std::vector<Candidates> values =
             partition(series, [](const auto& a, const auto& b) { return valueDifference(a, b).empty(); });
         for (const Candidates& group : values) {
@@ -276,13 +305,25 @@ public:
         }
     }
 
-private:
+    /// Nothing but the kind of their voxels keeps images apart that form no grid.
+    void
+    addUnplaced(const Candidates& images, std::size_t seriesSize, const std::vector<SplitReason>& reasons) {
+        const std::vector<Candidates> kinds = partition(images, [](const auto& a, const auto& b) {
+            return (a.header->photometric == Photometric::Monochrome) ==
+                   (b.header->photometric == Photometric::Monochrome);
+        });
+        for (const Candidates& kind : kinds) {
+            std::vector<SplitReason> own = reasons;
+            if (kinds.size() > 1)
+                own.push_back({SplitReasonType::ValueSplitDifference, "photometric interpretation"});
+            if (seriesSize > 1)
+                own.push_back({SplitReasonType::ImagePositionMissing, "no position"});
+            blocks.push_back(kind.size() > 1 ? makeSet(kind, own) : makeBlock(kind, nullptr, own));
+        }
+    }
+
     void addGroup(const Candidates& group, const std::vector<SplitReason>& reasons) {
-        Candidates placed;
-        Candidates unplaced;
-        for (const Candidate& candidate : group)
-            (candidate.frame().position ? placed : unplaced).push_back(candidate);
-        const std::vector<Candidates> orientations = partition(placed, sameOrientation);
+        const std::vector<Candidates> orientations = partition(group, sameOrientation);
         for (const Candidates& frames : orientations) {
             std::vector<SplitReason> own = reasons;
             if (orientations.size() > 1)
@@ -294,12 +335,6 @@ private:
                 own.push_back({SplitReasonType::ValueSplitDifference, "pixel spacing"});
             for (const Candidates& members : spacings)
                 addStack(Stack(members), members, own);
-        }
-        for (const Candidate& candidate : unplaced) {
-            std::vector<SplitReason> own = reasons;
-            if (group.size() > 1)
-                own.push_back({SplitReasonType::ImagePositionMissing, "no position"});
-            blocks.push_back(makeBlock({candidate}, nullptr, own));
         }
     }
 

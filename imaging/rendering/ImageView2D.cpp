@@ -39,13 +39,15 @@ ImageView2D::ImageView2D(QWidget* parent) : QWidget(parent) {
 
 void ImageView2D::setImage(std::shared_ptr<const Image> image, bool panoramic) {
     image_ = std::move(image);
+    shown_ = image_ && image_->isSet() ? image_->member(0) : image_;
     slice_ = 0;
     inverted_ = false;
     orientation_ = {};
-    if (image_) {
-        const auto& size = image_->geometry().dimensions();
-        voi_ = initialVoi(*image_);
-        orientation_ = ImageOrientation2D::upright(image_->metadata(), size[0], size[1], panoramic);
+    ownVoi_ = true;
+    if (shown_) {
+        const auto& size = shown_->geometry().dimensions();
+        voi_ = initialVoi(*shown_);
+        orientation_ = ImageOrientation2D::upright(shown_->metadata(), size[0], size[1], panoramic);
     }
     initialOrientation_ = orientation_;
     invalidate();
@@ -62,6 +64,12 @@ void ImageView2D::setSlice(int slice) {
     if (target == slice_)
         return;
     slice_ = target;
+    if (image_->isSet()) {
+        shown_ = image_->member(slice_);
+        if (ownVoi_)
+            voi_ = initialVoi(*shown_);
+        fit();
+    }
     invalidate();
     Q_EMIT sliceChanged();
 }
@@ -79,6 +87,7 @@ void ImageView2D::setWindow(double center, double width) {
 
 void ImageView2D::setVoi(const VoiChoice& voi) {
     voi_ = voi;
+    ownVoi_ = false;
     invalidate();
     Q_EMIT windowChanged();
 }
@@ -99,7 +108,7 @@ void ImageView2D::setOrientation(const ImageOrientation2D& orientation) {
 }
 
 OrientationLabels ImageView2D::orientationLabels() const {
-    return image_ ? orientation_.labels(image_->metadata()) : OrientationLabels{};
+    return shown_ ? orientation_.labels(shown_->metadata()) : OrientationLabels{};
 }
 
 void ImageView2D::fitToView() {
@@ -141,9 +150,9 @@ void ImageView2D::panBy(const QPointF& pixels) {
 
 /// Of the turned image, in units of the shorter pixel side.
 QSizeF ImageView2D::imageSize() const {
-    const auto& size = image_->geometry().dimensions();
+    const auto& size = shown_->geometry().dimensions();
     const double aspect =
-        image_->metadata().pixelAspectRatio > 0.0 ? image_->metadata().pixelAspectRatio : 1.0;
+        shown_->metadata().pixelAspectRatio > 0.0 ? shown_->metadata().pixelAspectRatio : 1.0;
     const QSizeF upright(size[0] * std::max(1.0, 1.0 / aspect), size[1] * std::max(1.0, aspect));
     return orientation_.swapsAxes() ? upright.transposed() : upright;
 }
@@ -160,7 +169,7 @@ QPointF ImageView2D::shownOrigin() const {
 QPointF ImageView2D::imageToWidget(const QPointF& position) const {
     if (!image_)
         return {};
-    const auto& size = image_->geometry().dimensions();
+    const auto& size = shown_->geometry().dimensions();
     const auto& matrix = orientation_.matrix();
     // −½ to ½ across the image, about its centre.
     const double across = (position.x() + 0.5) / size[0] - 0.5;
@@ -175,7 +184,7 @@ QPointF ImageView2D::imageToWidget(const QPointF& position) const {
 QPointF ImageView2D::widgetToImage(const QPointF& position) const {
     if (!image_)
         return {};
-    const auto& size = image_->geometry().dimensions();
+    const auto& size = shown_->geometry().dimensions();
     const auto& matrix = orientation_.matrix();
     const QSizeF shown = shownSize();
     const QPointF origin = shownOrigin();
@@ -189,18 +198,19 @@ QPointF ImageView2D::widgetToImage(const QPointF& position) const {
 
 const Raster8& ImageView2D::level(std::size_t index) {
     if (pyramid_.empty())
-        pyramid_.push_back(mapToScreen(*image_, voi_, image_->metadata().inverted != inverted_, slice_));
+        pyramid_.push_back(mapToScreen(
+            *shown_, voi_, shown_->metadata().inverted != inverted_, image_->isSet() ? 0 : slice_));
     while (pyramid_.size() <= index)
         pyramid_.push_back(halved(pyramid_.back()));
     return pyramid_[index];
 }
 
 QImage ImageView2D::render(const QSize& pixels, double ratio) {
-    const bool colour = image_->components() >= 3;
+    const bool colour = shown_->components() >= 3;
     QImage frame(pixels, colour ? QImage::Format_RGB888 : QImage::Format_Grayscale8);
     frame.fill(Qt::black);
 
-    const auto& size = image_->geometry().dimensions();
+    const auto& size = shown_->geometry().dimensions();
     const QSizeF shown = shownSize() * ratio;
     const QPointF origin = shownOrigin() * ratio;
     const QSizeF whole = orientation_.swapsAxes() ? QSizeF(size[1], size[0]) : QSizeF(size[0], size[1]);

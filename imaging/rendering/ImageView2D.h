@@ -31,10 +31,13 @@ public:
     void clear();
     const std::shared_ptr<const Image>& image() const { return image_; }
 
-    /// Which slice of an image of several is shown, from 0; setSlice() clamps and keeps zoom and position.
+    /// Which slice of an image of several is shown, from 0; setSlice() clamps and keeps zoom and position. An
+    /// image of a set is shown by its own function until setWindow() or setVoi() chooses one for all.
     int slice() const { return slice_; }
     int sliceCount() const;
     void setSlice(int slice);
+    /// What is shown: image(), of a set the member in the slice. Its pixels are those of the positions.
+    const std::shared_ptr<const Image>& shown() const { return shown_; }
 
     /// A LINEAR window instead of the file's own.
     void setWindow(double center, double width);
@@ -90,8 +93,10 @@ private:
     QImage render(const QSize& pixels, double ratio);
 
     std::shared_ptr<const Image> image_;
+    std::shared_ptr<const Image> shown_;
     int slice_ = 0;
     VoiChoice voi_;
+    bool ownVoi_ = true; ///< the file's
     bool inverted_ = false;
     ImageOrientation2D orientation_;
     ImageOrientation2D initialOrientation_;

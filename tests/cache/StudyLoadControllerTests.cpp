@@ -136,6 +136,21 @@ TEST_F(StudyLoadControllerTest, opensAProjectionImageIn2D) {
     EXPECT_FALSE(recorder.images.front().volumetric);
 }
 
+TEST_F(StudyLoadControllerTest, opensASetOfBitewingsAsFramesOfOneImage) {
+    const auto study = upload(
+        {{.study = "bitewings", .description = "Bitewings", .modality = "IO", .slices = 4, .placed = false}});
+    StudyLoadController controller(client_, {});
+    LoadRecorder recorder(controller);
+    controller.openStudy(study);
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.images.size(), 1u);
+    EXPECT_FALSE(recorder.images.front().volumetric);
+    const auto& image = *recorder.images.front().image;
+    ASSERT_EQ(image.geometry().dimensions()[2], 4);
+    for (int frame = 0; frame < 4; ++frame)
+        EXPECT_EQ(image.valueAt(3, 0, frame), frame * 100 + 3);
+}
+
 TEST_F(StudyLoadControllerTest, keepsTheGeometryOfARealHead) {
     const auto data = imaging::test::testData();
     if (data.empty())

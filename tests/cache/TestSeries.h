@@ -21,6 +21,7 @@ struct TestSeries {
     int size = 32; ///< columns
     int rows = 32;
     std::vector<int> leftOut{}; ///< slices that are not written
+    bool placed = true;         ///< or each an image without a place in space
 
     std::string studyUid() const { return demo::uidOf(study); }
     std::string seriesUid() const { return demo::uidOf(study + name); }
@@ -39,8 +40,10 @@ struct TestSeries {
         dicom.text(0x0020000e, seriesUid());
         dicom.text(0x00200011, "1");
         dicom.text(0x00200013, std::to_string(slice + 1));
-        dicom.text(0x00200032, demo::decimals({-8.0, -8.0, static_cast<double>(slice)}));
-        dicom.text(0x00200037, "1\\0\\0\\0\\1\\0");
+        if (placed) {
+            dicom.text(0x00200032, demo::decimals({-8.0, -8.0, static_cast<double>(slice)}));
+            dicom.text(0x00200037, "1\\0\\0\\0\\1\\0");
+        }
         dicom.text(0x00280030, "0.5\\0.5");
         dicom.text(0x00281052, "0");
         dicom.text(0x00281053, "1");

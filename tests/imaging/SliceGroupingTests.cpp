@@ -289,13 +289,55 @@ TEST_F(SliceGrouping, OrientationsThatDifferInTheLastDigitsAreOne) {
     EXPECT_EQ(blocks().size(), 1U);
 }
 
-TEST_F(SliceGrouping, FilesWithoutAPlaceStayAlone) {
-    for (int i = 0; i < 3; ++i)
-        FileMaker(2, 2).number(++count_).write(nextFile());
-    auto result = blocks();
-    ASSERT_EQ(result.size(), 3U);
-    for (const ImageBlock& block : result)
-        EXPECT_TRUE(block.findReason(SplitReasonType::ImagePositionMissing));
+TEST_F(SliceGrouping, ImagesWithoutAPlaceAreOneSetWhateverTheirSize) {
+    // Four bitewings: upright and lying, of 16 and of 8 bits, one of them MONOCHROME1.
+    const auto bitewing = [this](int columns, int rows, int number, int spacing) {
+        FileMaker maker(columns, rows);
+        maker.number(number).spacing(spacing, spacing).text({0x0028, 0x1050}, VR::DS, std::to_string(number));
+        maker.text({0x0028, 0x1051}, VR::DS, "10");
+        ++count_;
+        return maker;
+    };
+    bitewing(3, 2, 4, 1).pixels(std::vector<std::int16_t>{1, 2, 3, 4, 5, 600}).write(nextFile());
+    bitewing(2, 3, 3, 2).pixels(std::vector<std::int16_t>{11, 12, 13, 14, 15, 16}).write(nextFile());
+    bitewing(3, 3, 2, 1).pixels(std::vector<std::int16_t>(9, 7)).write(nextFile());
+    bitewing(1, 1, 1, 1)
+        .format(8, 8, 7, false)
+        .text({0x0028, 0x0004}, VR::CS, "MONOCHROME1")
+        .pixels(std::vector<std::uint8_t>{200, 0})
+        .write(nextFile());
+    const auto result = blocks();
+    ASSERT_EQ(result.size(), 1U);
+    EXPECT_EQ(result[0].frameCount(), 4U);
+    EXPECT_TRUE(result[0].findReason(SplitReasonType::ImagePositionMissing));
+    const auto set = DicomSeriesReader::load(result[0]);
+    ASSERT_TRUE(set->isSet());
+    EXPECT_FALSE(set->isVolumetric());
+    EXPECT_EQ(set->geometry().dimensions(), (std::array{3, 3, 4}));
+    EXPECT_EQ(set->metadata().maximum, 600);
+    EXPECT_EQ(set->valueAt(1, 2, 2), 16);
+    EXPECT_EQ(set->valueAt(2, 2, 2), 0) << "beyond the image";
+    const std::vector<std::array<int, 3>> sizes{{1, 1, 1}, {3, 3, 1}, {2, 3, 1}, {3, 2, 1}};
+    for (int i = 0; i < 4; ++i) {
+        const auto& member = *set->member(i);
+        const auto& size = member.geometry().dimensions();
+        EXPECT_EQ(size, sizes[static_cast<std::size_t>(i)]);
+        EXPECT_EQ(member.metadata().windows.at(0).center, i + 1);
+        EXPECT_EQ(member.metadata().inverted, i == 0);
+        EXPECT_EQ(member.geometry().spacing()[0], i == 2 ? 2.0 : 1.0);
+        for (int row = 0; row < size[1]; ++row)
+            for (int column = 0; column < size[0]; ++column)
+                EXPECT_EQ(member.valueAt(column, row, 0), set->valueAt(column, row, i));
+    }
+    EXPECT_EQ(set->member(3)->metadata().minimum, 1);
+    EXPECT_EQ(set->member(3)->valueAt(2, 1, 0), 600);
+
+    FileMaker(2, 2)
+        .number(9)
+        .color("RGB")
+        .pixels(std::vector<std::uint8_t>(12))
+        .write(folder_.path() / "colour");
+    EXPECT_EQ(blocks().size(), 2U);
 }
 
 TEST_F(SliceGrouping, ASingleImageHasNoReasons) {

@@ -147,6 +147,37 @@ TEST(ImageView2D, MapsByTheFilesOwnFunction) {
     }
 }
 
+TEST(ImageView2D, ShowsEachImageOfASetAsItIs) {
+    ImageMetadata negative;
+    negative.inverted = true;
+    LevelWindow window;
+    window.center = 64.0;
+    window.width = 128.0;
+    ImageMetadata bright;
+    bright.windows = {window};
+    const std::vector<std::shared_ptr<const Image>> members{
+        quarterImage(100, 50), quarterImage(40, 80, negative), quarterImage(100, 80, bright)};
+    std::shared_ptr<std::byte[]> voxels(new std::byte[100 * 80 * 3]());
+    const auto set = std::make_shared<const Image>(
+        ImageGeometry({100, 80, 3}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 1}), VoxelType::UInt8, 1, voxels,
+        100 * 80 * 3, members.front()->metadata(), members);
+    ImageView2D view;
+    view.resize(400, 400);
+    view.setImage(set);
+    ASSERT_EQ(view.sliceCount(), 3);
+    EXPECT_NEAR(view.scale(), 4.0, 1e-9);
+    EXPECT_NEAR(greyAt(view, picture(view), 75, 40), 220, 1);
+    view.setSlice(1);
+    EXPECT_NEAR(view.scale(), 5.0, 1e-9) << "fitted in its own size";
+    EXPECT_NEAR(greyAt(view, picture(view), 30, 70), 255 - 220, 1);
+    view.setSlice(2);
+    EXPECT_NEAR(greyAt(view, picture(view), 20, 20), 80, 2) << "by its own window";
+    view.setWindow(128.0, 256.0); // the reader's holds for all
+    view.setSlice(0);
+    view.setSlice(2);
+    EXPECT_NEAR(greyAt(view, picture(view), 20, 20), 40, 1);
+}
+
 TEST(ImageView2D, AveragesWhatItShrinks) {
     // A checkerboard of single pixels must become even grey and not a pattern of its own.
     ImageMetadata metadata;

@@ -87,6 +87,9 @@ TEST_F(VolumePack, RefusesWhatIsNotOneCompleteSeries) {
     axial({4.5});
     std::filesystem::remove_all(cache());
     EXPECT_NE(refusal(cache()).find("not one complete volume"), std::string::npos);
+    for (int i = 0; i < 12; ++i)
+        slice({}, i).remove({0x0020, 0x0032}).series("1.2.3.4.7").write(next());
+    EXPECT_NE(refusal(cache()).find("12 images have no place in space"), std::string::npos);
 }
 
 TEST_F(VolumePack, VerifySaysWhyACacheIsRefused) {

@@ -219,5 +219,30 @@ TEST(MeasurementValues, anglesAndProbesOfPixelsThatAreNotSquare) {
     EXPECT_EQ(labelOf(probe, &sampler), "2155");
 }
 
+TEST(MeasurementValues, eachImageOfASetIsMeasuredByItsOwnScaleAndValues) {
+    ImageMetadata metadata;
+    metadata.spacingSource = imaging::SpacingSource::PixelSpacing;
+    const auto member = [&](double spacing, double value) {
+        return imageOf<std::int16_t>(
+            ImageGeometry({60, 80, 1}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {spacing, spacing, 1.0}),
+            [=](const Vector3&) { return value; }, metadata);
+    };
+    const std::vector<std::shared_ptr<const Image>> members{member(0.1, 7.0), member(0.2, 9.0)};
+    const auto canvas = imageOf<std::int16_t>(
+        ImageGeometry({60, 80, 2}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0.1, 0.1, 1.0}),
+        [](const Vector3&) { return 0.0; }, metadata);
+    const auto set = std::make_shared<const Image>(
+        canvas->geometry(), VoxelType::Int16, 1,
+        std::shared_ptr<const std::byte[]>(canvas, canvas->voxels().data()), canvas->voxels().size(),
+        metadata, members);
+    const VoxelSampler sampler(set);
+    for (const auto& [slice, label] : {std::pair(0, "5.00 mm  7 / 7 / 7"), {1, "10.00 mm  9 / 9 / 9"}}) {
+        const ImageGrid2D grid(*set->member(slice));
+        Measurement drawn = MeasurementPlane::ofImage(*set, slice).newMeasurement(Kind::Length);
+        drawn.points = {grid.fromPixel({10.0, 20.0}), grid.fromPixel({40.0, 60.0})};
+        EXPECT_EQ(labelOf(drawn, &sampler), label);
+    }
+}
+
 } // namespace
 } // namespace zorbel::test

@@ -26,7 +26,7 @@ MeasurementPlane MeasurementPlane::ofVolume(
 }
 
 MeasurementPlane MeasurementPlane::ofImage(const imaging::Image& image, int slice) {
-    const ImageGrid2D grid(image);
+    const ImageGrid2D grid(image.isSet() ? *image.member(slice) : image);
     MeasurementPlane result;
     result.pattern_.calibration = grid.calibration();
     result.pattern_.calibrationFactor = grid.calibrationFactor();

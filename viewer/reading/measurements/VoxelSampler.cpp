@@ -20,6 +20,8 @@ VoxelSampler::VoxelSampler(std::shared_ptr<const imaging::Image> image)
     voxels_.stride[0] = image_->components();
     voxels_.stride[1] = voxels_.stride[0] * size[0];
     voxels_.stride[2] = voxels_.stride[1] * size[1];
+    for (int slice = 0; image_->isSet() && slice < size[2]; ++slice)
+        members_.emplace_back(image_->member(slice));
 }
 
 std::optional<double> VoxelSampler::valueAt(const Vector3& point) const {
@@ -39,11 +41,19 @@ std::optional<double> VoxelSampler::valueAtIndex(const Vector3& index) const {
     return value;
 }
 
+std::optional<double> VoxelSampler::valueOnImage(const Vector3& point, int slice) const {
+    if (image_->isSet()) {
+        const auto index = static_cast<std::size_t>(slice);
+        return slice >= 0 && index < members_.size() ? members_[index].valueOnImage(point, 0) : std::nullopt;
+    }
+    const Point2 pixel = grid_.toPixel(point);
+    return valueAtIndex({pixel.x, pixel.y, static_cast<double>(slice)});
+}
+
 std::optional<double> VoxelSampler::valueFor(const Measurement& measurement, const Vector3& point) const {
     if (!measurement.isOnImage())
         return valueAt(point);
-    const Point2 pixel = grid_.toPixel(point);
-    return valueAtIndex({pixel.x, pixel.y, static_cast<double>(measurement.slice)});
+    return valueOnImage(point, measurement.slice);
 }
 
 } // namespace zorbel

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace zorbel {
 
@@ -21,8 +22,6 @@ public:
     explicit VoxelSampler(std::shared_ptr<const imaging::Image> image);
 
     const imaging::Image& image() const { return *image_; }
-    const ImageGrid2D& grid() const { return grid_; }
-
     /// At a world point, LPS millimetres.
     std::optional<double> valueAt(const imaging::Vector3& point) const;
     /// At a fractional voxel index.
@@ -31,9 +30,13 @@ public:
     std::optional<double> valueFor(const Measurement& measurement, const imaging::Vector3& point) const;
 
 private:
+    /// At a point of a 2D image's grid.
+    std::optional<double> valueOnImage(const imaging::Vector3& point, int slice) const;
+
     std::shared_ptr<const imaging::Image> image_;
     ImageGrid2D grid_;
     imaging::kernel::VoxelGrid voxels_;
+    std::vector<VoxelSampler> members_; ///< of a set, one a slice
 };
 
 } // namespace zorbel
