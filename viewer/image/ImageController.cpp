@@ -86,8 +86,8 @@ void ImageController::setImage(
 
 void ImageController::present() {
     view_->setImage(image_, kind_.isPanoramic());
-    const auto pose =
-        kind_.isCephalometric() ? imaging::uprightCephalogram(*image_) : imaging::ImageOrientation2D();
+    const auto pose = kind_.isCephalometric() ? imaging::uprightCephalogram(*view_->shown())
+                                              : imaging::ImageOrientation2D();
     turnedByContent_ = !pose.isOriginal();
     if (turnedByContent_) {
         view_->setOrientation(pose);
@@ -158,7 +158,7 @@ bool ImageController::beginDrag() {
     scrollRest_ = 0.0;
     windowDrag_.reset();
     if (tool_ == Tool::WindowLevel && isGrey())
-        windowDrag_.emplace(window(), image_->metadata().minimum, image_->metadata().maximum);
+        windowDrag_.emplace(window(), view_->shown()->metadata().minimum, view_->shown()->metadata().maximum);
     return true;
 }
 
@@ -211,7 +211,7 @@ MeasurementView ImageController::measurementView() const {
     MeasurementView now;
     now.width = view_->width();
     now.height = view_->height();
-    const ImageGrid2D grid = image_ ? ImageGrid2D(*image_) : ImageGrid2D();
+    const ImageGrid2D grid = image_ ? ImageGrid2D(*view_->shown()) : ImageGrid2D();
     if (image_)
         now.plane = MeasurementPlane::ofImage(*image_, view_->slice());
     now.toWidget = [this, grid](const imaging::Vector3& point) {
@@ -243,8 +243,8 @@ void ImageController::resetView() {
 void ImageController::updateTexts() {
     if (!image_)
         return;
-    const auto& metadata = image_->metadata();
-    const auto& dimensions = image_->geometry().dimensions();
+    const auto& metadata = view_->shown()->metadata();
+    const auto& dimensions = view_->shown()->geometry().dimensions();
     overlay_->setCorner(ViewportOverlay::TopLeft, OverlayTexts::patient(study_, metadata));
     QStringList notes = OverlayTexts::notes(metadata, 0.0);
     if (metadata.patientOrientation.first.empty())
