@@ -1,5 +1,6 @@
 #include "cache/StudyClassification.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <initializer_list>
@@ -20,6 +21,25 @@ bool isOneOf(const QString& modality, std::initializer_list<const char*> codes) 
         if (modality == QLatin1String(code))
             return true;
     return false;
+}
+
+/// Whether the text names a kind of projection. A description of a scanner's volume is searched for whole
+/// words, because it names diseases and anatomy as well: HYDROCEPHALUS, TYMPANOMASTOID.
+bool names(const QString& text, const char* part, const QRegularExpression& words, const QString& modality) {
+    if (isOneOf(modality, {"CT", "MR", "PT", "NM"}))
+        return words.match(text).hasMatch();
+    return text.contains(QLatin1String(part));
+}
+
+bool namesPanoramic(const QString& text, const QString& modality) {
+    static const QRegularExpression words(QStringLiteral(R"((?<!\p{L})PANO(R\p{L}*)?(?!\p{L}))"));
+    return names(text, "PANO", words, modality);
+}
+
+bool namesCephalometric(const QString& text, const QString& modality) {
+    static const QRegularExpression words(
+        QStringLiteral(R"((?<!\p{L})CEPH(AL(O([GMS]\p{L}*)?)?)?(?!\p{L}))"));
+    return names(text, "CEPH", words, modality);
 }
 
 const QString cbct = QStringLiteral("CBCT");
@@ -70,9 +90,9 @@ StudyClassification::classify(const QString& modality, const QString& descriptio
     if (containsAny(text, {"CBCT", "CONE BEAM"})) {
         result.volumetric_ = true;
         result.label_ = cbct;
-    } else if (text.contains(QLatin1String("PANO"))) {
+    } else if (namesPanoramic(text, code)) {
         result.label_ = panoramic;
-    } else if (text.contains(QLatin1String("CEPH"))) {
+    } else if (namesCephalometric(text, code)) {
         result.label_ = cephalometric;
     } else {
         result.volumetric_ = !isPlanarModality(code);

@@ -13,7 +13,7 @@ public:
     static StudyClassification
     classify(const QString& modality, const QString& description, const QString& bodyPart = {});
 
-    /// The text says CBCT or cone beam (tested first), or says nothing of a panoramic or cephalometric image
+    /// The text says CBCT or cone beam (tested first), or does not name a panoramic or cephalometric image
     /// and the modality is not one of single images (PX, IO, DX, CR, US, …). An unknown modality counts as
     /// volumetric: the decoded image then shows whether it has more than one slice.
     bool isVolumetric() const { return volumetric_; }

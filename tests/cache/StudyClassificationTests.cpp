@@ -22,6 +22,22 @@ TEST(StudyClassification, TextComesBeforeModality) {
     EXPECT_EQ(classified("DX", "Bitewing left"), "Intraoral image");
 }
 
+TEST(StudyClassification, DiseasesAndAnatomyMakeNoProjectionOfAVolume) {
+    for (const char* description :
+         {"HYDROCEPHALUS", "Encephalon", "MICROCEPHALY", "brachiocephalic", "Cephalocele", "cephalad",
+          "TYMPANOMASTOID", "Panophthalmitis", "Hydrocéphalie"}) {
+        EXPECT_EQ(classified("CT", description), "CT volume") << description;
+        EXPECT_EQ(classified("MR", description), "MRI volume") << description;
+    }
+    for (const char* description :
+         {"CEPH", "CEPHALOGRAM", "LAT CEPH", "lat_ceph", "ceph2", "CEPHALOMETRIC", "Cephalometry", "CEPHAL"})
+        for (const char* modality : {"CT", "DX"})
+            EXPECT_EQ(classified(modality, description), "Cephalometric image") << description;
+    for (const char* description : {"PANO", "PANO RECON", "PANORAMIC", "panorex", "OPG/PANORAMA"})
+        EXPECT_EQ(classified("CT", description), "Panoramic image") << description;
+    EXPECT_EQ(classified("DX", "LATCEPH"), "Cephalometric image");
+}
+
 TEST(StudyClassification, ModalityDecidesOtherwise) {
     EXPECT_EQ(classified("ct", "Head"), "CT volume");
     EXPECT_EQ(classified("MR", "TMJ"), "MRI volume");
