@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -14,6 +15,9 @@ public:
     /// Creates the file, private, when it is not there; empty when somebody else holds it. Throws
     /// std::system_error, with the path in its text, on every other failure (the folder must exist).
     static std::optional<FileLock> tryAcquire(const std::filesystem::path& file);
+    /// tryAcquire() again and again until the patience is over.
+    static std::optional<FileLock>
+    acquire(const std::filesystem::path& file, std::chrono::milliseconds patience);
 
     FileLock(FileLock&& other) noexcept
         : handle_(std::exchange(other.handle_, none)), file_(std::move(other.file_)) {}

@@ -1,7 +1,7 @@
 #include "cache/archive/ArchivePlace.h"
 
-#include "cache/storage/RandomName.h"
 #include "platform/DiskFlush.h"
+#include "platform/RandomName.h"
 
 #include <algorithm>
 #include <string>

@@ -1,17 +1,15 @@
 #include "cache/storage/StorageSession.h"
 
 #include "app/log/Logger.h"
-#include "cache/storage/RandomName.h"
 #include "cache/storage/RemovalRetry.h"
 #include "platform/PrivateFile.h"
+#include "platform/ProgramClaims.h"
 
 #include <chrono>
 #include <exception>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
-#include <vector>
 
 namespace zorbel {
 
@@ -24,7 +22,6 @@ using std::chrono::milliseconds;
 constexpr milliseconds pauseBetweenAttempts{100};
 /// Long enough for another viewer to clear a full cache.
 constexpr milliseconds claimsPatience{20'000};
-constexpr milliseconds claimsPause{10};
 constexpr char clearFailure[] = "Unable to clear session-only viewer cache";
 
 void logFailure(const std::exception& error) {
@@ -47,41 +44,25 @@ public:
 
 private:
     static FileLock take(const fs::path& file) {
-        for (milliseconds waited{0};; waited += claimsPause) {
-            if (auto lock = FileLock::tryAcquire(file))
-                return std::move(*lock);
-            if (waited >= claimsPatience)
-                throw std::runtime_error("Timed out waiting for another viewer to clear the viewer cache");
-            std::this_thread::sleep_for(claimsPause);
-        }
+        if (auto lock = FileLock::acquire(file, claimsPatience))
+            return std::move(*lock);
+        throw std::runtime_error("Timed out waiting for another viewer to clear the viewer cache");
     }
 
     FileLock lock_;
 };
 
-bool isLiveClaim(const fs::path& file) {
-    try {
-        auto lock = FileLock::tryAcquire(file);
-        if (lock)
-            lock->removeFile(); // its process has died
-        return !lock;
-    } catch (const std::system_error&) {
-        return true; // another account's: whether it is dead cannot be told
-    }
+ProgramClaims claimsOf(const ViewerStorage& storage) {
+    return ProgramClaims(besideScope(storage, ".session-"));
 }
 
 /// Removes what dead processes left. The claims lock is held, and no claim of this session's.
 bool hasLiveClaims(const ViewerStorage& storage) {
-    const auto prefix = besideScope(storage, ".session-").filename().u8string();
-    std::vector<fs::path> claims;
-    for (const auto& entry : fs::directory_iterator(storage.cacheRoot()))
-        if (entry.path().filename().u8string().starts_with(prefix) && !entry.is_symlink() &&
-            entry.is_regular_file())
-            claims.push_back(entry.path());
-    bool live = false;
-    for (const auto& claim : claims)
-        live = isLiveClaim(claim) || live;
-    return live;
+    const auto claims = claimsOf(storage);
+    const auto found = claims.find();
+    for (const auto& dead : found.dead)
+        claims.removeDead(dead);
+    return !found.living.empty();
 }
 
 /// Unless another viewer works with it.
@@ -115,7 +96,7 @@ StorageSession::StorageSession(ViewerStorage storage, bool sessionOnly)
             logFailure(error);
         }
     }
-    claim_ = FileLock::tryAcquire(besideScope(storage_, ".session-" + randomName()));
+    claim_ = claimsOf(storage_).take().first;
 }
 
 StorageSession::~StorageSession() {

@@ -1,9 +1,9 @@
 #include "cache/storage/StudyFolder.h"
 
 #include "app/log/Logger.h"
-#include "cache/storage/RandomName.h"
 #include "platform/FileInUse.h"
 #include "platform/FileLock.h"
+#include "platform/RandomName.h"
 
 #include <stdexcept>
 #include <string>

@@ -1,5 +1,6 @@
 #include "platform/FileLock.h"
 #include "platform/PrivateFile.h"
+#include "platform/ProgramClaims.h"
 #include "tests/platform/TestFolder.h"
 
 #include <atomic>
@@ -89,6 +90,31 @@ TEST_F(FileLockTest, NeverHasTwoHoldersWhileTheFileComesAndGoes) {
     one.join();
     two.join();
     EXPECT_FALSE(twoHolders);
+}
+
+TEST_F(FileLockTest, ClaimsTellTheLivingFromTheDead) {
+    const fs::path claimed = fs::path(folder) += ".claims"; // as `shared`
+    fs::create_directories(claimed);
+    const ProgramClaims claims(claimed / "session-");
+    EXPECT_DEATH(
+        {
+            const auto claim = claims.take();
+            std::abort();
+        },
+        "");
+    {
+        const auto alive = claims.take();
+        std::ofstream(claimed / "session-ffffffffffffffff.socket") << "no claim";
+        const auto found = claims.find();
+        EXPECT_EQ(found.living, std::vector{alive.second});
+        EXPECT_EQ(found.dead.size(), 1U);
+        for (const auto& name : {found.dead.at(0), alive.second})
+            claims.removeDead(name);
+    }
+    const auto found = claims.find();
+    EXPECT_EQ(found.living.size(), 0U);
+    EXPECT_EQ(found.dead.size(), 1U) << "a claim that was let go without a removal is as good as dead";
+    fs::remove_all(claimed);
 }
 
 TEST_F(FileLockTest, FailureNamesTheFile) {

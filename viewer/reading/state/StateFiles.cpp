@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <chrono>
 #include <system_error>
-#include <thread>
 
 namespace zorbel {
 
@@ -70,14 +69,8 @@ StateFiles::StateFiles(fs::path root) : root_(std::move(root)) {
 std::optional<FileLock> StateFiles::lock() const {
     if (!isKept())
         return std::nullopt;
-    const auto end = std::chrono::steady_clock::now() + 1s;
     try {
-        for (;;) {
-            auto lock = FileLock::tryAcquire(root_ / lockName);
-            if (lock || std::chrono::steady_clock::now() >= end)
-                return lock;
-            std::this_thread::sleep_for(2ms);
-        }
+        return FileLock::acquire(root_ / lockName, 1s);
     } catch (const std::system_error&) {
         // No root folder yet, or a disk without locks.
         return std::nullopt;
