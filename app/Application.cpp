@@ -131,17 +131,13 @@ bool signIn(const std::shared_ptr<ZorbelApiClient>& client) {
 }
 
 /// Whether the previous run left its lock behind.
-bool takeSessionLock(const SessionLock& lock) {
-    const bool crashed = lock.exists();
-    if (crashed)
+bool takeSessionLock(SessionLock& lock) {
+    const auto begun = lock.begin();
+    if (begun.previousRunCrashed)
         Logger::instance().warn(component, "Crash lock found — previous session did not exit cleanly");
-    try {
-        lock.create();
-    } catch (const std::exception& error) {
-        Logger::instance().warn(component, "Session lock could not be written", {{"reason", error.what()}});
-    }
-    QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [lock] { lock.remove(); });
-    return crashed;
+    if (!begun.failure.empty())
+        Logger::instance().warn(component, "Session lock could not be written", {{"reason", begun.failure}});
+    return begun.previousRunCrashed;
 }
 
 /// From the main window's first moment to its last; the event loop's result.
@@ -170,8 +166,10 @@ int runSession(
     OpenedStorage storage = openStorage(profile, settings);
     const auto source = SourceSettings::read(settings, profile.organizationId);
     client->selectSource(source.kind, source.nodeId);
-    const SessionLock lock(configFolder());
+    SessionLock lock(configFolder());
     const bool previousRunCrashed = takeSessionLock(lock);
+    const QObject whileRunning;
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &whileRunning, [&lock] { lock.end(); });
 
     MainWindowOptions options;
     options.previousRunCrashed = previousRunCrashed;
@@ -187,7 +185,7 @@ int runSession(
             .filesystemFilePath();
     const int result = runMainWindow(client, options, link, telemetry);
 
-    lock.remove();
+    lock.end();
     telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});
     telemetry.shutDown();
     storage.session.reset(); // nobody works with the storage any more

@@ -6,22 +6,68 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
 namespace zorbel {
 namespace {
 
-TEST(SessionLock, tellsACrashedSessionFromAnEndedOne) {
-    QTemporaryDir folder;
-    const std::filesystem::path config =
-        std::filesystem::path(folder.path().toStdString()) / "new" / "config";
-    const SessionLock first(config);
-    EXPECT_FALSE(first.exists());
-    first.create();
-    EXPECT_TRUE(std::filesystem::exists(config / "session.lock"));
-    EXPECT_TRUE(SessionLock(config).exists()) << "the next start sees a crash";
-    EXPECT_NO_THROW(SessionLock(config).create());
-    first.remove();
-    first.remove(); // both aboutToQuit and the end of the event loop remove it
-    EXPECT_FALSE(SessionLock(config).exists());
+class SessionLockTest : public testing::Test {
+protected:
+    /// A program that starts; one that is destroyed without an end is one that was killed.
+    std::unique_ptr<SessionLock> start(bool seesCrash) const {
+        auto program = std::make_unique<SessionLock>(config_);
+        const auto begun = program->begin();
+        EXPECT_EQ(begun.previousRunCrashed, seesCrash);
+        EXPECT_EQ(begun.failure, "");
+        EXPECT_TRUE(exists());
+        return program;
+    }
+    bool exists() const { return std::filesystem::exists(config_ / "session.lock"); }
+
+    QTemporaryDir folder_;
+    const std::filesystem::path config_ =
+        std::filesystem::path(folder_.path().toStdString()) / "new" / "config";
+};
+
+TEST_F(SessionLockTest, tellsACrashedSessionFromAnEndedOne) {
+    start(false);
+    auto next = start(true);
+    EXPECT_EQ(std::filesystem::file_size(config_ / "session.lock"), 0U);
+    next->end();
+    next->end(); // both aboutToQuit and the end of the event loop end it
+    EXPECT_TRUE(std::filesystem::is_empty(config_));
+    start(false)->end();
+
+    std::ofstream(config_ / "session.lock").put('x'); // by an older version
+    next = start(true);
+    EXPECT_EQ(std::filesystem::file_size(config_ / "session.lock"), 0U);
+}
+
+TEST_F(SessionLockTest, ofSeveralProgramsTheLastLivingOneRemovesIt) {
+    auto first = start(false);
+    auto second = start(false);
+    second->end();
+    EXPECT_TRUE(exists()) << "the first still runs";
+    first.reset();
+    first = start(true);
+    second = start(false);
+    first.reset();
+    const auto third = start(true); // noticed while the second runs
+    third->end();
+    second->end();
+    EXPECT_FALSE(exists());
+}
+
+TEST_F(SessionLockTest, aCrashThatNobodyNoticedOutlivesTheOthersCleanEnd) {
+    auto crashing = start(false);
+    const auto other = start(false);
+    crashing.reset();
+    other->end();
+    EXPECT_TRUE(exists());
+    start(true)->end();
+    EXPECT_FALSE(exists());
 }
 
 TEST(SettingsMigration, carriesTheCacheFolderOverAndForgetsTheArchive) {
