@@ -29,7 +29,6 @@
 #include <QMessageBox>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTimer>
 
 #include <exception>
 #include <filesystem>
@@ -143,16 +142,13 @@ bool takeSessionLock(SessionLock& lock) {
 /// From the main window's first moment to its last; the event loop's result.
 int runMainWindow(
     const std::shared_ptr<ZorbelApiClient>& client, const MainWindowOptions& options,
-    const std::optional<LinkRequest>& link, TelemetryEmitter& telemetry) {
+    TelemetryEmitter& telemetry) {
     MainWindow window(client, options);
     QObject::connect(
         &window, &MainWindow::sessionEnding, &window, [&telemetry] { telemetry.record("SESSION_END"); });
     window.show();
     window.activateWindow(); // the sign-in dialog had the keyboard until now
     QApplication::setQuitOnLastWindowClosed(true);
-    if (link)
-        QTimer::singleShot(
-            0, &window, [&window, uid = link->studyInstanceUID] { window.openLinkedStudy(uid); });
     return QApplication::exec();
 }
 
@@ -173,6 +169,8 @@ int runSession(
 
     MainWindowOptions options;
     options.previousRunCrashed = previousRunCrashed;
+    if (link)
+        options.linkedStudy = link->studyInstanceUID;
     // Without a claim on the storage nobody would clear it at the end of a session that may leave nothing.
     if (storage.session || storage.policy.retentionDays > 0)
         options.loading.storage = storage.storage;
@@ -183,7 +181,7 @@ int runSession(
     options.loading.manifestSchema =
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
             .filesystemFilePath();
-    const int result = runMainWindow(client, options, link, telemetry);
+    const int result = runMainWindow(client, options, telemetry);
 
     lock.end();
     telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});

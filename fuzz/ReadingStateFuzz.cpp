@@ -79,11 +79,16 @@ void session(std::string_view text) {
     const auto read = sessionFrom(text);
     if (!read)
         return;
-    fuzz::require(
-        read->studyInstanceUid.empty() ? read->orthancId.empty()
-                                       : studyFileName(read->studyInstanceUid) == read->studyInstanceUid,
-        "a session names a study or none");
-    fuzz::require(sessionFrom(sessionText(*read)) == read, "a session reads back");
+    fuzz::require(read->size() <= SessionFile::mostStudies, "the open studies are not too many");
+    for (const OpenStudy& open : *read) {
+        fuzz::require(
+            studyFileName(open.study.studyInstanceUid) == open.study.studyInstanceUid,
+            "an open study has a UID");
+        fuzz::require(
+            open.program.find_first_not_of("0123456789abcdef") == std::string::npos,
+            "a program's digits are a safe file name");
+    }
+    fuzz::require(sessionFrom(sessionText(*read, "now")) == read, "a session reads back");
 }
 
 } // namespace

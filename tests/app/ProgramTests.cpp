@@ -152,19 +152,23 @@ TEST_F(ProgramTest, theNextStartNoticesAKilledSessionAndRemovesItsImages) {
     expectCleanEnd();
 }
 
-TEST_F(ProgramTest, offersTheStudyOfAKilledSessionAtTheNextStart) {
+TEST_F(ProgramTest, offersTheStudyOfAKilledSessionWhateverElseStartsAndEnds) {
     const QString shown = QStringLiteral(": ") + QString::fromStdString(demo::uidOf("study of bench 60 128"));
     {
         const auto process =
             home_.start(QStringLiteral(ZORBEL_SCRIPTED_VIEWER), {QStringLiteral("stay-with-study")});
         ASSERT_TRUE(waitForOutput(*process, "SOURCE"));
+        EXPECT_EQ(play("sign-in").code, 0);
+        EXPECT_TRUE(home_.hasSessionLock()) << "the other program still runs";
+        EXPECT_FALSE(home_.log().contains(crashLock));
         ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
         ASSERT_TRUE(process->waitForFinished(patienceMs));
     }
-    const Outcome outcome = play("recover");
+    const Outcome outcome =
+        play("recover-after-link", {QStringLiteral("zorbel-viewer://report?studyInstanceUID=1.2.3")});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_TRUE(outcome.output.contains(shown));
-    EXPECT_TRUE(home_.log().contains(crashLock));
+    EXPECT_EQ(home_.log().count(crashLock), 1);
     expectCleanEnd();
 }
 

@@ -87,9 +87,10 @@ public:
                 planShownStudy();
                 add([] { return false; }, [] {});
             }
-            if (name == QLatin1String("recover")) {
-                add([] { return messageBox() && messageBox()->objectName() == QLatin1String("recoveryBox"); },
-                    [] { QTest::mouseClick(messageBox()->button(QMessageBox::Yes), Qt::LeftButton); });
+            if (name == QLatin1String("recover-after-link"))
+                planAnswer("loadFailureBox", QMessageBox::Ok);
+            if (name.startsWith(QLatin1String("recover"))) {
+                planAnswer("recoveryBox", QMessageBox::Yes);
                 planShownStudy();
             }
             add([] { return true; }, [] { mainWindow()->close(); });
@@ -117,6 +118,10 @@ private:
                 say("TEXT", messageBox()->text().replace(QLatin1Char('\n'), QLatin1Char('|')));
                 QTest::mouseClick(messageBox()->button(QMessageBox::Ok), Qt::LeftButton);
             });
+    }
+    void planAnswer(const char* box, QMessageBox::StandardButton answer) {
+        add([box] { return messageBox() && messageBox()->objectName() == QLatin1String(box); },
+            [answer] { QTest::mouseClick(messageBox()->button(answer), Qt::LeftButton); });
     }
     void planSignIn() {
         add([] { return visible("loginSubmit"); },

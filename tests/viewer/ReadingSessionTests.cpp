@@ -24,13 +24,17 @@ class ReadingSessionTest : public test::ReadingWindowTest {
 protected:
     ReadingSessionTest() { restart(); }
 
-    void restart(bool crashed = false) {
+    /// `crashed`: a window that is not closed before leaves what a kill leaves.
+    void restart(bool crashed = false, const QString& linkedStudy = {}) {
+        if (window_ && !crashed)
+            window_->close();
         window_.reset();
         ApiClientConfig config;
         config.baseUrl = QStringLiteral("http://127.0.0.1:9");
         MainWindowOptions options;
         options.stateFolder = folder();
         options.previousRunCrashed = crashed;
+        options.linkedStudy = linkedStudy;
         window_ = std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), options);
         workspace_ = window_->findChild<ViewerWorkspace*>();
         window_->resize(1400, 900);
@@ -67,6 +71,20 @@ protected:
     }
     const std::vector<Measurement>& measurements() {
         return workspace_->measurements().list().measurements();
+    }
+    void crashWith(const char* uid) {
+        open(uid);
+        window_.reset();
+    }
+    QMessageBox* box(const char* name) {
+        auto* found = window_->findChild<QMessageBox*>(QString::fromLatin1(name));
+        return found && found->isVisible() ? found : nullptr;
+    }
+    /// Once the window has had its say; null when it does not ask.
+    QMessageBox* recoveryBox() {
+        for (int round = 0; round < 5; ++round)
+            QCoreApplication::processEvents();
+        return box("recoveryBox");
     }
     QDialog& findings() {
         press(Qt::Key_F, Qt::ControlModifier);
@@ -193,30 +211,50 @@ TEST_F(ReadingSessionTest, capturesTheActiveViewportWithItsOverlays) {
     EXPECT_TRUE(QString::fromUtf8(index.readAll()).contains(QStringLiteral("Axial · slice 21/40 · W ")));
 }
 
-TEST_F(ReadingSessionTest, offersTheStudyOfACrashedRunOnce) {
-    open("1.2.3");
-    const QString lost = folder_.filePath(QStringLiteral("lost"));
-    std::filesystem::copy(
-        folder(), lost.toStdString(), std::filesystem::copy_options::recursive); // as a kill leaves it
-    window_->close();
+TEST_F(ReadingSessionTest, asksOnceAboutTheStudyOfACrashedRun) {
+    crashWith("1.2.3");
     restart(true);
-    QTest::qWait(50);
-    EXPECT_EQ(window_->findChild<QMessageBox*>(QStringLiteral("recoveryBox")), nullptr)
-        << "a study that was closed needs no recovery";
-
-    window_.reset();
-    std::filesystem::remove_all(folder());
-    std::filesystem::rename(lost.toStdString(), folder());
-    restart(true);
-    ASSERT_TRUE(QTest::qWaitFor(
-        [this] { return window_->findChild<QMessageBox*>(QStringLiteral("recoveryBox")) != nullptr; }, 5000));
-    auto* box = child<QMessageBox>(QStringLiteral("recoveryBox"));
+    auto* box = recoveryBox();
+    ASSERT_NE(box, nullptr);
     EXPECT_TRUE(box->text().contains(QStringLiteral("Doe")));
     QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
     restart(true);
-    QTest::qWait(50);
-    EXPECT_EQ(window_->findChild<QMessageBox*>(QStringLiteral("recoveryBox")), nullptr)
-        << "declined is forgotten";
+    EXPECT_EQ(recoveryBox(), nullptr) << "declined is forgotten";
+}
+
+TEST_F(ReadingSessionTest, aLinkGoesBeforeTheRecoveryAndIsNotForgottenForIt) {
+    crashWith("1.2.3");
+    restart(true, QStringLiteral("1.2.4"));
+    // No service answers: the link's load fails, which the reader is told first.
+    ASSERT_TRUE(QTest::qWaitFor([this] { return box("loadFailureBox") != nullptr; }, 60000));
+    EXPECT_EQ(box("recoveryBox"), nullptr);
+    open("1.2.4");
+    QTest::mouseClick(box("loadFailureBox")->button(QMessageBox::Ok), Qt::LeftButton);
+    ASSERT_NE(recoveryBox(), nullptr);
+    window_->openLinkedStudy(QStringLiteral("1.2.5"));
+    EXPECT_EQ(box("recoveryBox"), nullptr) << "put off for another link";
+    ASSERT_TRUE(QTest::qWaitFor([this] { return box("loadFailureBox") != nullptr; }, 60000));
+    QTest::mouseClick(box("loadFailureBox")->button(QMessageBox::Ok), Qt::LeftButton);
+    ASSERT_NE(recoveryBox(), nullptr);
+    QTest::mouseClick(recoveryBox()->button(QMessageBox::No), Qt::LeftButton);
+    restart(true);
+    ASSERT_NE(recoveryBox(), nullptr) << "the link's study was open at the second crash";
+    QTest::mouseClick(recoveryBox()->button(QMessageBox::No), Qt::LeftButton);
+    restart(true);
+    EXPECT_EQ(recoveryBox(), nullptr);
+}
+
+TEST_F(ReadingSessionTest, aRecoveryThatFailsToLoadEndsWithTheSession) {
+    crashWith("1.2.3");
+    restart(true);
+    ASSERT_NE(recoveryBox(), nullptr);
+    QTest::mouseClick(recoveryBox()->button(QMessageBox::Yes), Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return box("loadFailureBox") != nullptr; }, 60000));
+    QTest::mouseClick(box("loadFailureBox")->button(QMessageBox::Ok), Qt::LeftButton);
+    EXPECT_EQ(recoveryBox(), nullptr);
+    window_->close();
+    restart(true); // of a run without a study
+    EXPECT_EQ(recoveryBox(), nullptr);
 }
 
 } // namespace

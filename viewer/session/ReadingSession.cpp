@@ -13,9 +13,11 @@
 
 namespace zorbel {
 
-ReadingSession::ReadingSession(std::filesystem::path folder, ViewerWorkspace& workspace, QObject* parent)
+ReadingSession::ReadingSession(
+    std::filesystem::path folder, ViewerWorkspace& workspace, bool previousRunCrashed, QObject* parent)
     : QObject(parent), workspace_(workspace), files_(std::move(folder)), store_(files_),
-      keyImageStore_(files_), recent_(files_), session_(files_) {
+      keyImageStore_(files_), recent_(files_), session_(files_),
+      recovery_(session_, recent_, previousRunCrashed) {
     timer_.setSingleShot(true);
     connect(&timer_, &QTimer::timeout, this, &ReadingSession::writeDue);
     connect(
@@ -29,10 +31,6 @@ ReadingSession::ReadingSession(std::filesystem::path folder, ViewerWorkspace& wo
 
 ReadingSession::~ReadingSession() {
     write(scheduler_.takeAll(std::chrono::steady_clock::now()));
-}
-
-void ReadingSession::forgetRecoverable() {
-    say(session_.studyClosed());
 }
 
 void ReadingSession::aboutToShow() {

@@ -2,6 +2,7 @@
 
 #include "viewer/reading/records/FindingList.h"
 #include "viewer/reading/records/KeyImageList.h"
+#include "viewer/reading/state/CrashRecovery.h"
 #include "viewer/reading/state/KeyImageStore.h"
 #include "viewer/reading/state/ReadingStateStore.h"
 #include "viewer/reading/state/RecentStudiesFile.h"
@@ -29,14 +30,14 @@ class ReadingSession : public QObject {
 
 public:
     /// folder: the user's own; empty keeps everything in memory, for this session alone.
-    ReadingSession(std::filesystem::path folder, ViewerWorkspace& workspace, QObject* parent = nullptr);
+    ReadingSession(
+        std::filesystem::path folder, ViewerWorkspace& workspace, bool previousRunCrashed,
+        QObject* parent = nullptr);
     /// Writes what is not written yet.
     ~ReadingSession() override;
 
     RecentStudies recentStudies() { return recent_.load(); }
-    /// What was open when the program last ended without closing it. Before the first study is opened.
-    std::optional<RecoverableStudy> recoverable() { return session_.recoverable(); }
-    void forgetRecoverable();
+    CrashRecovery& recovery() { return recovery_; }
 
     /// The workspace is about to show other images: what is not written yet is written, and what changes
     /// until studyShown() is nobody's doing.
@@ -71,6 +72,7 @@ private:
     KeyImageStore keyImageStore_;
     RecentStudiesFile recent_;
     SessionFile session_;
+    CrashRecovery recovery_;
     SaveScheduler scheduler_;
     QTimer timer_;
     StudyIdentity study_;

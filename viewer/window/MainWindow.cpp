@@ -15,6 +15,7 @@
 #include "viewer/workspace/LoadingOverlay.h"
 #include "viewer/workspace/ViewerWorkspace.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QLabel>
 #include <QMessageBox>
@@ -59,12 +60,16 @@ MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOption
     buildStatusBar();
     connectLoading();
     bindShortcuts();
-    reading_ = std::make_unique<ReadingSession>(std::move(options.stateFolder), *workspace_);
+    reading_ = std::make_unique<ReadingSession>(
+        std::move(options.stateFolder), *workspace_, options.previousRunCrashed);
     connectReading();
     showRecentStudies();
     browser_->loadStudiesAsync();
-    if (options.previousRunCrashed)
-        QTimer::singleShot(0, this, &MainWindow::offerRecovery);
+    QTimer::singleShot(0, this, [this, linked = options.linkedStudy] {
+        if (!linked.isEmpty())
+            openLinkedStudy(linked);
+        offerRecovery();
+    });
 }
 
 MainWindow::~MainWindow() = default;
@@ -139,8 +144,10 @@ void MainWindow::connectLoading() {
     connect(loader_, &StudyLoadController::loadingChanged, this, [this](bool loading) {
         busy_->setVisible(loading);
         toolBar_->setRetryEnabled(!loading && loader_->currentStudy().has_value());
-        if (!loading)
+        if (!loading) {
             workspace_->loadingOverlay().hide();
+            QTimer::singleShot(0, this, &MainWindow::offerRecovery); // after the load's own outcome
+        }
     });
     connect(loader_, &StudyLoadController::stageChanged, this, [this](const StudyLoadStage& stage) {
         workspace_->loadingOverlay().showStage(stage.title, stage.detail, stage.done, stage.total);
@@ -195,6 +202,7 @@ void MainWindow::openStudy(const StudyRequest& study) {
 }
 
 void MainWindow::openLinkedStudy(const QString& studyInstanceUID) {
+    delete recoveryBox_; // asked again when the link's study is here
     StudyRequest study;
     study.studyInstanceUID = studyInstanceUID;
     openStudy(study);
@@ -258,34 +266,36 @@ void MainWindow::showFindings() {
 }
 
 void MainWindow::offerRecovery() {
-    const auto last = reading_->recoverable();
-    if (!last || loader_->isLoading())
+    if (!isVisible() || loader_->isLoading() || QApplication::activeModalWidget())
         return;
-    StudyRequest study;
-    study.studyInstanceUID = QString::fromStdString(last->studyInstanceUid);
-    const RecentStudies opened = reading_->recentStudies();
-    for (const RecentStudy& recent : opened.studies())
-        if (recent.studyUid == last->studyInstanceUid)
-            study = {
-                QString::fromStdString(recent.orthancId), study.studyInstanceUID,
-                QString::fromStdString(recent.patientName), QString::fromStdString(recent.modality),
-                QString::fromStdString(recent.studyDate)};
+    const auto study = reading_->recovery().question();
+    if (!study)
+        return;
+    const QString name = QString::fromStdString(study->patientName);
+    const QString uid = QString::fromStdString(study->studyUid);
     auto* box = new QMessageBox(
         QMessageBox::NoIcon, QStringLiteral("Recover the last session"),
         QStringLiteral(
-            "The viewer did not close properly the last time.\n\nReopen the study of %1 where you left "
+            "The viewer did not close properly while the study of %1 was open.\n\nReopen it where you left "
             "off?")
-            .arg(study.patientName.isEmpty() ? study.studyInstanceUID : study.patientName),
+            .arg(name.isEmpty() ? uid : name),
         QMessageBox::Yes | QMessageBox::No, this);
+    recoveryBox_ = box;
     box->setObjectName(QStringLiteral("recoveryBox"));
     box->setTextFormat(Qt::PlainText);
     box->setDefaultButton(QMessageBox::Yes);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    connect(box, &QMessageBox::finished, this, [this, study](int answer) {
-        if (answer == QMessageBox::Yes)
-            openStudy(study);
-        else
-            reading_->forgetRecoverable();
+    connect(box, &QMessageBox::finished, this, [this, study = *study, name, uid](int answer) {
+        if (answer == QMessageBox::Yes) {
+            reading_->recovery().accept(study);
+            openStudy(
+                {QString::fromStdString(study.orthancId), uid, name, QString::fromStdString(study.modality),
+                 QString::fromStdString(study.studyDate)});
+            return;
+        }
+        if (const auto failure = reading_->recovery().decline(study); !failure.empty())
+            status_->setText(QString::fromStdString(failure));
+        QTimer::singleShot(0, this, &MainWindow::offerRecovery);
     });
     box->open();
 }
@@ -356,6 +366,9 @@ void MainWindow::showFailure(const StudyLoadFailure& failure) {
     auto* box = newFailureBox(failure, this);
     box->setObjectName(QStringLiteral("loadFailureBox"));
     box->addButton(QMessageBox::Ok);
+    connect(box, &QMessageBox::finished, this, [this] {
+        QTimer::singleShot(0, this, &MainWindow::offerRecovery);
+    });
     box->open();
 }
 
@@ -380,6 +393,7 @@ void MainWindow::signOut() {
 void MainWindow::closeEvent(QCloseEvent* event) {
     Q_EMIT sessionEnding();
     closeStudy();
+    reading_->recovery().endSession();
     loader_->shutDown(); // the session's last words in the log must not come from a load that winds down
     event->accept();
 }

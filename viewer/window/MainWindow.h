@@ -6,10 +6,12 @@
 
 #include <QElapsedTimer>
 #include <QMainWindow>
+#include <QPointer>
 
 #include <memory>
 
 class QLabel;
+class QMessageBox;
 class QProgressBar;
 
 namespace zorbel {
@@ -63,7 +65,7 @@ private:
     void connectReading();
     void showRecentStudies();
     void showFindings();
-    /// After a run that ended without closing its study.
+    /// Asks about a study that a run left open, unless something else is under way.
     void offerRecovery();
     void signOut();
 
@@ -77,6 +79,7 @@ private:
     QLabel* notice_ = nullptr; ///< what the reader should know about the image's way here
     QLabel* source_ = nullptr;
     QProgressBar* busy_ = nullptr;
+    QPointer<QMessageBox> recoveryBox_;
     QElapsedTimer sinceRequest_;
 };
 

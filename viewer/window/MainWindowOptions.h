@@ -2,6 +2,8 @@
 
 #include "cache/StudyLoadOptions.h"
 
+#include <QString>
+
 #include <filesystem>
 
 namespace zorbel {
@@ -11,8 +13,11 @@ struct MainWindowOptions {
     StudyLoadOptions loading;
     /// Where the reading state is kept; empty keeps it for the session alone.
     std::filesystem::path stateFolder;
-    /// The program ended without a clean exit the last time: the study that was open may be opened again.
+    /// The session lock tells that a program did not exit cleanly.
     bool previousRunCrashed = false;
+    /// The study that a link asked for at the start; empty for none. It is opened before anything is
+    /// recovered.
+    QString linkedStudy;
 };
 
 } // namespace zorbel

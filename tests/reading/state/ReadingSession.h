@@ -78,8 +78,9 @@ public:
         const auto recent = RecentStudiesFile(files_).load().studies();
         if (!recent.empty() && recent[0].studyUid == study_)
             numbers[5] = std::stoi(recent[0].orthancId);
-        if (const auto open = SessionFile(files_).recoverable(); open && open->studyInstanceUid == study_)
-            numbers[6] = std::stoi(open->orthancId);
+        const auto open = SessionFile(files_).recoverable(true);
+        if (!open.empty() && open[0].studyInstanceUid == study_)
+            numbers[6] = std::stoi(open[0].orthancId);
         return result;
     }
 

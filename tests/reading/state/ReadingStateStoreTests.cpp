@@ -77,7 +77,7 @@ TEST_F(ReadingStateStoreTest, withoutARootTheSessionRemembersAndNothingIsWritten
     fs::current_path("/");
     StateFiles next({});
     EXPECT_FALSE(ReadingStateStore(next).readingPosition(uid));
-    EXPECT_FALSE(SessionFile(next).recoverable());
+    EXPECT_TRUE(SessionFile(next).recoverable(true).empty());
 }
 
 TEST_F(ReadingStateStoreTest, refusesWhatIsNoUid) {
@@ -179,44 +179,6 @@ TEST_F(ReadingStateStoreTest, studiesOpenedByTwoProgramsAtOnceAreAllRecent) {
     const auto studies = RecentStudiesFile(files).load().studies();
     EXPECT_EQ(studies.size(), 20U);
     EXPECT_EQ(studies[0].lastOpenedAt.size(), 24U);
-}
-
-TEST_F(ReadingStateStoreTest, anOpenStudyIsRecoverableUntilItIsClosedOrDeclined) {
-    StateFiles files(root);
-    auto killed = std::make_optional<SessionFile>(files);
-    EXPECT_FALSE(killed->recoverable());
-    EXPECT_EQ(killed->studyOpened(uid, "orthanc-7"), "");
-    killed.reset();
-    SessionFile session(files);
-    for (int asked = 0; asked < 2; ++asked) {
-        const auto study = session.recoverable();
-        ASSERT_TRUE(study);
-        EXPECT_EQ(study->studyInstanceUid, uid);
-        EXPECT_EQ(study->orthancId, "orthanc-7");
-    }
-    EXPECT_EQ(session.studyClosed(), "") << "declined";
-    EXPECT_FALSE(session.recoverable());
-    EXPECT_EQ(contents("session.json").find("orthanc-7"), std::string::npos);
-    EXPECT_EQ(session.studyOpened("no uid", "orthanc-8"), "");
-    EXPECT_FALSE(session.recoverable());
-    put("session.json", "[]");
-    EXPECT_FALSE(session.recoverable());
-    EXPECT_EQ(damagedCount(), 1U);
-}
-
-TEST_F(ReadingStateStoreTest, aProgramThatIsAliveIsNotRecoveredNorForgotten) {
-    StateFiles files(root), otherFiles(root);
-    auto first = std::make_optional<SessionFile>(files);
-    SessionFile second(otherFiles);
-    EXPECT_EQ(first->studyOpened("1.1", "a"), "");
-    EXPECT_FALSE(second.recoverable());
-    EXPECT_EQ(second.studyOpened("1.2", "b"), "");
-    EXPECT_EQ(second.studyClosed(), "");
-    first.reset(); // killed
-    ASSERT_TRUE(second.recoverable());
-    EXPECT_EQ(second.recoverable()->studyInstanceUid, "1.1");
-    EXPECT_EQ(second.studyOpened("1.3", "c"), "");
-    EXPECT_EQ(second.recoverable()->studyInstanceUid, "1.3");
 }
 
 } // namespace

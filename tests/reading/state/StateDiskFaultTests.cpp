@@ -1,6 +1,7 @@
 #include "tests/faults/DiskFaults.h"
 #include "tests/reading/state/StateFixture.h"
 #include "viewer/reading/state/RecentStudiesFile.h"
+#include "viewer/reading/state/SessionFile.h"
 
 #include <cerrno>
 
@@ -145,6 +146,29 @@ TEST_F(StateDiskFaultTest, theRecentStudiesSurviveAFailure) {
                     EXPECT_EQ(studies.size(), run.exception.empty() ? 2U : 1U);
                 }
                 EXPECT_EQ(names(), std::set<std::string>{"recent-studies.json"});
+            });
+    }
+}
+
+TEST_F(StateDiskFaultTest, aStudyThatWasClosedIsNotRecoverable) {
+    for (const Kind& kind : kinds) {
+        sweep(
+            kind, [] {},
+            [&] {
+                StateFiles files(root);
+                SessionFile session(files);
+                const auto opening = session.studyOpened(uid, "id");
+                const auto closing = session.studyClosed();
+                return kind.error == ENOSPC ? closing : opening + closing;
+            },
+            [&](const FaultyRun& run) {
+                StateFiles files(root);
+                const auto left = SessionFile(files).recoverable(true);
+                const bool mayBeLeft = run.killed || !run.exception.empty();
+                EXPECT_TRUE(left.empty() || (mayBeLeft && left[0].studyInstanceUid == uid));
+                if (kind.error == ENOSPC) {
+                    EXPECT_TRUE(left.empty()) << "a full disk is no reason";
+                }
             });
     }
 }

@@ -6,10 +6,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zorbel {
 
-/// The study that was open when the program ended without closing it.
+/// The study that was open when a program ended without closing it.
 struct RecoverableStudy {
     std::string studyInstanceUid;
     std::string orthancId;
@@ -18,39 +19,60 @@ struct RecoverableStudy {
     friend bool operator==(const RecoverableStudy&, const RecoverableStudy&) = default;
 };
 
-/// "session.json": which study is open. It names one from studyOpened() until studyClosed(), so that after a
-/// program that was killed the next start knows; a clean end leaves it with empty texts. Of several programs
-/// of one user it speaks for the first that has a study open, until that closes it or ends: what the others
-/// have open is not recoverable then, and a program that is alive is never recovered. One thread.
+/// Which study a program has open.
+struct OpenStudy {
+    RecoverableStudy study;
+    std::string program; ///< 16 hexadecimal digits of its own; empty in a file that an older version wrote
+
+    friend bool operator==(const OpenStudy&, const OpenStudy&) = default;
+};
+
+/// "session.json": which studies the user's programs have open. A program is in it from studyOpened() until
+/// studyClosed(), so that after one that was killed the next start knows its study; while all end properly it
+/// names none. A program that is alive, which its own locked file beside this one tells, is never recovered.
+/// One thread.
 class SessionFile {
 public:
     static constexpr char saveFailedText[] = "Could not save the session";
+    static constexpr std::size_t mostStudies = 16; ///< beyond, the oldest are dropped
 
     /// The files must outlive this.
     explicit SessionFile(StateFiles& files) : files_(files) {}
 
-    /// Nothing after a clean end, while another program speaks, or where the file is missing or not to be
-    /// read. To be asked before the first study is opened.
-    std::optional<RecoverableStudy> recoverable();
-    /// Each returns what the status bar has to say, empty for nothing. A UID that is none names no study.
-    /// While another program speaks they do nothing.
+    /// The studies of programs that died with them open, the newest first; none where the file is missing or
+    /// not to be read. One that an older version wrote does not say whose it is: previousRunCrashed tells
+    /// whether its program died, and if not, its study is forgotten.
+    std::vector<RecoverableStudy> recoverable(bool previousRunCrashed);
+
+    // Each returns what the status bar has to say, empty for nothing.
+
+    /// This program's study, which is no longer recoverable then; a UID that is none names no study.
     std::string studyOpened(
         std::string_view studyInstanceUid, const std::string& orthancId,
         std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
-    /// Also at the program's end, and to forget a study whose recovery the user declined.
     std::string studyClosed(std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
+    /// A study that is no longer to be recoverable.
+    std::string forget(
+        std::string_view studyInstanceUid,
+        std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
 
 private:
-    bool claim();
-    std::string save(const RecoverableStudy& study);
+    void takeClaim();
+    bool isOwn(const OpenStudy& open) const;
+    /// Whether it is another program's that is not alive.
+    bool isDead(const OpenStudy& open) const;
+    bool isDead(const OpenStudy& open, std::string_view studyInstanceUid) const;
+    std::vector<OpenStudy> read();
+    void write(const std::vector<OpenStudy>& studies, std::chrono::system_clock::time_point now);
 
     StateFiles& files_;
     std::optional<FileLock> claim_; ///< while a study is open
+    std::string program_;           ///< likewise
 };
 
-/// JSON.
-std::string sessionText(const RecoverableStudy& study);
-/// Nothing where it is no JSON object; of one without a valid UID all but the time is empty.
-std::optional<RecoverableStudy> sessionFrom(std::string_view text);
+/// JSON, the newest study first; `now` is the time of a file that names none.
+std::string sessionText(const std::vector<OpenStudy>& studies, const std::string& now);
+/// Nothing where it is no JSON object; what names no valid UID is left out.
+std::optional<std::vector<OpenStudy>> sessionFrom(std::string_view text);
 
 } // namespace zorbel

@@ -1,0 +1,40 @@
+#include "viewer/reading/state/CrashRecovery.h"
+
+#include <algorithm>
+
+namespace zorbel {
+
+std::optional<RecentStudy> CrashRecovery::question() {
+    if (over_)
+        return std::nullopt;
+    const auto left = session_.recoverable(previousRunCrashed_);
+    over_ = left.empty();
+    if (over_)
+        return std::nullopt;
+    const auto& study = left.front();
+    const auto recent = recent_.load();
+    const auto known =
+        std::find_if(recent.studies().begin(), recent.studies().end(), [&](const RecentStudy& opened) {
+            return opened.studyUid == study.studyInstanceUid;
+        });
+    if (known != recent.studies().end())
+        return *known;
+    return RecentStudy{.studyUid = study.studyInstanceUid, .orthancId = study.orthancId};
+}
+
+void CrashRecovery::accept(const RecentStudy& study) {
+    accepted_ = study.studyUid;
+    over_ = true;
+}
+
+std::string CrashRecovery::decline(const RecentStudy& study) {
+    return session_.forget(study.studyUid);
+}
+
+std::string CrashRecovery::endSession() {
+    const std::string closing = session_.studyClosed();
+    const std::string forgetting = accepted_.empty() ? std::string() : session_.forget(accepted_);
+    return closing.empty() ? forgetting : closing;
+}
+
+} // namespace zorbel
