@@ -43,6 +43,7 @@ void Logger::warn(std::string_view component, std::string_view message, const Lo
 
 void Logger::error(std::string_view component, std::string_view message, const LogMeta& meta) noexcept {
     log(LogLevel::Error, component, message, meta);
+    flush(); // what led to it must be on the disk, should the program not live to end properly
 }
 
 void Logger::flush() noexcept {

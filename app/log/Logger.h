@@ -28,6 +28,7 @@ public:
     void debug(std::string_view component, std::string_view message, const LogMeta& meta = {}) noexcept;
     void info(std::string_view component, std::string_view message, const LogMeta& meta = {}) noexcept;
     void warn(std::string_view component, std::string_view message, const LogMeta& meta = {}) noexcept;
+    /// Also flushes.
     void error(std::string_view component, std::string_view message, const LogMeta& meta = {}) noexcept;
 
     void flush() noexcept;

@@ -1,5 +1,7 @@
 #include "platform/CrashReporting.h"
 
+#include "app/log/Logger.h"
+#include "app/log/RecentLines.h"
 #include "platform/CrashDumpTime.h"
 #include "platform/PrivateFile.h"
 
@@ -10,6 +12,7 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -29,6 +32,8 @@ constexpr std::array<std::pair<int, const char*>, 5> fatalSignals{
 // lock.
 char dumpPrefix[PATH_MAX];
 char dumpHeader[256];
+char lastLines[RecentLines::lineCount * RecentLines::longestLine];
+RecentLines* recentLines = nullptr;
 alignas(16) char handlerStack[128 * 1024];
 std::atomic<bool> handling = false;
 
@@ -69,6 +74,18 @@ const char* signalName(int number) noexcept {
     return "?";
 }
 
+bool writeAll(int file, const char* bytes, std::size_t length) noexcept {
+    while (length > 0) {
+        const ssize_t count = write(file, bytes, length);
+        if (count <= 0) {
+            return false;
+        }
+        bytes += count;
+        length -= static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
 void writeDump(int signalNumber, int code) noexcept {
     const auto time = crashDumpTime(::time(nullptr));
     const auto process = static_cast<unsigned long>(getpid());
@@ -78,12 +95,16 @@ void writeDump(int signalNumber, int code) noexcept {
     if (file < 0) {
         return;
     }
-    FixedText text;
-    text << dumpHeader << "time " << time.data() << "\nprocess " << process << "\nsignal "
+    FixedText head;
+    head << dumpHeader << "time " << time.data() << "\nprocess " << process << "\nsignal "
          << static_cast<unsigned long>(signalNumber) << " " << signalName(signalNumber) << ", code "
          << (code < 0 ? "-" : "") << static_cast<unsigned long>(code < 0 ? -static_cast<long>(code) : code)
-         << "\ncall chain\n";
-    if (write(file, text.text(), text.length()) == static_cast<ssize_t>(text.length())) {
+         << "\nlast log lines\n";
+    constexpr char chainTitle[] = "call chain\n";
+    // The call chain comes last: following it on a damaged stack may end the handler.
+    if (writeAll(file, head.text(), head.length()) &&
+        writeAll(file, lastLines, recentLines->copy(lastLines, sizeof lastLines)) &&
+        writeAll(file, chainTitle, sizeof chainTitle - 1)) {
         void* frames[128];
         backtrace_symbols_fd(frames, backtrace(frames, 128), file);
     }
@@ -117,6 +138,10 @@ bool installCrashReporting(
         }
         std::strcpy(dumpPrefix, prefix.c_str());
         std::strcpy(dumpHeader, header.c_str());
+        if (recentLines == nullptr) {
+            recentLines = new RecentLines; // for good: a crash may come while the program's statics go
+            Logger::instance().addSink(std::shared_ptr<ILogSink>(std::shared_ptr<void>(), recentLines));
+        }
     } catch (const std::exception&) {
         return false;
     }

@@ -1,5 +1,7 @@
 #include "platform/CrashReporting.h"
 
+#include "app/log/Logger.h"
+#include "app/log/RecentLines.h"
 #include "platform/CrashDumpTime.h"
 #include "platform/PrivateFile.h"
 
@@ -9,6 +11,8 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
+#include <iterator>
+#include <memory>
 #include <string>
 
 #include <windows.h>
@@ -22,6 +26,8 @@ namespace {
 // Laid out before the crash: a damaged heap must not be needed to report itself.
 wchar_t dumpPrefix[32768];
 char comment[256];
+char lastLines[RecentLines::lineCount * RecentLines::longestLine];
+RecentLines* recentLines = nullptr;
 std::atomic<bool> handling = false;
 
 /// Stands in a dump for a program that ended itself: abort() and exceptions that nobody caught.
@@ -38,9 +44,10 @@ void writeDump(EXCEPTION_POINTERS* exception) {
         return;
     }
     MINIDUMP_EXCEPTION_INFORMATION information{GetCurrentThreadId(), exception, FALSE};
-    MINIDUMP_USER_STREAM stream{
-        CommentStreamA, static_cast<ULONG>(std::char_traits<char>::length(comment) + 1), comment};
-    MINIDUMP_USER_STREAM_INFORMATION streams{1, &stream};
+    MINIDUMP_USER_STREAM stream[] = {
+        {CommentStreamA, static_cast<ULONG>(std::char_traits<char>::length(comment) + 1), comment},
+        {crashDumpLogStream, static_cast<ULONG>(recentLines->copy(lastLines, sizeof lastLines)), lastLines}};
+    MINIDUMP_USER_STREAM_INFORMATION streams{static_cast<ULONG>(std::size(stream)), stream};
     MiniDumpWriteDump(GetCurrentProcess(), process, file, MiniDumpNormal, &information, &streams, nullptr);
     CloseHandle(file);
 }
@@ -72,6 +79,10 @@ bool installCrashReporting(
         }
         prefix.copy(dumpPrefix, prefix.size());
         text.copy(comment, text.size());
+        if (recentLines == nullptr) {
+            recentLines = new RecentLines; // for good: a crash may come while the program's statics go
+            Logger::instance().addSink(std::shared_ptr<ILogSink>(std::shared_ptr<void>(), recentLines));
+        }
     } catch (const std::exception&) {
         return false;
     }

@@ -163,6 +163,7 @@ TEST_F(ProgramTest, offersTheStudyOfAKilledSessionWhateverElseStartsAndEnds) {
         EXPECT_FALSE(home_.log().contains(crashLock));
         ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
         ASSERT_TRUE(process->waitForFinished(patienceMs));
+        EXPECT_TRUE(home_.log().contains(QStringLiteral("DICOM fallback volume displayed")));
     }
     const Outcome outcome =
         play("recover-after-link", {QStringLiteral("zorbel-viewer://report?studyInstanceUID=1.2.3")});

@@ -1,14 +1,20 @@
 #include "app/log/CorrelationId.h"
 #include "app/log/FileSink.h"
 #include "app/log/Logger.h"
+#include "app/log/RecentLines.h"
 #include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
+#include <random>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -183,6 +189,42 @@ TEST_F(LogTest, LinesOfManyThreadsNeverInterleave) {
         seen.insert(line.substr(at - 2, 2) + line.substr(at + tail.size()));
     }
     EXPECT_EQ(seen.size(), static_cast<std::size_t>(threadCount * linesPerThread));
+}
+
+TEST_F(LogTest, AnErrorBringsWhatLedToItToTheDisk) {
+    Logger::instance().info("App", "before");
+    Logger::instance().warn("App", "before");
+    EXPECT_EQ(sink->flushes, 0);
+    Logger::instance().error("App", "failed");
+    EXPECT_EQ(sink->flushes, 1);
+}
+
+TEST(RecentLines, KeepsTheLastOnesWholeWhileOthersAreWritten) {
+    const auto recent = std::make_unique<RecentLines>();
+    std::string room(RecentLines::lineCount * RecentLines::longestLine, '\0');
+    const auto kept = [&](std::size_t bytes) { return room.substr(0, recent->copy(room.data(), bytes)); };
+    EXPECT_EQ(kept(room.size()), "");
+    const auto write = [&](const std::string& line) { recent->write(line.data(), line.size()); };
+    write(std::string(600, 'a') + "\n");
+    write("b\n");
+    EXPECT_EQ(kept(room.size()), std::string(511, 'a') + "\nb\n");
+    EXPECT_EQ(kept(511), "b\n") << "whole lines only";
+
+    std::thread writer([&] {
+        for (int line = 0; line < 20'000; ++line)
+            write(
+                std::string(static_cast<std::size_t>(1 + line % 400), static_cast<char>('a' + line % 26)) +
+                "\n");
+    });
+    for (int look = 0; look < 200; ++look) {
+        std::istringstream lines(kept(room.size()));
+        for (std::string line; std::getline(lines, line);)
+            ASSERT_EQ(line.find_first_not_of(line.front()), std::string::npos) << line;
+    }
+    writer.join();
+    const auto text = kept(room.size());
+    EXPECT_EQ(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')), RecentLines::lineCount);
+    EXPECT_TRUE(text.ends_with(std::string(1 + 19'999 % 400, static_cast<char>('a' + 19'999 % 26)) + "\n"));
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 
 enum class CrashKind { MemoryFault, StackOverflow, Abort };
 
-/// Expectations of this system's form of a dump.
-void checkCrashDump(
+/// Expectations of this system's form of a dump. Returns the lines of the log in it.
+std::string checkCrashDump(
     const std::filesystem::path& path, const std::string& contents, const std::string& version,
     CrashKind kind);

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "app/log/Logger.h"
 #include "platform/CrashReporting.h"
 #include "tests/platform/CrashDumpCheck.h"
 #include "tests/platform/TestFolder.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <regex>
@@ -17,6 +19,8 @@ protected:
         EXPECT_DEATH(
             {
                 if (zorbel::installCrashReporting(dumps, "ZorbelWorkstation", "1.0.0-test")) {
+                    for (int line = 1; line <= 70; ++line)
+                        zorbel::Logger::instance().info("Test", "line " + std::to_string(line) + ".");
                     crash();
                 }
                 std::exit(0);
@@ -27,6 +31,10 @@ protected:
         EXPECT_TRUE(std::regex_match(
             dump.stem().string(), std::regex("ZorbelWorkstation-20[0-9]{6}T[0-9]{6}Z-[0-9]+")))
             << dump;
-        checkCrashDump(dump, contents(dump), "1.0.0-test", kind);
+        const std::string log = checkCrashDump(dump, contents(dump), "1.0.0-test", kind);
+        EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 64) << log;
+        EXPECT_EQ(log.find("line 6."), std::string::npos);
+        EXPECT_NE(log.find("\"line 7.\"}\n"), std::string::npos);
+        EXPECT_NE(log.find("\"line 70.\"}\n"), std::string::npos);
     }
 };

@@ -221,6 +221,7 @@ void MainWindow::showImage(const OrthancImageLoadResult& result) {
     workspace_->setFocus(); // the arrows now move through the slices, no longer through the list
     reading_->studyShown(identity, study.orthancId, result.modality);
     tellSource(result); // after what restoring the study's hanging has to say
+    Logger::instance().flush();
 }
 
 void MainWindow::connectReading() {

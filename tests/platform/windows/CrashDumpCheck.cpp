@@ -1,5 +1,6 @@
 #include "tests/platform/CrashDumpCheck.h"
 
+#include "platform/CrashReporting.h"
 #include "platform/SystemInfo.h"
 
 #include <gtest/gtest.h>
@@ -8,18 +9,24 @@
 
 #include <dbghelp.h>
 
-void checkCrashDump(
+std::string checkCrashDump(
     const std::filesystem::path& path, const std::string& contents, const std::string& version,
     CrashKind kind) {
     EXPECT_EQ(zorbel::platformName(), "windows");
     EXPECT_EQ(path.extension(), ".dmp");
-    ASSERT_TRUE(contents.starts_with("MDMP"));
+    if (!contents.starts_with("MDMP")) {
+        ADD_FAILURE() << "no dump";
+        return {};
+    }
 
     std::string bytes = contents;
     MINIDUMP_DIRECTORY* directory = nullptr;
     void* stream = nullptr;
     ULONG size = 0;
-    ASSERT_TRUE(MiniDumpReadDumpStream(bytes.data(), ExceptionStream, &directory, &stream, &size));
+    if (!MiniDumpReadDumpStream(bytes.data(), ExceptionStream, &directory, &stream, &size)) {
+        ADD_FAILURE() << "no exception";
+        return {};
+    }
     const DWORD code = static_cast<MINIDUMP_EXCEPTION_STREAM*>(stream)->ExceptionRecord.ExceptionCode;
     switch (kind) {
     case CrashKind::MemoryFault:
@@ -32,6 +39,12 @@ void checkCrashDump(
         EXPECT_EQ(code, 0xE05A0001U);
         break;
     }
-    ASSERT_TRUE(MiniDumpReadDumpStream(bytes.data(), CommentStreamA, &directory, &stream, &size));
-    EXPECT_EQ(std::string(static_cast<const char*>(stream)), "ZorbelWorkstation version " + version);
+    if (MiniDumpReadDumpStream(bytes.data(), CommentStreamA, &directory, &stream, &size)) {
+        EXPECT_EQ(std::string(static_cast<const char*>(stream)), "ZorbelWorkstation version " + version);
+    } else {
+        ADD_FAILURE() << "no comment";
+    }
+    if (!MiniDumpReadDumpStream(bytes.data(), zorbel::crashDumpLogStream, &directory, &stream, &size))
+        return {};
+    return {static_cast<const char*>(stream), size};
 }
