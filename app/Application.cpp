@@ -16,6 +16,7 @@
 #include "platform/LinkProtocol.h"
 #include "platform/PrivateFile.h"
 #include "platform/SystemInfo.h"
+#include "platform/TerminationRequests.h"
 #include "resources/Resources.h"
 #include "resources/StyleSheet.h"
 #include "settings/SourceSettings.h"
@@ -28,6 +29,7 @@
 #include <QIcon>
 #include <QMessageBox>
 #include <QSettings>
+#include <QSocketNotifier>
 #include <QStandardPaths>
 
 #include <exception>
@@ -106,6 +108,25 @@ void removeLeftovers() {
             {{"workspaces", std::to_string(leftovers.kept)}});
 }
 
+/// Its signal is the system's request to end the program, which is then as if the user had closed the window.
+using TerminationNotifier = std::unique_ptr<QSocketNotifier>;
+
+TerminationNotifier watchTermination() {
+    const int requests = watchTerminationRequests();
+    return requests < 0 ? nullptr : std::make_unique<QSocketNotifier>(requests, QSocketNotifier::Read);
+}
+
+template <class Close>
+void closeOnTermination(const TerminationNotifier& notifier, const QObject& context, const Close& close) {
+    if (notifier)
+        QObject::connect(
+            notifier.get(), &QSocketNotifier::activated, &context, [close, asked = notifier.get()] {
+                asked->setEnabled(false); // the descriptor stays readable
+                Logger::instance().info(component, "The system asks the program to end");
+                close();
+            });
+}
+
 /// Null when the endpoint is refused, which the user has then been told.
 std::shared_ptr<ZorbelApiClient> buildClient(const std::optional<LinkRequest>& link) {
     ApiClientConfig config;
@@ -124,8 +145,9 @@ std::shared_ptr<ZorbelApiClient> buildClient(const std::optional<LinkRequest>& l
     }
 }
 
-bool signIn(const std::shared_ptr<ZorbelApiClient>& client) {
+bool signIn(const std::shared_ptr<ZorbelApiClient>& client, const TerminationNotifier& termination) {
     LoginDialog login(client);
+    closeOnTermination(termination, login, [&login] { login.reject(); });
     return login.exec() == QDialog::Accepted;
 }
 
@@ -142,10 +164,11 @@ bool takeSessionLock(SessionLock& lock) {
 /// From the main window's first moment to its last; the event loop's result.
 int runMainWindow(
     const std::shared_ptr<ZorbelApiClient>& client, const MainWindowOptions& options,
-    TelemetryEmitter& telemetry) {
+    TelemetryEmitter& telemetry, const TerminationNotifier& termination) {
     MainWindow window(client, options);
     QObject::connect(
         &window, &MainWindow::sessionEnding, &window, [&telemetry] { telemetry.record("SESSION_END"); });
+    closeOnTermination(termination, window, [&window] { window.close(); });
     window.show();
     window.activateWindow(); // the sign-in dialog had the keyboard until now
     QApplication::setQuitOnLastWindowClosed(true);
@@ -154,7 +177,7 @@ int runMainWindow(
 
 int runSession(
     const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link,
-    TelemetryEmitter& telemetry) {
+    TelemetryEmitter& telemetry, const TerminationNotifier& termination) {
     // Taken now: the user may sign out before the window closes.
     const UserProfile profile = client->profile();
     QSettings settings;
@@ -181,7 +204,7 @@ int runSession(
     options.loading.manifestSchema =
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
             .filesystemFilePath();
-    const int result = runMainWindow(client, options, telemetry);
+    const int result = runMainWindow(client, options, telemetry, termination);
 
     lock.end();
     telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});
@@ -203,6 +226,7 @@ int runApplication(int& argc, char** argv, const std::function<void(QApplication
     applyLooks(application);
     if (applicationReady)
         applicationReady(application);
+    const auto termination = watchTermination();
     const bool crashReporting = installCrashReporting(crashFolder(), "ZorbelWorkstation", version);
     openLog();
     TelemetryEmitter telemetry(TelemetryEmitter::endpointFromEnvironment());
@@ -217,13 +241,13 @@ int runApplication(int& argc, char** argv, const std::function<void(QApplication
         Logger::instance().flush();
         return 2;
     }
-    if (!signIn(client)) {
+    if (!signIn(client, termination)) {
         telemetry.shutDown();
         Logger::instance().info(component, "Viewer sign-in cancelled");
         Logger::instance().flush();
         return 0;
     }
-    return runSession(client, link, telemetry);
+    return runSession(client, link, telemetry, termination);
 }
 
 } // namespace zorbel

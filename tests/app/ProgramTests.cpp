@@ -48,6 +48,19 @@ protected:
         EXPECT_TRUE(findings.isEmpty()) << findings.join(QLatin1Char('\n')).toStdString();
     }
 
+    std::unique_ptr<QProcess> startAndStay(const char* script) {
+        auto process = home_.start(QStringLiteral(ZORBEL_SCRIPTED_VIEWER), {QString::fromLatin1(script)});
+        EXPECT_TRUE(waitForOutput(*process, "STAYING"));
+        return process;
+    }
+    static void end(QProcess& process, int signalNumber) {
+        ::kill(static_cast<pid_t>(process.processId()), signalNumber);
+        EXPECT_TRUE(process.waitForFinished(patienceMs));
+        if (signalNumber != SIGKILL) {
+            EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+            EXPECT_EQ(process.exitCode(), 0);
+        }
+    }
     Outcome play(const char* script, const QStringList& arguments = {}) {
         const Outcome outcome = home_.run(
             QStringLiteral(ZORBEL_SCRIPTED_VIEWER), QStringList{QString::fromLatin1(script)} + arguments);
@@ -133,14 +146,11 @@ TEST_F(ProgramTest, closingTheWindowInADownloadEndsSoonAndLeavesNothing) {
 TEST_F(ProgramTest, theNextStartNoticesAKilledSessionAndRemovesItsImages) {
     slowDown();
     {
-        const auto process =
-            home_.start(QStringLiteral(ZORBEL_SCRIPTED_VIEWER), {QStringLiteral("stay-in-download")});
-        ASSERT_TRUE(waitForOutput(*process, "DOWNLOADING"));
+        const auto process = startAndStay("stay-in-download");
         // Another start while that one runs takes nothing away from it.
         EXPECT_EQ(play("cancel-sign-in").code, 0);
         EXPECT_EQ(home_.workspaces().size(), 1);
-        ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
-        ASSERT_TRUE(process->waitForFinished(patienceMs));
+        end(*process, SIGKILL);
     }
     EXPECT_TRUE(home_.hasSessionLock());
     EXPECT_EQ(home_.workspaces().size(), 1) << "nothing to clean up, so nothing was tried";
@@ -155,14 +165,11 @@ TEST_F(ProgramTest, theNextStartNoticesAKilledSessionAndRemovesItsImages) {
 TEST_F(ProgramTest, offersTheStudyOfAKilledSessionWhateverElseStartsAndEnds) {
     const QString shown = QStringLiteral(": ") + QString::fromStdString(demo::uidOf("study of bench 60 128"));
     {
-        const auto process =
-            home_.start(QStringLiteral(ZORBEL_SCRIPTED_VIEWER), {QStringLiteral("stay-with-study")});
-        ASSERT_TRUE(waitForOutput(*process, "SOURCE"));
+        const auto process = startAndStay("stay-with-study");
         EXPECT_EQ(play("sign-in").code, 0);
         EXPECT_TRUE(home_.hasSessionLock()) << "the other program still runs";
         EXPECT_FALSE(home_.log().contains(crashLock));
-        ::kill(static_cast<pid_t>(process->processId()), SIGKILL);
-        ASSERT_TRUE(process->waitForFinished(patienceMs));
+        end(*process, SIGKILL);
         EXPECT_TRUE(home_.log().contains(QStringLiteral("DICOM fallback volume displayed")));
     }
     const Outcome outcome =
@@ -170,6 +177,14 @@ TEST_F(ProgramTest, offersTheStudyOfAKilledSessionWhateverElseStartsAndEnds) {
     EXPECT_EQ(outcome.code, 0);
     EXPECT_TRUE(outcome.output.contains(shown));
     EXPECT_EQ(home_.log().count(crashLock), 1);
+    expectCleanEnd();
+}
+
+TEST_F(ProgramTest, aRequestToEndIsAsAClosedWindow) {
+    end(*startAndStay("stay-at-sign-in"), SIGHUP);
+    EXPECT_TRUE(home_.logLines().last().contains(QStringLiteral("Viewer sign-in cancelled")));
+    end(*startAndStay("stay-with-study"), SIGTERM);
+    EXPECT_TRUE(home_.log().contains(QStringLiteral("Study closed")));
     expectCleanEnd();
 }
 

@@ -69,6 +69,8 @@ public:
             planMessage();
         else if (name == QLatin1String("cancel-sign-in"))
             add([] { return visible("loginSubmit"); }, [] { close("loginSubmit"); });
+        else if (name == QLatin1String("stay-at-sign-in"))
+            planStay([] { return visible("loginSubmit") != nullptr; });
         else {
             planSignIn();
             if (name == QLatin1String("linked-study"))
@@ -79,14 +81,15 @@ public:
                 planDownload();
             if (name == QLatin1String("stay-in-download")) {
                 planDownload();
-                add([] { return true; }, [] { say("DOWNLOADING"); });
-                add([] { return false; }, [] {});
+                planStay([] { return true; });
             }
             if (name == QLatin1String("stay-with-study")) {
                 add([] { return true; }, [] { openFirstStudy(); });
                 planShownStudy();
-                add([] { return false; }, [] {});
+                planStay([] { return true; });
             }
+            if (name == QLatin1String("stay-with-question"))
+                planStay([] { return isAsked("recoveryBox"); });
             if (name == QLatin1String("recover-after-link"))
                 planAnswer("loadFailureBox", QMessageBox::Ok);
             if (name.startsWith(QLatin1String("recover"))) {
@@ -119,8 +122,16 @@ private:
                 QTest::mouseClick(messageBox()->button(QMessageBox::Ok), Qt::LeftButton);
             });
     }
+    static bool isAsked(const char* box) {
+        return messageBox() && messageBox()->objectName() == QLatin1String(box);
+    }
+    /// From then on the test decides.
+    void planStay(std::function<bool()> ready) {
+        add(std::move(ready), [] { say("STAYING"); });
+        add([] { return false; }, [] {});
+    }
     void planAnswer(const char* box, QMessageBox::StandardButton answer) {
-        add([box] { return messageBox() && messageBox()->objectName() == QLatin1String(box); },
+        add([box] { return isAsked(box); },
             [answer] { QTest::mouseClick(messageBox()->button(answer), Qt::LeftButton); });
     }
     void planSignIn() {

@@ -393,6 +393,7 @@ void MainWindow::signOut() {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     Q_EMIT sessionEnding();
+    delete recoveryBox_; // what was not answered is asked again
     closeStudy();
     reading_->recovery().endSession();
     loader_->shutDown(); // the session's last words in the log must not come from a load that winds down
