@@ -54,18 +54,10 @@ TEST_F(SessionLockTest, ofSeveralProgramsTheLastLivingOneRemovesIt) {
     first = start(true);
     second = start(false);
     first.reset();
-    const auto third = start(true); // noticed while the second runs
-    third->end();
-    second->end();
-    EXPECT_FALSE(exists());
-}
-
-TEST_F(SessionLockTest, aCrashThatNobodyNoticedOutlivesTheOthersCleanEnd) {
-    auto crashing = start(false);
-    const auto other = start(false);
-    crashing.reset();
-    other->end();
-    EXPECT_TRUE(exists());
+    first = start(true); // noticed while the second runs
+    second.reset();
+    first->end();
+    EXPECT_TRUE(exists()) << "nobody has noticed the second's crash";
     start(true)->end();
     EXPECT_FALSE(exists());
 }

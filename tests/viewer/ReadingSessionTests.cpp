@@ -72,19 +72,13 @@ protected:
     const std::vector<Measurement>& measurements() {
         return workspace_->measurements().list().measurements();
     }
-    void crashWith(const char* uid) {
-        open(uid);
-        window_.reset();
-    }
     QMessageBox* box(const char* name) {
         auto* found = window_->findChild<QMessageBox*>(QString::fromLatin1(name));
         return found && found->isVisible() ? found : nullptr;
     }
-    /// Once the window has had its say; null when it does not ask.
-    QMessageBox* recoveryBox() {
-        for (int round = 0; round < 5; ++round)
-            QCoreApplication::processEvents();
-        return box("recoveryBox");
+    void answer(const char* name, QMessageBox::StandardButton button) {
+        ASSERT_TRUE(QTest::qWaitFor([&] { return box(name) != nullptr; }, 60000)) << name;
+        QTest::mouseClick(box(name)->button(button), Qt::LeftButton);
     }
     QDialog& findings() {
         press(Qt::Key_F, Qt::ControlModifier);
@@ -211,50 +205,25 @@ TEST_F(ReadingSessionTest, capturesTheActiveViewportWithItsOverlays) {
     EXPECT_TRUE(QString::fromUtf8(index.readAll()).contains(QStringLiteral("Axial · slice 21/40 · W ")));
 }
 
-TEST_F(ReadingSessionTest, asksOnceAboutTheStudyOfACrashedRun) {
-    crashWith("1.2.3");
-    restart(true);
-    auto* box = recoveryBox();
-    ASSERT_NE(box, nullptr);
-    EXPECT_TRUE(box->text().contains(QStringLiteral("Doe")));
-    QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
-    restart(true);
-    EXPECT_EQ(recoveryBox(), nullptr) << "declined is forgotten";
-}
-
 TEST_F(ReadingSessionTest, aLinkGoesBeforeTheRecoveryAndIsNotForgottenForIt) {
-    crashWith("1.2.3");
+    open("1.2.3");
     restart(true, QStringLiteral("1.2.4"));
     // No service answers: the link's load fails, which the reader is told first.
-    ASSERT_TRUE(QTest::qWaitFor([this] { return box("loadFailureBox") != nullptr; }, 60000));
-    EXPECT_EQ(box("recoveryBox"), nullptr);
+    answer("loadFailureBox", QMessageBox::Ok);
     open("1.2.4");
-    QTest::mouseClick(box("loadFailureBox")->button(QMessageBox::Ok), Qt::LeftButton);
-    ASSERT_NE(recoveryBox(), nullptr);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return box("recoveryBox") != nullptr; }, 60000));
+    EXPECT_TRUE(box("recoveryBox")->text().contains(QStringLiteral("Doe")));
     window_->openLinkedStudy(QStringLiteral("1.2.5"));
     EXPECT_EQ(box("recoveryBox"), nullptr) << "put off for another link";
-    ASSERT_TRUE(QTest::qWaitFor([this] { return box("loadFailureBox") != nullptr; }, 60000));
-    QTest::mouseClick(box("loadFailureBox")->button(QMessageBox::Ok), Qt::LeftButton);
-    ASSERT_NE(recoveryBox(), nullptr);
-    QTest::mouseClick(recoveryBox()->button(QMessageBox::No), Qt::LeftButton);
+    answer("loadFailureBox", QMessageBox::Ok);
+    answer("recoveryBox", QMessageBox::No);
     restart(true);
-    ASSERT_NE(recoveryBox(), nullptr) << "the link's study was open at the second crash";
-    QTest::mouseClick(recoveryBox()->button(QMessageBox::No), Qt::LeftButton);
-    restart(true);
-    EXPECT_EQ(recoveryBox(), nullptr);
-}
-
-TEST_F(ReadingSessionTest, aRecoveryThatFailsToLoadEndsWithTheSession) {
-    crashWith("1.2.3");
-    restart(true);
-    ASSERT_NE(recoveryBox(), nullptr);
-    QTest::mouseClick(recoveryBox()->button(QMessageBox::Yes), Qt::LeftButton);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return box("loadFailureBox") != nullptr; }, 60000));
-    QTest::mouseClick(box("loadFailureBox")->button(QMessageBox::Ok), Qt::LeftButton);
-    EXPECT_EQ(recoveryBox(), nullptr);
-    window_->close();
-    restart(true); // of a run without a study
-    EXPECT_EQ(recoveryBox(), nullptr);
+    answer("recoveryBox", QMessageBox::Yes); // the link's study was open at the second crash
+    answer("loadFailureBox", QMessageBox::Ok);
+    restart();
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(box("recoveryBox"), nullptr) << "wanted, not loaded, and properly ended";
 }
 
 } // namespace
