@@ -1,6 +1,8 @@
 #include "app/Application.h"
 
 #include "api/ZorbelApiClient.h"
+#include "app/LinkInbox.h"
+#include "app/LinkReception.h"
 #include "app/LinkRequest.h"
 #include "app/ServiceHost.h"
 #include "app/SessionLock.h"
@@ -127,8 +129,16 @@ void closeOnTermination(const TerminationNotifier& notifier, const QObject& cont
             });
 }
 
+/// What the program is reached by and reports to while it runs.
+struct Surroundings {
+    TelemetryEmitter telemetry{TelemetryEmitter::endpointFromEnvironment()};
+    TerminationNotifier termination = watchTermination();
+    std::unique_ptr<LinkInbox> links;
+};
+
 /// Null when the endpoint is refused, which the user has then been told.
-std::shared_ptr<ZorbelApiClient> buildClient(const std::optional<LinkRequest>& link) {
+std::shared_ptr<ZorbelApiClient>
+buildClient(const std::optional<LinkRequest>& link, const Surroundings& surroundings) {
     ApiClientConfig config;
     config.baseUrl =
         link && !link->apiBase.isEmpty()
@@ -138,16 +148,25 @@ std::shared_ptr<ZorbelApiClient> buildClient(const std::optional<LinkRequest>& l
         return std::make_shared<ZorbelApiClient>(config);
     } catch (const std::exception& error) {
         Logger::instance().error(component, "API endpoint refused", {{"reason", error.what()}});
-        QMessageBox::critical(
-            nullptr, QStringLiteral("Zorbel Viewer configuration"),
-            QStringLiteral("The secure API endpoint is invalid.\n\n%1").arg(QString::fromUtf8(error.what())));
+        QMessageBox box(
+            QMessageBox::Critical, QStringLiteral("Zorbel Viewer configuration"),
+            QStringLiteral("The secure API endpoint is invalid.\n\n%1").arg(QString::fromUtf8(error.what())),
+            QMessageBox::Ok);
+        closeOnTermination(surroundings.termination, box, [&box] { box.reject(); });
+        box.exec();
         return nullptr;
     }
 }
 
-bool signIn(const std::shared_ptr<ZorbelApiClient>& client, const TerminationNotifier& termination) {
+/// A link that arrives meanwhile takes the place of the one that waits.
+bool signIn(
+    const std::shared_ptr<ZorbelApiClient>& client, std::optional<LinkRequest>& link,
+    const Surroundings& surroundings) {
     LoginDialog login(client);
-    closeOnTermination(termination, login, [&login] { login.reject(); });
+    closeOnTermination(surroundings.termination, login, [&login] { login.reject(); });
+    receiveLinks(*surroundings.links, login, client->config().baseUrl, [&link](const LinkRequest& next) {
+        link = next;
+    });
     return login.exec() == QDialog::Accepted;
 }
 
@@ -164,11 +183,16 @@ bool takeSessionLock(SessionLock& lock) {
 /// From the main window's first moment to its last; the event loop's result.
 int runMainWindow(
     const std::shared_ptr<ZorbelApiClient>& client, const MainWindowOptions& options,
-    TelemetryEmitter& telemetry, const TerminationNotifier& termination) {
+    Surroundings& surroundings) {
     MainWindow window(client, options);
-    QObject::connect(
-        &window, &MainWindow::sessionEnding, &window, [&telemetry] { telemetry.record("SESSION_END"); });
-    closeOnTermination(termination, window, [&window] { window.close(); });
+    QObject::connect(&window, &MainWindow::sessionEnding, &window, [&surroundings] {
+        surroundings.links.reset();
+        surroundings.telemetry.record("SESSION_END");
+    });
+    closeOnTermination(surroundings.termination, window, [&window] { window.close(); });
+    receiveLinks(*surroundings.links, window, client->config().baseUrl, [&window](const LinkRequest& link) {
+        window.openLinkedStudy(link.studyInstanceUID);
+    });
     window.show();
     window.activateWindow(); // the sign-in dialog had the keyboard until now
     QApplication::setQuitOnLastWindowClosed(true);
@@ -177,7 +201,7 @@ int runMainWindow(
 
 int runSession(
     const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link,
-    TelemetryEmitter& telemetry, const TerminationNotifier& termination) {
+    Surroundings& surroundings) {
     // Taken now: the user may sign out before the window closes.
     const UserProfile profile = client->profile();
     QSettings settings;
@@ -204,11 +228,11 @@ int runSession(
     options.loading.manifestSchema =
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
             .filesystemFilePath();
-    const int result = runMainWindow(client, options, telemetry, termination);
+    const int result = runMainWindow(client, options, surroundings);
 
     lock.end();
-    telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});
-    telemetry.shutDown();
+    surroundings.telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});
+    surroundings.telemetry.shutDown();
     storage.session.reset(); // nobody works with the storage any more
     Logger::instance().info(component, "Zorbel Desktop Workstation exiting cleanly");
     Logger::instance().flush();
@@ -226,28 +250,32 @@ int runApplication(int& argc, char** argv, const std::function<void(QApplication
     applyLooks(application);
     if (applicationReady)
         applicationReady(application);
-    const auto termination = watchTermination();
     const bool crashReporting = installCrashReporting(crashFolder(), "ZorbelWorkstation", version);
     openLog();
-    TelemetryEmitter telemetry(TelemetryEmitter::endpointFromEnvironment());
-    telemetry.record("app.startup", {{"version", version}});
+    Surroundings surroundings;
+    surroundings.telemetry.record("app.startup", {{"version", version}});
     logCrashReporting(crashReporting);
     removeLeftovers();
     if (!registerLinkProtocol(QFileInfo(QCoreApplication::applicationFilePath()).filesystemFilePath()))
         Logger::instance().warn(component, "Unable to register the per-user zorbel-viewer link protocol");
-    const auto link = LinkRequest::parse(application.arguments());
-    const auto client = buildClient(link);
+    auto link = LinkRequest::parse(application.arguments());
+    const auto endBeforeSession = [&surroundings](const char* message) {
+        surroundings.telemetry.shutDown();
+        Logger::instance().info(component, message);
+        Logger::instance().flush();
+        return 0;
+    };
+    if (link && handOverLink(configFolder(), *link))
+        return endBeforeSession("The running viewer opens the link");
+    const auto client = buildClient(link, surroundings);
     if (!client) {
         Logger::instance().flush();
         return 2;
     }
-    if (!signIn(client, termination)) {
-        telemetry.shutDown();
-        Logger::instance().info(component, "Viewer sign-in cancelled");
-        Logger::instance().flush();
-        return 0;
-    }
-    return runSession(client, link, telemetry, termination);
+    surroundings.links = std::make_unique<LinkInbox>(configFolder());
+    if (!signIn(client, link, surroundings))
+        return endBeforeSession("Viewer sign-in cancelled");
+    return runSession(client, link, surroundings);
 }
 
 } // namespace zorbel

@@ -40,4 +40,24 @@ std::optional<LinkRequest> LinkRequest::parse(const QStringList& arguments) {
     return std::nullopt;
 }
 
+QString LinkRequest::url() const {
+    QUrlQuery query;
+    query.addQueryItem(QStringLiteral("studyInstanceUID"), studyInstanceUID);
+    if (!apiBase.isEmpty())
+        query.addQueryItem(QStringLiteral("apiBase"), apiBase);
+    QUrl url(QStringLiteral("zorbel-viewer://report"));
+    url.setQuery(query);
+    return QString::fromLatin1(url.toEncoded(QUrl::FullyEncoded));
+}
+
+bool LinkRequest::isFor(const QString& serviceBaseUrl) const {
+    const auto sameServer = [](const QUrl& one, const QUrl& other) {
+        const auto port = [](const QUrl& url) {
+            return url.port(url.scheme() == QLatin1String("https") ? 443 : 80);
+        };
+        return one.scheme() == other.scheme() && one.host() == other.host() && port(one) == port(other);
+    };
+    return apiBase.isEmpty() || sameServer(QUrl(apiBase), QUrl(serviceBaseUrl));
+}
+
 } // namespace zorbel

@@ -14,6 +14,10 @@ struct LinkRequest {
 
     /// The first argument that is a valid link; a link that fails any check is passed over.
     static std::optional<LinkRequest> parse(const QStringList& arguments);
+    /// As parse() takes it.
+    QString url() const;
+    /// Whether a viewer that works with this service may open it.
+    bool isFor(const QString& serviceBaseUrl) const;
 };
 
 } // namespace zorbel

@@ -56,6 +56,22 @@ TEST(LinkRequest, isIgnoredWholeWhenItNamesAForeignService) {
     EXPECT_EQ(own->apiBase, QStringLiteral("https://eu.zorbel.example"));
 }
 
+TEST(LinkRequest, isHandedOnAsALinkAndOpensAtItsServiceAlone) {
+    for (const char* base :
+         {"", "http://localhost:8080", "https://[::1]:8443", "https://app.zorbel.example"}) {
+        const LinkRequest link{QStringLiteral("1.2.3"), QString::fromLatin1(base)};
+        const auto again = LinkRequest::parse({link.url()});
+        ASSERT_TRUE(again) << link.url().toStdString();
+        EXPECT_EQ(again->studyInstanceUID, link.studyInstanceUID);
+        EXPECT_EQ(again->apiBase, link.apiBase);
+        EXPECT_TRUE(link.isFor(link.apiBase));
+        EXPECT_EQ(link.isFor(QStringLiteral("https://eu.zorbel.example")), link.apiBase.isEmpty());
+    }
+    const LinkRequest link{QStringLiteral("1"), QStringLiteral("https://zorbel.example:443")};
+    EXPECT_TRUE(link.isFor(QStringLiteral("https://zorbel.example/service")));
+    EXPECT_FALSE(link.isFor(QStringLiteral("https://zorbel.example:8443")));
+}
+
 TEST(ApiBaseRule, keepsSchemeHostAndPortOfAllowedHosts) {
     const auto check = [](const char* input, const char* expected) {
         const auto result = normalizeApiBase(QString::fromLatin1(input));

@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -48,8 +49,9 @@ protected:
         EXPECT_TRUE(findings.isEmpty()) << findings.join(QLatin1Char('\n')).toStdString();
     }
 
-    std::unique_ptr<QProcess> startAndStay(const char* script) {
-        auto process = home_.start(QStringLiteral(ZORBEL_SCRIPTED_VIEWER), {QString::fromLatin1(script)});
+    std::unique_ptr<QProcess> startAndStay(const char* script, const QStringList& arguments = {}) {
+        auto process = home_.start(
+            QStringLiteral(ZORBEL_SCRIPTED_VIEWER), QStringList{QString::fromLatin1(script)} + arguments);
         EXPECT_TRUE(waitForOutput(*process, "STAYING"));
         return process;
     }
@@ -78,6 +80,14 @@ protected:
         EXPECT_TRUE(home_.workspaces().isEmpty());
     }
 
+    /// Whether a program that is started with the link ends without a sign-in of its own.
+    bool isTaken(const QString& link) {
+        const Outcome outcome = play("stay-at-sign-in", {link});
+        return outcome.code == 0 && !outcome.output.contains(QStringLiteral("STAYING"));
+    }
+
+    static inline const QString uid_ = QString::fromStdString(demo::uidOf("study of bench 60 128"));
+    static inline const QString link_ = QStringLiteral("zorbel-viewer://report?studyInstanceUID=");
     static inline std::unique_ptr<demo::DemoService> service_;
     ProgramHome home_;
 };
@@ -102,12 +112,9 @@ TEST_F(ProgramTest, endsWithZeroWhenTheSignInIsCancelled) {
 }
 
 TEST_F(ProgramTest, opensTheLinkedStudyAfterSignIn) {
-    const auto studies = demo::uidOf("study of bench 60 128");
-    const QString uid = QString::fromStdString(studies);
-    const Outcome outcome =
-        play("linked-study", {QStringLiteral("zorbel-viewer://report?studyInstanceUID=") + uid});
+    const Outcome outcome = play("linked-study", {link_ + uid_});
     EXPECT_EQ(outcome.code, 0);
-    EXPECT_TRUE(outcome.output.contains(QStringLiteral("Zorbel Cloud: ") + uid));
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral("Zorbel Cloud: ") + uid_));
     EXPECT_FALSE(home_.log().contains(crashLock));
     expectCleanEnd();
 }
@@ -163,7 +170,6 @@ TEST_F(ProgramTest, theNextStartNoticesAKilledSessionAndRemovesItsImages) {
 }
 
 TEST_F(ProgramTest, offersTheStudyOfAKilledSessionWhateverElseStartsAndEnds) {
-    const QString shown = QStringLiteral(": ") + QString::fromStdString(demo::uidOf("study of bench 60 128"));
     {
         const auto process = startAndStay("stay-with-study");
         EXPECT_EQ(play("sign-in").code, 0);
@@ -172,10 +178,9 @@ TEST_F(ProgramTest, offersTheStudyOfAKilledSessionWhateverElseStartsAndEnds) {
         end(*process, SIGKILL);
         EXPECT_TRUE(home_.log().contains(QStringLiteral("DICOM fallback volume displayed")));
     }
-    const Outcome outcome =
-        play("recover-after-link", {QStringLiteral("zorbel-viewer://report?studyInstanceUID=1.2.3")});
+    const Outcome outcome = play("recover-after-link", {link_ + QStringLiteral("1.2.3")});
     EXPECT_EQ(outcome.code, 0);
-    EXPECT_TRUE(outcome.output.contains(shown));
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral(": ") + uid_));
     EXPECT_EQ(home_.log().count(crashLock), 1);
     expectCleanEnd();
 }
@@ -186,6 +191,30 @@ TEST_F(ProgramTest, aRequestToEndIsAsAClosedWindow) {
     end(*startAndStay("stay-with-study"), SIGTERM);
     EXPECT_TRUE(home_.log().contains(QStringLiteral("Study closed")));
     expectCleanEnd();
+}
+
+TEST_F(ProgramTest, aLinkOpensInTheRunningProgramOrIsRefusedThere) {
+    const auto running = startAndStay("receive-links");
+    EXPECT_TRUE(isTaken(link_ + uid_ + QStringLiteral("&apiBase=https://app.zorbel.example")));
+    EXPECT_TRUE(waitForOutput(
+        *running, "TEXT This link opens a study of another imaging service, https://app.zorbel.example.||"));
+    EXPECT_TRUE(
+        isTaken(link_ + uid_ + QStringLiteral("&apiBase=") + QString::fromStdString(service_->baseUrl())));
+    EXPECT_TRUE(waitForOutput(*running, "Zorbel Cloud: " + uid_.toLatin1()));
+    ASSERT_TRUE(running->waitForFinished(patienceMs));
+    EXPECT_EQ(running->exitCode(), 0);
+    expectCleanEnd();
+}
+
+TEST_F(ProgramTest, aLinkAtTheSignInTakesThePlaceOfTheOneThatWaits) {
+    const auto running = startAndStay("receive-link-at-sign-in", {link_ + QStringLiteral("1.2.3")});
+    EXPECT_TRUE(isTaken(link_ + uid_));
+    QFile goOn(home_.path("temp/go-on"));
+    ASSERT_TRUE(goOn.open(QIODevice::WriteOnly));
+    goOn.close();
+    EXPECT_TRUE(waitForOutput(*running, "Zorbel Cloud: " + uid_.toLatin1()));
+    ASSERT_TRUE(running->waitForFinished(patienceMs));
+    EXPECT_EQ(running->exitCode(), 0);
 }
 
 } // namespace

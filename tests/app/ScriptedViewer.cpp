@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QLabel>
 #include <QListWidget>
 #include <QMessageBox>
@@ -72,7 +73,17 @@ public:
         else if (name == QLatin1String("stay-at-sign-in"))
             planStay([] { return visible("loginSubmit") != nullptr; });
         else {
+            if (name == QLatin1String("receive-link-at-sign-in")) {
+                add([] { return visible("loginSubmit") != nullptr; }, [] { say("STAYING"); });
+                add([] { return QFile::exists(QDir::temp().filePath(QStringLiteral("go-on"))); }, [] {});
+            }
             planSignIn();
+            if (name == QLatin1String("receive-links")) {
+                add([] { return true; }, [] { say("STAYING"); });
+                planMessage();
+            }
+            if (name.startsWith(QLatin1String("receive-link")))
+                planShownStudy();
             if (name == QLatin1String("linked-study"))
                 planShownStudy();
             if (name == QLatin1String("cancel-download"))

@@ -1,0 +1,7 @@
+#include "platform/Foreground.h"
+
+namespace zorbel {
+
+void yieldForeground() noexcept {}
+
+} // namespace zorbel
