@@ -125,7 +125,8 @@ QByteArray Exchange::run() {
     if (aborted_ == Abort::TimedOut)
         throw ZorbelApiError("Zorbel API request timed out", ZorbelApiError::Cause::NoAnswer);
     if (aborted_ == Abort::TooLarge)
-        throw ZorbelApiError("Zorbel API response exceeded the workstation safety limit");
+        throw ZorbelApiError(
+            "Zorbel API response exceeded the workstation safety limit", ZorbelApiError::Cause::SafetyLimit);
     if (aborted_ == Abort::Cancelled)
         throw ZorbelApiError("Zorbel API request cancelled");
     throwUnlessSuccessful(status, body_);

@@ -140,7 +140,8 @@ void InstanceDownload::finish(QNetworkReply* reply) {
 
 void InstanceDownload::complete(QNetworkReply* reply, Transfer& transfer) {
     if (transfer.tooLarge)
-        throw ZorbelApiError("A DICOM instance exceeded the workstation safety limit");
+        throw ZorbelApiError(
+            "A DICOM instance exceeded the workstation safety limit", ZorbelApiError::Cause::SafetyLimit);
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     throwUnlessSuccessful(
         status, QByteArray::fromRawData(

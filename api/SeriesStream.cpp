@@ -153,7 +153,8 @@ void SeriesStream::throwIfFailed() const {
     if (callbackError_)
         std::rethrow_exception(callbackError_);
     if (tooLarge_)
-        throw ZorbelApiError("DICOM series exceeded the workstation safety limit");
+        throw ZorbelApiError(
+            "DICOM series exceeded the workstation safety limit", ZorbelApiError::Cause::SafetyLimit);
     if (const int status = httpStatus(); status < 200 || status > 299)
         throw ZorbelApiError("Zorbel streaming DICOMweb request failed", status, {}, causeOf(status));
     throwIfEncoded(*reply_);

@@ -8,6 +8,9 @@ namespace zorbel {
 
 namespace {
 
+/// An archive that takes longer to add up its files may as well begin to send them.
+constexpr std::int32_t statisticsTimeoutMs = 3000;
+
 QString text(const QJsonObject& object, const char* member) {
     return object.value(QLatin1String(member)).toString();
 }
@@ -85,6 +88,27 @@ OrthancSeriesSummary ZorbelApiClient::seriesSummary(
     summary.seriesNumber = text(tags, "SeriesNumber");
     summary.instanceIds = texts(series.value(QLatin1String("Instances")));
     return summary;
+}
+
+std::optional<std::uint64_t> ZorbelApiClient::seriesBytes(
+    const ImageDataRoute& route, const QString& orthancSeriesId, const CancelFlag& cancel) const {
+    try {
+        const QByteArray body = proxyGet(
+            route, QStringLiteral("series/") + pathSegment(orthancSeriesId) + QStringLiteral("/statistics"),
+            std::min(config_.requestTimeoutMs, statisticsTimeoutMs), config_.maximumResponseBytes, cancel);
+        const QJsonObject statistics = parseObject(body, QStringLiteral("Zorbel series metadata"));
+        // Of the DICOM files alone where the archive tells that, else with what it keeps beside them.
+        for (const char* member : {"DicomUncompressedSize", "UncompressedSize"}) {
+            bool isNumber = false;
+            const qulonglong bytes = text(statistics, member).toULongLong(&isNumber);
+            if (isNumber)
+                return bytes;
+        }
+    } catch (const ZorbelApiError&) {
+        if (isCancelled(cancel))
+            throw;
+    }
+    return std::nullopt;
 }
 
 QStringList ZorbelApiClient::seriesInstanceIds(

@@ -18,6 +18,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace zorbel {
@@ -63,6 +64,10 @@ public:
     QStringList studySeriesIds(
         const ImageDataRoute& route, const QString& orthancStudyId, const CancelFlag& cancel = {}) const;
     OrthancSeriesSummary seriesSummary(
+        const ImageDataRoute& route, const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
+    /// How much the series' files hold together; nothing where the archive does not tell. Throws only when
+    /// the flag cancels it.
+    std::optional<std::uint64_t> seriesBytes(
         const ImageDataRoute& route, const QString& orthancSeriesId, const CancelFlag& cancel = {}) const;
     /// The series' instance ids as they are now, in the archive's order.
     QStringList seriesInstanceIds(

@@ -11,7 +11,8 @@ class ZorbelApiError : public std::runtime_error {
 public:
     enum class Cause {
         Other,
-        NoAnswer ///< nobody answered in time, or the connection broke
+        NoAnswer,   ///< nobody answered in time, or the connection broke
+        SafetyLimit ///< more data than this workstation takes
     };
 
     explicit ZorbelApiError(

@@ -164,14 +164,16 @@ private:
              {"instances", std::to_string(series_.instanceIds.size())}});
         report({LoadStage::Downloading, 0, 0, total()});
         if (!stream(received))
-            downloadMissing(received);
+            downloadRest(received);
         stopIfCancelled();
     }
 
     /// False when the series has to be fetched instance by instance.
     bool stream(ReceivedSeries& received) {
         if (study_.studyInstanceUID.isEmpty() || series_.seriesInstanceUID.isEmpty())
-            return streamingUnavailable(received, "the archive names no study or series UID");
+            return streamingUnavailable(std::runtime_error("the archive names no study or series UID"));
+        if (isTooLargeForAStream())
+            return streamingUnavailable(std::runtime_error("the series exceeds the limit of a stream"));
         const auto start = Clock::now();
         std::int64_t bytes = 0;
         try {
@@ -191,9 +193,13 @@ private:
                 throw;
             if (error.status == 0)
                 giveUpLocalNode(error);
-            return streamingUnavailable(received, logReason(error));
+            // What came before the limit came as it should, and stays.
+            if (error.cause != ZorbelApiError::Cause::SafetyLimit)
+                received.dropUnverified();
+            return streamingUnavailable(error);
         } catch (const UnexpectedInstanceError& error) {
-            return streamingUnavailable(received, error.what());
+            received.dropUnverified();
+            return streamingUnavailable(error);
         }
         Logger::instance().info(
             component, "Streaming DICOMweb transfer completed",
@@ -203,10 +209,25 @@ private:
         return true;
     }
 
-    bool streamingUnavailable(ReceivedSeries& received, const std::string& reason) {
-        Logger::instance().warn(component, "Streaming DICOMweb unavailable", {{"reason", reason}});
-        received.dropUnverified();
+    static bool streamingUnavailable(const std::exception& reason) {
+        Logger::instance().warn(component, "Streaming DICOMweb unavailable", {{"reason", logReason(reason)}});
         return false;
+    }
+
+    bool isTooLargeForAStream() const {
+        const std::uint64_t limit = client_->config().maximumDicomBytes;
+        return total() > 1 && client_->seriesBytes(route_, series_.orthancId, cancel_).value_or(0) > limit;
+    }
+
+    void downloadRest(ReceivedSeries& received) {
+        try {
+            downloadMissing(received);
+        } catch (const UnexpectedInstanceError&) {
+            // Parts known by their position alone may have come in another order than the list's.
+            if (!received.dropUnverified())
+                throw;
+            downloadMissing(received);
+        }
     }
 
     void downloadMissing(ReceivedSeries& received) {
@@ -271,9 +292,10 @@ private:
         return image;
     }
 
-    /// In the automatic mode a node that does not answer is not asked again, instance by instance.
+    /// In the automatic mode a node that does not answer is not asked again, instance by instance. What is
+    /// too much for this computer is so wherever it comes from.
     void giveUpLocalNode(const ZorbelApiError& error) const {
-        if (!client_->abandonLocalNode(route_))
+        if (error.cause == ZorbelApiError::Cause::SafetyLimit || !client_->abandonLocalNode(route_))
             return;
         Logger::instance().warn(
             component, "Local Node failed during the transfer; loading from the cloud",
@@ -362,7 +384,8 @@ SeriesListing listLoadableSeries(
         listing.series = loadableSeries(
             *client, found.route, found.route.isLocalNode ? found.studyId : listing.study.orthancId, cancel);
     } catch (const ZorbelApiError& error) {
-        if (isCancelled(cancel) || !client->abandonLocalNode(found.route))
+        if (isCancelled(cancel) || error.cause == ZorbelApiError::Cause::SafetyLimit ||
+            !client->abandonLocalNode(found.route))
             throw;
         Logger::instance().warn(
             component, "Local Node failed; loading from the cloud", {{"reason", logReason(error)}});

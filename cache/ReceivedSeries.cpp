@@ -76,15 +76,15 @@ void ReceivedSeries::store(
     instances_.push_back({id, sopInstanceUID, path, verified});
 }
 
-void ReceivedSeries::dropUnverified() {
-    std::erase_if(instances_, [this](const ReceivedInstance& instance) {
-        if (instance.idVerified)
-            return false;
-        arrived_[instance.id] = false;
-        std::error_code ignored; // the folder is removed after the load anyway
-        std::filesystem::remove(instance.file, ignored);
-        return true;
-    });
+bool ReceivedSeries::dropUnverified() {
+    return std::erase_if(instances_, [this](const ReceivedInstance& instance) {
+               if (instance.idVerified)
+                   return false;
+               arrived_[instance.id] = false;
+               std::error_code ignored; // the folder is removed after the load anyway
+               std::filesystem::remove(instance.file, ignored);
+               return true;
+           }) > 0;
 }
 
 QStringList ReceivedSeries::missingIds() const {

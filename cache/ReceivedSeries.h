@@ -43,8 +43,9 @@ public:
     /// An instance fetched by its id; throws as addStreamed().
     void addDownloaded(const QString& requestedId, std::span<const std::byte> file);
 
-    /// Forgets what came in without a verified id, so that it is fetched again one by one.
-    void dropUnverified();
+    /// Forgets what came in without a verified id, so that it is fetched again one by one; whether there was
+    /// such.
+    bool dropUnverified();
     /// Expected ids that have not arrived, in their order.
     QStringList missingIds() const;
     const std::vector<ReceivedInstance>& instances() const { return instances_; }

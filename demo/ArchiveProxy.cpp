@@ -9,7 +9,8 @@ namespace zorbel::demo {
 
 HttpReply ArchiveProxy::get(
     const std::string& path, const std::string& accept, const std::string& organizationId) const {
-    static const std::regex resource("(studies|series|instances)/([0-9a-f-]{44})(/instances|/file)?");
+    static const std::regex resource(
+        "(studies|series|instances)/([0-9a-f-]{44})(/instances|/file|/statistics)?");
     static const std::regex dicomWeb("dicom-web/studies/([0-9.]{1,64})/series/([0-9.]{1,64})");
     std::smatch found;
     if (std::regex_match(path, found, dicomWeb)) {
@@ -21,7 +22,8 @@ HttpReply ArchiveProxy::get(
     }
     const std::string kind = found[1];
     const std::string rest = found[3];
-    if ((rest == "/instances" && kind == "instances") || (rest == "/file" && kind != "instances")) {
+    if ((rest == "/instances" && kind == "instances") || (rest == "/file" && kind != "instances") ||
+        (rest == "/statistics" && kind != "series")) {
         return notFound();
     }
     const bool allowed = kind == "studies"  ? archive_.ownsStudy(organizationId, found[2])

@@ -47,6 +47,7 @@ struct Fault {
 
     static constexpr const char* seriesStreams = "*/viewer-proxy/dicom-web/*";
     static constexpr const char* instanceFiles = "*/viewer-proxy/instances/*";
+    static constexpr const char* seriesSizes = "*/viewer-proxy/series/*/statistics";
 
     static Fault delayed(std::string path, std::chrono::milliseconds delay);
     static Fault

@@ -33,12 +33,7 @@ protected:
         node().resetRequests();
         ApiClientConfig config = client_->config();
         config.localNodePatienceMs = 1000;
-        client_ = std::make_shared<ZorbelApiClient>(config);
-        ASSERT_TRUE(client_
-                        ->signIn(
-                            QString::fromLatin1(demo::readerAccount.email),
-                            QString::fromLatin1(demo::readerAccount.password))
-                        .success);
+        client_ = test::signedInClient(*service_, config);
         client_->selectSource(SourceKind::Automatic, QString::fromLatin1(DemoLocalNode::id));
     }
 
@@ -134,6 +129,17 @@ TEST_F(LocalNodeLoadTest, fallsBackToTheCloudWhateverTheNodeDoes) {
         if (!node().isRunning())
             node().start();
     }
+}
+
+TEST_F(LocalNodeLoadTest, doesNotBlameTheNodeForALimitOfThisComputer) {
+    ApiClientConfig config = client_->config();
+    config.maximumDicomBytes = 10'000; // less than the series
+    client_ = test::signedInClient(*service_, config);
+    client_->selectSource(SourceKind::Automatic, QString::fromLatin1(DemoLocalNode::id));
+    node().setFault(Fault::error(Fault::seriesSizes, 404, "No such route", ""));
+    for (int again = 0; again < 2; ++again)
+        EXPECT_EQ(open(), QStringLiteral("Local Node"));
+    EXPECT_EQ(service_->requestCount("*/viewer-proxy/*"), 0u);
 }
 
 TEST_F(LocalNodeLoadTest, neverFallsBackSilentlyWhereOnlyTheNodeIsAllowed) {

@@ -89,7 +89,8 @@ TEST_F(ReceivedSeriesTest, trustsOpaqueIdsOnlyWhenFetchedByThem) {
     received.addStreamed(opaque[0], files_[0]);
     EXPECT_FALSE(received.instances()[0].idVerified);
     EXPECT_THROW(received.addStreamed(opaque[1], files_[0]), UnexpectedInstanceError);
-    received.dropUnverified();
+    EXPECT_TRUE(received.dropUnverified());
+    EXPECT_FALSE(received.dropUnverified());
     EXPECT_EQ(received.missingIds(), opaque);
     received.addDownloaded(opaque[0], files_[0]);
     received.addDownloaded(opaque[1], files_[1]);

@@ -55,6 +55,28 @@ TEST_F(StudyLoadFaultTest, fetchesOneByOneWhatTheStreamDidNotBringWhole) {
     }
 }
 
+TEST_F(StudyLoadFaultTest, fetchesOneByOneWhatIsTooLargeForAStream) {
+    ApiClientConfig config = client_->config();
+    config.maximumDicomBytes = 10'000; // some three of the eight slices
+    client_ = test::signedInClient(*service_, config);
+    service_->resetRequests();
+    EXPECT_EQ(load().first, whole_);
+    EXPECT_EQ(service_->requestCount(Fault::seriesStreams), 0u) << "the archive told how large it is";
+    EXPECT_EQ(service_->requestCount(Fault::instanceFiles), 8u);
+
+    service_->setFault(Fault::error(Fault::seriesSizes, 404, "No such route", ""));
+    service_->resetRequests();
+    EXPECT_EQ(load().first, whole_);
+    EXPECT_EQ(service_->requestCount(Fault::seriesStreams), 1u);
+    EXPECT_GT(service_->requestCount(Fault::instanceFiles), 0u);
+    EXPECT_LT(service_->requestCount(Fault::instanceFiles), 8u) << "what had arrived was not fetched again";
+
+    config.maximumDicomBytes = 1000; // less than one slice
+    client_ = test::signedInClient(*service_, config);
+    EXPECT_TRUE(
+        load().second.contains(QStringLiteral("A DICOM instance exceeded the workstation safety limit")));
+}
+
 TEST_F(StudyLoadFaultTest, readsAStreamOfAnyOrderAndForm) {
     for (const auto kind :
          {Fault::Kind::ShuffledParts, Fault::Kind::LineFeedOnly, Fault::Kind::QuotedBoundary}) {

@@ -11,8 +11,8 @@
 namespace zorbel::test {
 
 /// The demo service's reader, signed in. The service must have started.
-inline std::shared_ptr<ZorbelApiClient> signedInClient(const demo::DemoService& service) {
-    ApiClientConfig config;
+inline std::shared_ptr<ZorbelApiClient>
+signedInClient(const demo::DemoService& service, ApiClientConfig config = {}) {
     config.baseUrl = QString::fromStdString(service.baseUrl());
     auto client = std::make_shared<ZorbelApiClient>(config);
     const auto outcome = client->signIn(
