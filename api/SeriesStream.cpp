@@ -93,17 +93,23 @@ void SeriesStream::readBuffered() {
     if (success)
         parser_.useContentType(reply_->rawHeader("Content-Type"));
     while (!isStopped()) {
-        const qint64 available = std::min(reply_->bytesAvailable(), readBufferBytes);
-        if (available <= 0)
+        const qint64 waiting = reply_->bytesAvailable();
+        if (waiting <= 0)
             return;
+        // What is within the limit is still of use.
+        const std::uint64_t allowed = maximumBytes_ - receivedBytes_;
+        tooLarge_ = allowed == 0;
+        if (tooLarge_)
+            return;
+        const auto available = static_cast<qint64>(
+            std::min<std::uint64_t>({static_cast<std::uint64_t>(waiting), allowed, readBufferBytes}));
         const std::span<std::byte> room = parser_.writable(static_cast<std::size_t>(available));
         const qint64 count = reply_->read(reinterpret_cast<char*>(room.data()), available);
         if (count <= 0)
             return;
         receivedBytes_ += static_cast<std::uint64_t>(count);
-        tooLarge_ = receivedBytes_ > maximumBytes_;
         // The page of an error status is read and dropped.
-        if (success && !tooLarge_) {
+        if (success) {
             parser_.commit(static_cast<std::size_t>(count));
             parser_.parse(MultipartPartParser::Input::More);
         }
