@@ -141,13 +141,16 @@ void StudyArchives::store(
             storage_.archiveDirectory(
                 downloaded.studyInstanceUID.toStdString(), downloaded.seriesInstanceUID.toStdString()),
             downloaded.studyInstanceUID.toStdString(), downloaded.seriesInstanceUID.toStdString(),
-            lockTimeout);
+            lockTimeout, closing.get());
         for (const ReceivedInstance& instance : downloaded.instances) {
             if (isCancelled(closing))
                 return;
             transaction.adopt(instance.id.toStdString(), instance.file);
         }
-        transaction.commit();
+        transaction.commit(closing.get());
+    } catch (const StudyArchiveCancelled&) {
+        Logger::instance().info(component, "Study not archived: the session ends");
+        return;
     } catch (const std::exception& failure) {
         warn("Study could not be archived", failure.what());
         return;
@@ -157,7 +160,8 @@ void StudyArchives::store(
         component, "Study archived for future local reopen",
         {{"seriesInstanceUID", downloaded.seriesInstanceUID.toStdString()},
          {"instances", std::to_string(downloaded.instances.size())}});
-    enforce(policy);
+    if (!isCancelled(closing)) // else the next start does
+        enforce(policy);
 }
 
 void StudyArchives::enforce(const StoragePolicy& policy) const {

@@ -38,8 +38,8 @@ public:
     /// otherwise. A damaged archive is set aside.
     std::optional<std::vector<std::filesystem::path>>
     open(const QString& studyInstanceUID, const OrthancSeriesSummary& series, const CancelFlag& cancel) const;
-    /// Moves a downloaded series into the archive and enforces the policy. A set flag gives up before the
-    /// last step.
+    /// Moves a downloaded series into the archive and enforces the policy. A set flag ends it soon: the
+    /// archive is the earlier or the new one.
     void
     store(const DownloadedSeries& downloaded, const StoragePolicy& policy, const CancelFlag& closing) const;
     /// The study was opened from this computer: it is the last that the quota takes.

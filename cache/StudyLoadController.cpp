@@ -48,6 +48,9 @@ StudyLoadController::StudyLoadController(
 
 StudyLoadController::~StudyLoadController() {
     shutDown();
+    pool_.waitForDone();
+    auditPool_.waitForDone();
+    archivePool_.waitForDone();
 }
 
 void StudyLoadController::shutDown() {
@@ -55,9 +58,6 @@ void StudyLoadController::shutDown() {
     stopTasks();
     guard_.take();
     closing_->store(true);
-    pool_.waitForDone();
-    auditPool_.waitForDone();
-    archivePool_.waitForDone();
 }
 
 void StudyLoadController::stopTasks() {
@@ -401,7 +401,7 @@ void StudyLoadController::onStudyLoaded(const Load& load, const OrthancImageLoad
 }
 
 void StudyLoadController::archive(const Load& load, const OrthancImageLoadResult& result) {
-    if (!result.downloaded || !options_.storage)
+    if (!result.downloaded || !options_.storage || isCancelled(closing_))
         return;
     // Beside the reading: the picture does not wait for the disk.
     runInBackground(

@@ -46,7 +46,8 @@ class StudyLoadController : public QObject {
 public:
     StudyLoadController(
         std::shared_ptr<ZorbelApiClient> client, StudyLoadOptions options, QObject* parent = nullptr);
-    /// shutDown(), and removes the session's workspace.
+    /// shutDown(), waits for what it cancelled and removes the session's workspace. On a slow disk an archive
+    /// may still have to get one file written, so the window should be gone by then.
     ~StudyLoadController() override;
 
     void openStudy(const StudyRequest& study);
@@ -56,8 +57,7 @@ public:
     /// Ends the current load at once for the user; the background work stops soon after. Nothing without a
     /// load.
     void cancel();
-    /// Cancels what runs and waits for it, about a tenth of a second, or until an archive that is just being
-    /// put in its place is on the disk; nothing may be opened afterwards.
+    /// Cancels what runs, silently, and waits for nothing; nothing may be opened afterwards.
     void shutDown();
     bool isLoading() const { return loading_; }
     const std::optional<StudyRequest>& currentStudy() const { return study_; }

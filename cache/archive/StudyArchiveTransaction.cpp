@@ -9,6 +9,7 @@
 #include "platform/SystemInfo.h"
 
 #include <algorithm>
+#include <atomic>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
@@ -33,7 +34,17 @@ constexpr auto privateFile = fs::perms::owner_read | fs::perms::owner_write;
     fail(what + std::string(text.begin(), text.end()));
 }
 
-FileLock lockOf(const ArchivePlace& place, std::chrono::milliseconds timeout) {
+bool isSet(const std::atomic<bool>* cancel) {
+    return cancel && *cancel;
+}
+
+void stopIf(const std::atomic<bool>* cancel) {
+    if (isSet(cancel))
+        throw StudyArchiveCancelled();
+}
+
+FileLock
+lockOf(const ArchivePlace& place, std::chrono::milliseconds timeout, const std::atomic<bool>* cancel) {
     if (timeout.count() < 0)
         throw std::invalid_argument("Study archive lock timeout cannot be negative");
     const auto deadline = std::chrono::steady_clock::now() + timeout;
@@ -48,6 +59,7 @@ FileLock lockOf(const ArchivePlace& place, std::chrono::milliseconds timeout) {
         }
         if (std::chrono::steady_clock::now() >= deadline)
             fail("Timed out waiting for another study archive writer");
+        stopIf(cancel);
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
 }
@@ -93,11 +105,11 @@ struct StudyArchiveTransaction::State {
 
     fs::path fileOf(const std::string& id) const { return staging / (id + ".dcm"); }
     void validate() const;
-    std::vector<ArchivedInstance> measuredInstances() const;
-    void hash(std::vector<ArchivedInstance>& instances) const;
+    std::vector<ArchivedInstance> measuredInstances(const std::atomic<bool>* cancel) const;
+    void hash(std::vector<ArchivedInstance>& instances, const std::atomic<bool>* cancel) const;
     void writeManifest(const std::vector<ArchivedInstance>& instances) const;
-    void flush(const std::vector<ArchivedInstance>& instances) const;
-    void promote();
+    void flush(const std::vector<ArchivedInstance>& instances, const std::atomic<bool>* cancel) const;
+    void promote(const std::atomic<bool>* cancel);
 
     ArchivePlace place;
     std::string studyInstanceUid;
@@ -111,7 +123,7 @@ struct StudyArchiveTransaction::State {
 
 StudyArchiveTransaction StudyArchiveTransaction::begin(
     const fs::path& finalDirectory, std::string studyInstanceUID, std::string seriesInstanceUID,
-    std::chrono::milliseconds lockTimeout) {
+    std::chrono::milliseconds lockTimeout, const std::atomic<bool>* cancel) {
     if (!finalDirectory.has_filename() || !finalDirectory.has_parent_path() ||
         finalDirectory.filename() == "." || finalDirectory.filename() == "..")
         throw std::invalid_argument("Study archive final directory is invalid");
@@ -122,7 +134,7 @@ StudyArchiveTransaction StudyArchiveTransaction::begin(
     } catch (const std::system_error&) {
         fail("Cannot create study archive parent directory: ", place.parent());
     }
-    FileLock lock = lockOf(place, lockTimeout);
+    FileLock lock = lockOf(place, lockTimeout, cancel);
     place.recover();
     auto state = std::make_unique<State>(
         std::move(place), std::move(studyInstanceUID), std::move(seriesInstanceUID), std::move(lock));
@@ -170,15 +182,17 @@ void StudyArchiveTransaction::adopt(const std::string& instanceId, const fs::pat
     addInstance(instanceId);
 }
 
-void StudyArchiveTransaction::commit() {
+void StudyArchiveTransaction::commit(const std::atomic<bool>* cancel) {
     if (state_->committed)
         fail("Study archive transaction is already committed");
     state_->validate();
-    auto instances = state_->measuredInstances();
-    state_->hash(instances);
+    auto instances = state_->measuredInstances(cancel);
+    state_->hash(instances, cancel);
+    stopIf(cancel);
     state_->writeManifest(instances);
-    state_->flush(instances);
-    state_->promote();
+    state_->flush(instances, cancel);
+    stopIf(cancel);
+    state_->promote(cancel);
 }
 
 void StudyArchiveTransaction::State::validate() const {
@@ -197,9 +211,11 @@ void StudyArchiveTransaction::State::validate() const {
     }
 }
 
-std::vector<ArchivedInstance> StudyArchiveTransaction::State::measuredInstances() const {
+std::vector<ArchivedInstance>
+StudyArchiveTransaction::State::measuredInstances(const std::atomic<bool>* cancel) const {
     std::vector<ArchivedInstance> instances;
     for (const std::string& id : ids) {
+        stopIf(cancel);
         ArchivedInstance instance{.id = id, .file = fileOf(id), .byteLength = 0, .sha256 = {}};
         std::error_code error;
         const auto status = fs::symlink_status(instance.file, error);
@@ -218,11 +234,15 @@ std::vector<ArchivedInstance> StudyArchiveTransaction::State::measuredInstances(
 }
 
 /// The disk starts to write the files meanwhile.
-void StudyArchiveTransaction::State::hash(std::vector<ArchivedInstance>& instances) const {
+void StudyArchiveTransaction::State::hash(
+    std::vector<ArchivedInstance>& instances, const std::atomic<bool>* cancel) const {
     forEachOnAllCores(instances.size(), [&](std::size_t i) {
+        stopIf(cancel);
         ArchivedInstance& instance = instances[i];
         beginFlush(instance.file);
-        auto digest = digestOfInstance(instance.file, instance.byteLength);
+        auto digest = digestOfInstance(instance.file, instance.byteLength, cancel);
+        if (digest.failedAt == InstanceDigest::Step::Cancelled)
+            throw StudyArchiveCancelled();
         if (digest.failedAt == InstanceDigest::Step::Initialise)
             fail("Cannot initialize SHA-256 for study archive");
         if (digest.failedAt != InstanceDigest::Step::Done)
@@ -258,14 +278,17 @@ void StudyArchiveTransaction::State::writeManifest(const std::vector<ArchivedIns
 
 /// All at once and before the promotion alone: each file flushed as it is written would cost a journal
 /// commit.
-void StudyArchiveTransaction::State::flush(const std::vector<ArchivedInstance>& instances) const {
+void StudyArchiveTransaction::State::flush(
+    const std::vector<ArchivedInstance>& instances, const std::atomic<bool>* cancel) const {
     forEachOnAllCores(instances.size(), [&](std::size_t i) {
+        stopIf(cancel);
         try {
             flushFile(instances[i].file);
         } catch (const std::system_error&) {
             fail("Cannot store study archive instance: ", instances[i].file);
         }
     });
+    stopIf(cancel);
     const fs::path manifest = staging / archiveManifestName;
     try {
         flushFile(manifest);
@@ -275,7 +298,7 @@ void StudyArchiveTransaction::State::flush(const std::vector<ArchivedInstance>& 
     }
 }
 
-void StudyArchiveTransaction::State::promote() {
+void StudyArchiveTransaction::State::promote(const std::atomic<bool>* cancel) {
     const fs::path quarantine = place.newQuarantine();
     std::error_code error;
     const bool replaces = !place.isVacant();
@@ -292,6 +315,8 @@ void StudyArchiveTransaction::State::promote() {
         fail("Cannot promote completed study archive: " + error.message());
     }
     committed = true;
+    if (isSet(cancel))
+        return;
     try {
         flushFolder(place.parent());
         for (const fs::path& folder : changedFolders)

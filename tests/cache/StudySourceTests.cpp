@@ -1,4 +1,5 @@
 #include "StudySourceTest.h"
+#include "tests/faults/DiskFaults.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -6,9 +7,11 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <thread>
 
 namespace zorbel {
 namespace {
@@ -216,6 +219,38 @@ TEST_F(StudySourceTest, readsOnWhenNothingCanBeKept) {
     std::ofstream(options_.storage->cacheRoot()) << "a file where the folder should be";
     expectWhole(open(), ImageSource::Service);
     EXPECT_TRUE(capture_->contains("Study could not be archived"));
+}
+
+TEST_F(StudySourceTest, closesAtOnceWhileTheDiskIsStuck) {
+    std::atomic<bool> stuck = false;
+    std::atomic<bool> released = false;
+    std::atomic<bool> gaveUp = false;
+    tests::DiskFault fault;
+    fault.under = options_.storage->cacheRoot().string();
+    fault.watch = [&](const std::string& call, const std::string& path) {
+        if (call != "fdatasync" || !path.ends_with(".dcm"))
+            return;
+        stuck = true;
+        for (int i = 0; i < 3000 && !released; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        gaveUp = gaveUp || !released;
+    };
+    {
+        StudyLoadController controller(client_, options_);
+        LoadRecorder recorder(controller);
+        tests::armDiskFault(fault);
+        controller.openStudy(study_);
+        EXPECT_TRUE(recorder.waitForEnd());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return stuck.load(); }, 30000));
+        controller.shutDown();
+        EXPECT_FALSE(gaveUp) << "it waited for the disk";
+        released = true;
+    }
+    tests::armDiskFault({});
+    EXPECT_TRUE(capture_->contains("Study not archived: the session ends"));
+    EXPECT_FALSE(fs::exists(archiveFolder()));
+    expectWhole(open(), ImageSource::Service);
+    expectWhole(open(), ImageSource::Archive);
 }
 
 TEST_F(StudySourceTest, discardsTheCacheOfAStudyThatIsNoLongerAskedFor) {

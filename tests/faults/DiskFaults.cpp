@@ -29,10 +29,11 @@ struct Settings {
     int error = 0;
     bool lasting = false;
     bool trace = false;
+    const std::function<void(const std::string&, const std::string&)>* watch = nullptr;
     char under[4096] = "";
     char report[4096] = "";
 };
-Settings settings;
+constinit Settings settings; // the environment arms it before anything is constructed
 
 /// What the call does to the disk: a full one still takes what needs no room.
 enum class Need { Room, Nothing };
@@ -88,6 +89,8 @@ Verdict judge(const char* call, const char* path, Need need, bool hasHalves) {
     const unsigned long number = ++settings.count;
     if (settings.trace)
         report(call, path);
+    if (settings.watch)
+        (*settings.watch)(call, path);
     if (number < settings.at || (number > settings.at && !settings.lasting))
         return Verdict::Pass;
     if (number == settings.at && !settings.trace)
@@ -200,9 +203,12 @@ void zorbel::tests::armDiskFault(const DiskFault& fault) {
     settings.error = fault.error;
     settings.lasting = fault.lasting;
     settings.trace = fault.trace;
+    static std::function<void(const std::string&, const std::string&)> watch;
+    watch = fault.watch;
+    settings.watch = watch ? &watch : nullptr;
     copyText(settings.under, fault.under.c_str());
     copyText(settings.report, fault.report.c_str());
-    settings.armed = fault.at != 0 || fault.trace;
+    settings.armed = fault.at != 0 || fault.trace || fault.watch;
 }
 
 extern "C" {

@@ -31,6 +31,8 @@ struct DiskFault {
     std::string under;
     std::string report;
     bool trace = false; ///< report every counted call, one a line
+    /// Called before every counted call is done, on its thread; may hold it up. Needs no `at`.
+    std::function<void(const std::string& call, const std::string& path)> watch{};
 };
 
 /// From now on in this process, with the count at 0. Not while other threads write.

@@ -396,7 +396,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     delete recoveryBox_; // what was not answered is asked again
     closeStudy();
     reading_->recovery().endSession();
-    loader_->shutDown(); // the session's last words in the log must not come from a load that winds down
+    loader_->shutDown(); // what winds down is waited for when the window is gone
     event->accept();
 }
 

@@ -2,10 +2,12 @@
 #include "tests/faults/DiskFaults.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <optional>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -95,6 +97,50 @@ TEST_F(StudyArchiveFaultTest, EveryFaultWhileReplacingLeavesOneWholeArchive) {
 TEST_F(StudyArchiveFaultTest, EveryFaultWhileCreatingLeavesNothingOrAWholeArchive) {
     for (const Kind& kind : kinds)
         sweep(kind, std::nullopt, root / "incoming");
+}
+
+TEST_F(StudyArchiveFaultTest, CancelledAtAnyCallItEndsSoonWithOneWholeArchive) {
+    Contents many;
+    for (int i = 0; i < 40; ++i)
+        many["i" + std::to_string(i)] = std::string(5000, 'n');
+    // Each core may have gone past the flag once more; a manifest is written, or a folder renamed, to its
+    // end.
+    const unsigned soon = 4 + std::thread::hardware_concurrency();
+    bool cancelled = true;
+    for (unsigned at = 1; cancelled; ++at) {
+        ASSERT_LT(at, 500U);
+        SCOPED_TRACE(at);
+        fs::remove_all(root / "scope");
+        store(oldContents());
+        std::atomic<bool> cancel = false;
+        std::atomic<unsigned> calls = 0;
+        std::atomic<unsigned> afterwards = 0;
+        std::string error;
+        {
+            auto transaction = begin();
+            for (const auto& [id, bytes] : many) {
+                write(root / "incoming" / id, bytes);
+                transaction.adopt(id, root / "incoming" / id);
+            }
+            DiskFault watching;
+            watching.under = root / "scope";
+            watching.watch = [&](const std::string&, const std::string&) {
+                if (cancel)
+                    ++afterwards;
+                else if (++calls == at)
+                    cancel = true;
+            };
+            armDiskFault(watching);
+            error = errorOf([&] { transaction.commit(&cancel); });
+            armDiskFault({});
+        }
+        EXPECT_LE(afterwards, soon);
+        EXPECT_EQ(error, error.empty() ? "" : "Study archive cancelled");
+        EXPECT_EQ(verified(), error.empty() ? many : oldContents());
+        EXPECT_TRUE(leftovers().empty());
+        cancelled = cancel;
+        EXPECT_TRUE(cancelled || at > 40U) << "the calls were not counted";
+    }
 }
 
 TEST_F(StudyArchiveFaultTest, FilesFromAnotherFileSystemAreCopiedWhole) {
