@@ -1,9 +1,12 @@
 #include "GuidedTour.h"
 
+#include "imaging/rendering/RenderWindowWidget.h"
 #include "viewer/window/MainWindow.h"
 
 #include <QApplication>
 #include <QDialog>
+#include <QEvent>
+#include <QLabel>
 #include <QPainter>
 #include <QPixmap>
 
@@ -14,13 +17,22 @@ namespace zorbel {
 
 namespace {
 
-constexpr int patienceMs = 90'000; // software rendering on a loaded machine is slow
+/// Without anything to be seen of it: a busy machine may prepare a volume for a while.
+constexpr int patienceMs = 300'000;
 
 } // namespace
 
 GuidedTour::GuidedTour(QDir pictures, QObject* parent) : QObject(parent), pictures_(std::move(pictures)) {
-    sinceAct_.start();
+    sinceProgress_.start();
     connect(&timer_, &QTimer::timeout, this, &GuidedTour::poll);
+    qApp->installEventFilter(this);
+}
+
+bool GuidedTour::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Paint &&
+        (qobject_cast<QLabel*>(watched) || qobject_cast<imaging::RenderWindowWidget*>(watched)))
+        sinceProgress_.start();
+    return QObject::eventFilter(watched, event);
 }
 
 void GuidedTour::add(
@@ -41,29 +53,24 @@ void GuidedTour::poll() {
         return;
     }
     hands_.mainWindow(); // connects to it as soon as it is there
-    if (!acted_) {
-        if (!hands_.takeKeyboard() && sinceAct_.elapsed() < patienceMs)
-            return;
+    const Stop& stop = stops_[current_];
+    if (!acted_ && hands_.takeKeyboard()) {
         acted_ = true;
-        const auto act = stops_[current_].act; // acting may add stops
-        act();
         sinceAct_.start();
-        return;
+        sinceProgress_.start();
+        const auto act = stop.act; // acting may add stops
+        act();
+    } else if (acted_ && stop.reached() && (!stop.picture || hands_.viewsSettled())) {
+        if (stop.picture)
+            savePicture(stop.name);
+        std::printf("%lld ms to the stop \"%s\"\n", sinceAct_.elapsed(), qPrintable(stop.name));
+        ++current_;
+        acted_ = false;
+    } else if (sinceProgress_.elapsed() > patienceMs) {
+        std::fprintf(stderr, "The tour did not reach the stop \"%s\".\n", qPrintable(stop.name));
+        savePicture(QStringLiteral("not-reached-") + stop.name);
+        finish(false);
     }
-    if (!stops_[current_].reached()) {
-        if (sinceAct_.elapsed() > patienceMs) {
-            std::fprintf(
-                stderr, "The tour did not reach the stop \"%s\".\n", qPrintable(stops_[current_].name));
-            savePicture(QStringLiteral("not-reached-") + stops_[current_].name);
-            finish(false);
-        }
-        return;
-    }
-    if (stops_[current_].picture)
-        savePicture(stops_[current_].name);
-    ++current_;
-    acted_ = false;
-    sinceAct_.start();
 }
 
 void GuidedTour::finish(bool success) {

@@ -14,7 +14,7 @@
 namespace zorbel {
 
 /// Drives the running program through its windows with mouse and keyboard events, and saves a picture of the
-/// whole window at each stop.
+/// whole window at each stop. It gives up only where nothing is to be seen to move for a long time.
 class GuidedTour : public QObject {
     Q_OBJECT
 
@@ -23,18 +23,21 @@ public:
 
     TourHands& hands() { return hands_; }
 
-    /// Adds a stop: what the tour does to get there, and how it sees that it is there. Acting may add stops,
-    /// which come last.
+    /// Adds a stop: what the tour does to get there, and how it sees that it is there. Only a picture waits
+    /// until all views are drawn in full quality. Acting may add stops, which come last.
     void
     add(const QString& name, std::function<void()> act, std::function<bool()> reached, bool picture = true);
-    /// A stop that opens the study in the first row that holds the text, and is reached when it is drawn and
+    /// A stop that opens the study in the first row that holds the text, and is reached when it is shown and
     /// `shown`, if any, is true.
     void addOpening(
         const QString& name, const QString& rowText, std::function<bool()> shown = {}, bool picture = true);
-    void start() { timer_.start(60); }
+    void start() { timer_.start(20); }
 
     /// Every stop was reached.
     bool succeeded() const { return succeeded_; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     struct Stop {
@@ -56,6 +59,7 @@ private:
     int taken_ = 0;
     bool succeeded_ = false;
     QElapsedTimer sinceAct_;
+    QElapsedTimer sinceProgress_;
     QTimer timer_;
 };
 

@@ -71,7 +71,7 @@ void planVolume(GuidedTour& tour) {
             const auto* sagittal = hands.find<imaging::PlaneView>(QStringLiteral("sagittalView"));
             const auto& slices = sagittal->navigation();
             // The volume opened in its middle; the keys must have left it.
-            return hands.viewsSettled() && slices.currentSlice() < slices.sliceCount() / 2 - 30;
+            return slices.currentSlice() < slices.sliceCount() / 2 - 30;
         });
 }
 

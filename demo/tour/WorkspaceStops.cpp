@@ -44,29 +44,18 @@ void planLayouts(GuidedTour& tour) {
     auto& hands = tour.hands();
     const auto layout = [&tour, &hands](int key, const QString& button) {
         tour.add(
-            button,
-            [&hands, key] {
-                hands.awaitVolume();
-                hands.press(key, Qt::ControlModifier);
-            },
-            [&hands, button] {
-                return hands.isChecked(QStringLiteral("rail-") + button) && hands.viewsSettled();
-            });
+            button, [&hands, key] { hands.press(key, Qt::ControlModifier); },
+            [&hands, button] { return hands.isChecked(QStringLiteral("rail-") + button); });
     };
     layout(Qt::Key_2, QStringLiteral("layout-single"));
     layout(Qt::Key_3, QStringLiteral("layout-side-by-side"));
     layout(Qt::Key_4, QStringLiteral("layout-primary-plus-three"));
     layout(Qt::Key_1, QStringLiteral("layout-quad"));
-    const auto maximise = [&hands] {
-        hands.awaitVolume();
-        hands.click(QStringLiteral("volumeMaximise"));
-    };
+    const auto maximise = [&hands] { hands.click(QStringLiteral("volumeMaximise")); };
     tour.add(QStringLiteral("volume-maximised"), maximise, [&hands] {
-        return !hands.visible(axialView) && hands.visible(volumeView) && hands.viewsSettled();
+        return !hands.visible(axialView) && hands.visible(volumeView);
     });
-    tour.add(QStringLiteral("volume-restored"), maximise, [&hands] {
-        return hands.visible(axialView) && hands.viewsSettled();
-    });
+    tour.add(QStringLiteral("volume-restored"), maximise, [&hands] { return hands.visible(axialView); });
 }
 
 double lineAngle(const TourHands& hands) {
@@ -88,7 +77,7 @@ void planOblique(GuidedTour& tour) {
         },
         [&hands, before] {
             const double turned = std::remainder(lineAngle(hands) - *before, 2.0 * std::numbers::pi);
-            return std::abs(turned - std::numbers::pi / 6.0) < 1e-6 && hands.viewsSettled();
+            return std::abs(turned - std::numbers::pi / 6.0) < 1e-6;
         });
 }
 
@@ -99,7 +88,6 @@ void planSlab(GuidedTour& tour) {
     tour.add(
         QStringLiteral("standard-planes"),
         [&hands, slices] {
-            hands.awaitVolume();
             hands.press(Qt::Key_R, Qt::ShiftModifier);
             hands.click(QStringLiteral("rail-slab"));
             if (const auto* axial = hands.find<imaging::PlaneView>(axialView)) {
@@ -109,7 +97,7 @@ void planSlab(GuidedTour& tour) {
                 QTest::keyClick(hands.visible(QStringLiteral("slabCount")), Qt::Key_Return);
             }
         },
-        [&hands] { return hands.viewsSettled(); }, false);
+        [] { return true; }, false);
     for (int index = 0; index < imaging::slabModeCount; ++index) {
         const auto mode = static_cast<imaging::SlabMode>(index);
         tour.add(
@@ -118,8 +106,7 @@ void planSlab(GuidedTour& tour) {
             [&hands, slices, mode] {
                 const auto* axial = hands.find<imaging::PlaneView>(axialView);
                 return axial && axial->slabMode() == mode && axial->slabCount() == *slices &&
-                       std::abs(axial->thickness() - thickness) <= axial->navigation().sliceSpacing() &&
-                       hands.viewsSettled();
+                       std::abs(axial->thickness() - thickness) <= axial->navigation().sliceSpacing();
             });
     }
     tour.add(
@@ -130,7 +117,7 @@ void planSlab(GuidedTour& tour) {
         },
         [&hands] {
             const auto* axial = hands.find<imaging::PlaneView>(axialView);
-            return axial && axial->slabCount() == 1 && hands.viewsSettled();
+            return axial && axial->slabCount() == 1;
         },
         false);
 }
@@ -143,68 +130,37 @@ void planWindows(GuidedTour& tour) {
             QStringLiteral("window-") + fileName(preset.name),
             [&hands, number] { hands.press(Qt::Key_0 + number); },
             [&hands, status = QString::fromStdString(preset.statusText())] {
-                return statusIs(hands, status) && hands.viewsSettled();
+                return statusIs(hands, status);
             });
     }
     tour.add(
-        QStringLiteral("own-window"),
-        [&hands] {
-            hands.awaitVolume();
-            hands.press(Qt::Key_R, Qt::ShiftModifier);
-        },
-        [&hands] { return hands.viewsSettled(); }, false);
+        QStringLiteral("own-window"), [&hands] { hands.press(Qt::Key_R, Qt::ShiftModifier); },
+        [] { return true; }, false);
 }
 
-/// Picks an entry of one of the 3D view's lists; reached when the picture is that of the entry.
-void addVolumeChoice(
-    GuidedTour& tour, const QString& name, const QString& list, int index, const QString& status,
-    bool picture = true) {
-    auto& hands = tour.hands();
-    tour.add(
-        name,
-        [&hands, list, index] {
-            const auto* box = hands.find<QComboBox>(list);
-            if (box && box->currentIndex() != index)
-                hands.awaitVolume();
-            hands.choose(list, index);
-        },
-        [&hands, status] { return statusIs(hands, status) && hands.viewsSettled(); }, picture);
-}
-
+/// Picks an entry of one of the 3D view's lists. The view stays small: without a graphics card, pixels take
+/// time.
 void planVolumeDisplay(GuidedTour& tour) {
     auto& hands = tour.hands();
-    const auto toggleFocus = [&tour, &hands](bool focused) {
-        tour.add(
-            focused ? QStringLiteral("large-volume") : QStringLiteral("small-volume"),
-            [&hands] {
-                hands.awaitVolume();
-                hands.click(QStringLiteral("volumeMaximise"));
-            },
-            [&hands, focused] {
-                return (hands.visible(axialView) == nullptr) == focused && hands.viewsSettled();
-            },
-            false);
-    };
-    const auto blend = [&tour](int index, bool picture) {
-        const auto name = imaging::volumeBlendModeNames[static_cast<std::size_t>(index)];
-        addVolumeChoice(
-            tour, QStringLiteral("blend-") + fileName(name), QStringLiteral("volumeBlend"), index,
-            QStringLiteral("Blend: %1  |  GPU rendering").arg(utf8(name)), picture);
-    };
-    const auto preset = [&tour](int index, bool picture) {
-        const auto name = imaging::volumePresetNames[static_cast<std::size_t>(index)];
-        addVolumeChoice(
-            tour, QStringLiteral("preset-") + fileName(name), QStringLiteral("volumePreset"), index,
-            QStringLiteral("Preset: %1  |  GPU rendering").arg(utf8(name)), picture);
-    };
-    toggleFocus(true);
-    for (int index = 0; index < static_cast<int>(imaging::volumePresetNames.size()); ++index)
-        preset(index, true);
-    preset(0, false);
-    for (int index = 1; index < static_cast<int>(imaging::volumeBlendModeNames.size()); ++index)
-        blend(index, true);
-    blend(0, true);
-    toggleFocus(false);
+    const auto choose =
+        [&tour,
+         &hands](const QString& kind, const QString& list, int index, std::string_view name, bool picture) {
+            const QString status = QStringLiteral("%1: %2  |  GPU rendering").arg(kind, utf8(name));
+            tour.add(
+                kind.toLower() + QLatin1Char('-') + fileName(name),
+                [&hands, list, index] { hands.choose(list, index); },
+                [&hands, status] { return statusIs(hands, status); }, picture);
+        };
+    const auto& presets = imaging::volumePresetNames;
+    for (std::size_t index = 0; index < presets.size(); ++index)
+        choose(
+            QStringLiteral("Preset"), QStringLiteral("volumePreset"), static_cast<int>(index), presets[index],
+            true);
+    const auto& blends = imaging::volumeBlendModeNames;
+    for (const std::size_t index : {1, 2, 3, 0})
+        choose(
+            QStringLiteral("Blend"), QStringLiteral("volumeBlend"), static_cast<int>(index), blends.at(index),
+            index != 0);
 }
 
 void planKeys(GuidedTour& tour) {
@@ -219,7 +175,7 @@ void planKeys(GuidedTour& tour) {
             if (auto* dialog = hands.visible(sheet))
                 QTest::keyClick(dialog, Qt::Key_Escape);
         },
-        [&hands, sheet] { return !hands.visible(sheet) && hands.viewsSettled(); }, false);
+        [&hands, sheet] { return !hands.visible(sheet); }, false);
 }
 
 } // namespace

@@ -40,6 +40,8 @@ public:
     const std::shared_ptr<const Image>& image() const { return image_; }
     /// The volume is prepared and drawn.
     bool isReady() const { return scene_ != nullptr; }
+    /// What is shown is the picture in full quality of all that was asked for.
+    bool isStill() const { return scene_ && !cancel_ && phase_ == Phase::Still; }
 
     /// From the front, head up, fitted.
     void resetCamera();
