@@ -1,7 +1,6 @@
 #include "ProgramHome.h"
 
 #include <QDirIterator>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 
@@ -35,24 +34,11 @@ QString withoutDigests(const QString& pathInCache, QString text) {
 
 } // namespace
 
-int Outcome::number(const char* word) const {
-    const auto match =
-        QRegularExpression(
-            QStringLiteral("^%1 (\\d+)$").arg(QLatin1String(word)), QRegularExpression::MultilineOption)
-            .match(output);
-    return match.hasMatch() ? match.captured(1).toInt() : -1;
-}
-
 bool waitForOutput(QProcess& process, const QByteArray& text) {
-    QElapsedTimer clock;
-    clock.start();
     QByteArray output;
-    while (!output.contains(text) && clock.elapsed() < patienceMs) {
-        if (!process.waitForReadyRead(1000) && process.state() == QProcess::NotRunning)
-            return false;
+    while (!output.contains(text) && process.waitForReadyRead(-1))
         output += process.readAll();
-    }
-    return output.contains(text);
+    return (output + process.readAll()).contains(text);
 }
 
 ProgramHome::ProgramHome() : environment_(QProcessEnvironment::systemEnvironment()) {
@@ -83,7 +69,7 @@ std::unique_ptr<QProcess> ProgramHome::start(const QString& program, const QStri
 Outcome ProgramHome::run(const QString& program, const QStringList& arguments) const {
     const auto process = start(program, arguments);
     Outcome outcome;
-    if (process->waitForFinished(patienceMs) && process->exitStatus() == QProcess::NormalExit)
+    if (process->waitForFinished(-1) && process->exitStatus() == QProcess::NormalExit)
         outcome.code = process->exitCode();
     outcome.output = QString::fromUtf8(process->readAll());
     return outcome;

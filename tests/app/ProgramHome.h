@@ -10,21 +10,17 @@
 
 namespace zorbel::test {
 
-inline constexpr int patienceMs = 300'000;
-
 /// How a program ended and what it printed.
 struct Outcome {
     int code = -1; ///< -1: it crashed or did not end
     QString output;
-
-    /// The number after the word at a line's start; -1 when there is none.
-    int number(const char* word) const;
 };
 
-/// Whether the process prints the text before it ends or the patience does.
+/// Whether the process prints the text before it ends.
 bool waitForOutput(QProcess& process, const QByteArray& text);
 
-/// Folders for one user of the program: configuration, cache, data and temporary files.
+/// Folders for one user of the program: configuration, cache, data and temporary files. Its programs have all
+/// the time that ctest gives.
 class ProgramHome {
 public:
     ProgramHome();
