@@ -3,10 +3,9 @@
 #include "tests/support/MisbehavingServer.h"
 
 #include "api/ZorbelApiClient.h"
+#include "tests/support/PollUntil.h"
 
 #include <gtest/gtest.h>
-
-#include <chrono>
 
 namespace zorbel::test {
 

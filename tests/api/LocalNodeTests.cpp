@@ -304,8 +304,8 @@ TEST_F(LocalNode, TwoThreadsMayRenewAtOnce) {
     time_ += 570;
     const auto waiting = std::make_shared<std::atomic<int>>(0);
     nodeDoes("identity", [waiting](Exchange&) {
-        for (++*waiting; *waiting < 2;)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ++*waiting;
+        pollUntil([&] { return *waiting == 2; });
         return false;
     });
     std::thread other([&] { EXPECT_TRUE(client_->imageDataRoute().isLocalNode); });
@@ -499,10 +499,7 @@ TEST_F(LocalNode, CancellingIsNoFailureOfTheNode) {
         return true;
     });
     {
-        const CancelLater cancel([this] {
-            while (resolutions() == 0)
-                std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        });
+        const CancelLater cancel([this] { pollUntil([this] { return resolutions() > 0; }); });
         EXPECT_STREQ(failureOf([&] { resolve(cancel.flag); }).what(), "Zorbel API request cancelled");
     }
     expectCloud();
@@ -514,10 +511,7 @@ TEST_F(LocalNode, CancellingIsNoFailureOfTheNode) {
         exchange.waitForHangUp();
         return true;
     });
-    const CancelLater cancel([this] {
-        while (identities() < 2)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    });
+    const CancelLater cancel([this] { pollUntil([this] { return identities() == 2; }); });
     EXPECT_STREQ(
         failureOf([&] {
             client_->DownloadInstances(

@@ -8,13 +8,13 @@ using namespace test;
 constexpr std::uint64_t limit = 1'000'000;
 
 QByteArray
-get(const ZorbelApiClient& client, const QString& url, std::int32_t timeoutMs = 20'000,
+get(const ZorbelApiClient& client, const QString& url, std::int32_t timeoutMs = 300'000,
     const CancelFlag& cancel = {}) {
     return client.request("GET", QUrl(url), {}, {}, QStringLiteral("s3cret"), timeoutMs, limit, cancel);
 }
 
 /// What a GET fails with against a server that runs the script.
-ZorbelApiError failureAgainst(const MisbehavingServer::Script& script, std::int32_t timeoutMs = 20'000) {
+ZorbelApiError failureAgainst(const MisbehavingServer::Script& script, std::int32_t timeoutMs = 300'000) {
     const MisbehavingServer server(script);
     const ZorbelApiClient client(configFor(server));
     ZorbelApiError error = failureOf([&] { get(client, server.url("/x"), timeoutMs); });
@@ -42,7 +42,7 @@ TEST(ApiRequest, SendsWhatWasAskedAndReturnsTheBody) {
     const MisbehavingServer server([](Exchange& exchange) { exchange.reply(201, "done"); });
     const ZorbelApiClient client(configFor(server));
     EXPECT_EQ(
-        client.request("PUT", QUrl(server.url("/a?b=c")), "{}", "application/json", "tok", 9000, limit),
+        client.request("PUT", QUrl(server.url("/a?b=c")), "{}", "application/json", "tok", 300'000, limit),
         "done");
     EXPECT_EQ(get(client, server.url("/b")), "done");
     const RecordedRequest put = server.requests().at(0);
@@ -189,11 +189,11 @@ TEST(ApiRequest, EndsWhenCancelled) {
     });
     const ZorbelApiClient client(configFor(stalling));
     const CancelLater cancel([&] { EXPECT_TRUE(stalling.waitForConcurrency(1)); });
-    const ZorbelApiError error = failureOf([&] { get(client, stalling.url("/x"), 60'000, cancel.flag); });
+    const ZorbelApiError error = failureOf([&] { get(client, stalling.url("/x"), 300'000, cancel.flag); });
     EXPECT_STREQ(error.what(), "Zorbel API request cancelled");
     EXPECT_EQ(error.status, 0);
     EXPECT_STREQ(
-        failureOf([&] { get(client, silent.url("/x"), 60'000, cancel.flag); }).what(),
+        failureOf([&] { get(client, silent.url("/x"), 300'000, cancel.flag); }).what(),
         "Zorbel API request cancelled");
     EXPECT_TRUE(silent.requests().empty());
 }

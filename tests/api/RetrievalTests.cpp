@@ -105,8 +105,7 @@ TEST(DownloadInstances, KeepsToTheNumberInFlight) {
             const int now = ++inFlight;
             for (int seen = peak; seen < now && !peak.compare_exchange_weak(seen, now);) {
             }
-            for (int i = 0; i < 1000 && peak < wanted; ++i)
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            pollUntil([&] { return peak >= wanted; });
             std::this_thread::sleep_for(std::chrono::milliseconds(30));
             --inFlight;
             exchange.reply(200, "x");
@@ -213,8 +212,7 @@ TEST(StreamSeries, DeliversEachPartBeforeTheNextHasArrived) {
     std::atomic<bool> delivered = false;
     Fixture fixture([&](Exchange& exchange) {
         exchange.send(streamHead + "boundary=\"b;0\"\r\n\r\n" + part("one") + part(""));
-        for (int i = 0; i < 1000 && !delivered; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        pollUntil([&] { return delivered.load(); });
     });
     std::int64_t progress = 0;
     EXPECT_THROW(

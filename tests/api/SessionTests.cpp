@@ -116,10 +116,7 @@ TEST(Session, CancelledSignInEndsSignedOut) {
             serveSession(exchange);
     });
     ZorbelApiClient client(configFor(server));
-    const CancelLater cancel([&] {
-        while (server.requests().size() < 2)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    });
+    const CancelLater cancel([&] { pollUntil([&] { return server.requests().size() == 2; }); });
     const LoginOutcome outcome = client.signIn("a", "b", cancel.flag);
     EXPECT_EQ(outcome.errorMessage, "Zorbel API request cancelled");
     EXPECT_FALSE(client.isSignedIn());

@@ -6,6 +6,7 @@
 #include "demo/DemoService.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SignedInClient.h"
+#include "tests/support/Waiting.h"
 
 #include <QDir>
 #include <QStringList>
@@ -57,7 +58,7 @@ public:
 
     bool ended() const { return !images.empty() || !failures.empty() || !cancelled.isEmpty(); }
     bool waitForEnd() const {
-        return QTest::qWaitFor([this] { return ended(); }, 60000);
+        return waitFor([this] { return ended(); });
     }
 
     QStringList statuses;

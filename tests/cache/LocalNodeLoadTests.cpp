@@ -31,8 +31,12 @@ protected:
             node().uploadFolder(folder_.filePath(QStringLiteral("upload")).toStdString()).failures.empty());
         service_->resetRequests();
         node().resetRequests();
+        signIn(test::patienceMs);
+    }
+
+    void signIn(int patienceMs) {
         ApiClientConfig config = client_->config();
-        config.localNodePatienceMs = 1000;
+        config.localNodePatienceMs = patienceMs;
         client_ = test::signedInClient(*service_, config);
         client_->selectSource(SourceKind::Automatic, QString::fromLatin1(DemoLocalNode::id));
     }
@@ -111,11 +115,12 @@ TEST_F(LocalNodeLoadTest, fallsBackToTheCloudWhateverTheNodeDoes) {
     const std::vector<std::pair<std::function<void()>, const char*>> troubles{
         {[] { node().stop(); }, "down"},
         {[] { node().setOrganization("another clinic"); }, "of another organization"},
-        {[] { node().setFault(Fault::delayed("*/identity", std::chrono::seconds(20))); }, "slow"},
+        {[] { node().setFault(Fault::delayed("*/identity", std::chrono::hours(1))); }, "slow"},
         {[] { node().setFault(Fault::badJson("*/resolve-study")); }, "talking nonsense"},
-        {[] { node().setFault(Fault::delayed(nodeImages, std::chrono::seconds(20))); }, "slow with its list"},
+        {[] { node().setFault(Fault::delayed(nodeImages, std::chrono::hours(1))); }, "slow with its list"},
         {[] { node().setFault(Fault::dropAfter(Fault::seriesStreams, 9000)); }, "dead in mid-transfer"},
         {[] { node().setFault(Fault::hangAfter(Fault::seriesStreams, 9000)); }, "silent in mid-transfer"}};
+    signIn(1000);
     for (const auto& [trouble, name] : troubles) {
         SCOPED_TRACE(name);
         client_->selectSource(SourceKind::Automatic, QString::fromLatin1(DemoLocalNode::id));

@@ -85,7 +85,7 @@ TEST_F(StudyLoadControllerTest, asksWhichOfSeveralSeriesToOpen) {
     {
         LoadRecorder recorder(controller);
         controller.openStudy(study);
-        ASSERT_TRUE(QTest::qWaitFor([&] { return recorder.question.has_value(); }, 30000));
+        ASSERT_TRUE(test::waitFor([&] { return recorder.question.has_value(); }));
         ASSERT_EQ(recorder.offered.size(), 2u);
         EXPECT_EQ(
             recorder.offered[static_cast<std::size_t>(recorder.suggested)].seriesDescription,
@@ -99,7 +99,7 @@ TEST_F(StudyLoadControllerTest, asksWhichOfSeveralSeriesToOpen) {
     }
     LoadRecorder recorder(controller);
     controller.retry();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return recorder.question.has_value(); }, 30000));
+    ASSERT_TRUE(test::waitFor([&] { return recorder.question.has_value(); }));
     controller.chooseSeries(*recorder.question, 1 - recorder.suggested);
     ASSERT_TRUE(recorder.waitForEnd());
     ASSERT_EQ(recorder.images.size(), 1u);
@@ -179,16 +179,16 @@ TEST_F(StudyLoadControllerTest, showsOnlyTheNewestRequest) {
     const auto slow = upload({{.study = "slow"}});
     const TestSeries wanted{.study = "wanted", .slices = 4};
     const auto study = upload({wanted});
-    service_->setFault(
-        demo::Fault::delayed("*/studies/" + slow.orthancId.toStdString(), std::chrono::milliseconds(700)));
+    const std::string listing = "*/studies/" + slow.orthancId.toStdString();
+    service_->setFault(demo::Fault::delayed(listing, std::chrono::hours(1)));
     StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(slow);
-    QTest::qWait(150);
+    ASSERT_TRUE(test::waitFor([&] { return service_->requestCount(listing) > 0; }));
     controller.openStudy(study);
     ASSERT_TRUE(recorder.waitForEnd());
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return capture_->contains("Discarded stale Orthanc series-list result"); }, 10000));
+    ASSERT_TRUE(
+        test::waitFor([&] { return capture_->contains("Discarded stale Orthanc series-list result"); }));
     ASSERT_EQ(recorder.images.size(), 1u);
     expectSeries(*recorder.images.front().image, wanted);
     EXPECT_TRUE(recorder.failures.empty());
@@ -198,12 +198,12 @@ TEST_F(StudyLoadControllerTest, showsOnlyTheNewestRequest) {
         demo::Fault::throttle("*/dicom-web/studies/" + slow.studyInstanceUID.toStdString() + "/*", 4000));
     LoadRecorder second(controller);
     controller.openStudy(slow);
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return second.statuses.contains(QStringLiteral("Downloading DICOM instances")); }, 20000));
+    ASSERT_TRUE(test::waitFor(
+        [&] { return second.statuses.contains(QStringLiteral("Downloading DICOM instances")); }));
     controller.openStudy(study);
     ASSERT_TRUE(second.waitForEnd());
-    ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return capture_->contains("Discarded stale Orthanc study load result"); }, 10000));
+    ASSERT_TRUE(
+        test::waitFor([&] { return capture_->contains("Discarded stale Orthanc study load result"); }));
     ASSERT_EQ(second.images.size(), 1u);
     expectSeries(*second.images.front().image, wanted);
 }

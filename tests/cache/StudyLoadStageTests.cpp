@@ -66,10 +66,10 @@ protected:
             if (stage == Stage::Cache)
                 action(controller);
             else
-                ASSERT_TRUE(QTest::qWaitFor([&] { return done; }, 30000));
+                ASSERT_TRUE(test::waitFor([&] { return done; }));
             QCoreApplication::processEvents();
             after(controller, recorder);
-            EXPECT_TRUE(QTest::qWaitFor([&] { return capture_->contains(staleLine(stage)); }, 20000))
+            EXPECT_TRUE(test::waitFor([&] { return capture_->contains(staleLine(stage)); }))
                 << staleLine(stage);
         }
         service_->clearFaults();
@@ -130,7 +130,7 @@ protected:
                     return true;
             return false;
         };
-        EXPECT_TRUE(QTest::qWaitFor([&] { return !found(); }, 20000));
+        EXPECT_TRUE(test::waitFor([&] { return !found(); }));
     }
 
     /// The archive is not there or whole, and nothing lies beside it.
@@ -157,7 +157,7 @@ TEST_F(StudyLoadStageTest, anotherStudyTakesThePlaceOfTheFirst) {
         interrupt(
             stage, [this](StudyLoadController& controller) { controller.openStudy(other_); },
             [&, this](StudyLoadController&, LoadRecorder& recorder) {
-                ASSERT_TRUE(QTest::qWaitFor([&] { return recorder.images.size() > before; }, 30000));
+                ASSERT_TRUE(test::waitFor([&] { return recorder.images.size() > before; }));
                 ASSERT_EQ(recorder.images.size(), before + 1);
                 const auto& image = recorder.images.back();
                 EXPECT_EQ(image.study.studyInstanceUID, other_.studyInstanceUID);
@@ -202,8 +202,9 @@ TEST_F(StudyLoadStageTest, closingEndsEverythingSilently) {
                     }
                     controller.shutDown();
                 },
-                [at = stage](StudyLoadController&, LoadRecorder& recorder) {
-                    QTest::qWait(50); // results that are still on their way
+                [&, at = stage](StudyLoadController&, LoadRecorder& recorder) {
+                    EXPECT_TRUE(test::waitFor([&] { return capture_->contains(staleLine(at)); }));
+                    test::settle();
                     expectNoImage(at, recorder);
                 });
             if (signOut)

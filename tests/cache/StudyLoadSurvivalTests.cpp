@@ -80,7 +80,7 @@ protected:
 
     /// The program's one line, or nothing where it was killed. A viewer that ends in any other way fails.
     static std::string outcomeOf(QProcess& process) {
-        EXPECT_TRUE(process.waitForFinished(60000));
+        EXPECT_TRUE(process.waitForFinished(-1));
         const std::string log = process.readAllStandardError().toStdString();
         if (process.exitStatus() == QProcess::NormalExit)
             EXPECT_EQ(process.exitCode(), 0) << log;
@@ -174,7 +174,7 @@ TEST_F(StudyLoadSurvivalTest, killedAtAnyMomentLeavesWhatTheNextStartCanUse) {
                 fs::remove_all(cacheFolder());
             const auto process = start({QStringLiteral("again")});
             std::string log;
-            while (log.find(moment.line) == std::string::npos && process->waitForReadyRead(30000))
+            while (log.find(moment.line) == std::string::npos && process->waitForReadyRead(-1))
                 log += process->readAllStandardError().toStdString();
             const int later = std::uniform_int_distribution(0, moment.laterMs)(random);
             SCOPED_TRACE(std::string(moment.line) + " + " + std::to_string(later) + " ms");
@@ -242,7 +242,7 @@ TEST_F(StudyLoadSurvivalTest, sessionOnlyStorageGoesWithTheLastViewer) {
     const auto cleared = [this] { return !fs::exists(options_.storage->scopeDirectory()); };
     const auto opened = [](QProcess& viewer) {
         viewer.setReadChannel(QProcess::StandardOutput);
-        while (!viewer.canReadLine() && viewer.waitForReadyRead(30000)) {
+        while (!viewer.canReadLine() && viewer.waitForReadyRead(-1)) {
         }
         return viewer.readLine().trimmed().toStdString();
     };
@@ -278,16 +278,14 @@ TEST_F(StudyLoadSurvivalTest, aCacheFolderThatVanishesIsBuiltAgain) {
         controller.openStudy(study_);
         ASSERT_TRUE(recorder.waitForEnd());
         controller.retry();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return recorder.images.size() == 2; }, 30000));
+        ASSERT_TRUE(test::waitFor([&] { return recorder.images.size() == 2; }));
         QTest::qSleep(after);
         std::error_code error;
         fs::remove_all(cacheFolder(), error);
-        EXPECT_TRUE(QTest::qWaitFor(
-            [this] {
-                return capture_->contains("Study could not be archived") ||
-                       capture_->contains("Viewer cache quota enforced after study download");
-            },
-            20000));
+        EXPECT_TRUE(test::waitFor([this] {
+            return capture_->contains("Study could not be archived") ||
+                   capture_->contains("Viewer cache quota enforced after study download");
+        }));
         fs::remove_all(cacheFolder());
         expectWhole(open(), ImageSource::Service);
         expectWhole(open(), ImageSource::Archive);

@@ -18,7 +18,7 @@ protected:
             std::filesystem::path(folder_.filePath(QStringLiteral("cache")).toStdString()),
             StorageScope::of("organization", "reader"));
         options_.manifestSchema = ZORBEL_MANIFEST_SCHEMA;
-        options_.archivePatience = std::chrono::milliseconds(300);
+        options_.archivePatience = long_;
         study_ = upload({series_});
         service_->resetRequests();
     }
@@ -49,12 +49,10 @@ protected:
         if (!recorder.images.empty()) {
             opened.result = recorder.images.front();
             if (opened.result->source == ImageSource::Service) {
-                EXPECT_TRUE(QTest::qWaitFor(
-                    [this] {
-                        return capture_->contains("Viewer cache quota enforced after study download") ||
-                               capture_->contains("Study could not be archived");
-                    },
-                    20000));
+                EXPECT_TRUE(waitFor([this] {
+                    return capture_->contains("Viewer cache quota enforced after study download") ||
+                           capture_->contains("Study could not be archived");
+                }));
             }
         }
         return opened;
@@ -100,6 +98,10 @@ protected:
         stream.put(byte);
         ASSERT_TRUE(stream.good());
     }
+
+    /// How long a service may take that is to answer, and that is not to.
+    static constexpr std::chrono::milliseconds long_ = std::chrono::minutes(5);
+    static constexpr std::chrono::milliseconds short_{300};
 
     const TestSeries series_{.study = "sources"};
     StudyLoadOptions options_;

@@ -39,7 +39,8 @@ TEST_F(StudySourceTest, opensAVolumeCacheWithoutAskingForImages) {
     StudyRequest linked;
     linked.studyInstanceUID = study_.studyInstanceUID;
     EXPECT_EQ(open(linked).result->study.patientName, study_.patientName) << "a link names no patient";
-    service_->setFault(Fault::delayed("*/studies*", std::chrono::seconds(20)));
+    options_.archivePatience = short_;
+    service_->setFault(Fault::delayed("*/studies*", std::chrono::hours(1)));
     expectWhole(open(linked), ImageSource::VolumeCache); // not kept back by a service that is slow to name it
     EXPECT_TRUE(capture_->contains("The cached study could not be looked up"));
 }
@@ -109,10 +110,11 @@ TEST_F(StudySourceTest, opensAStudySeenBeforeWithoutTheService) {
     open();
     const std::vector<std::pair<Fault, const char*>> outages{
         {Fault::reply(imageRoute, 503, ""), "switched off"},
-        {Fault::delayed(imageRoute, std::chrono::seconds(20)), "too slow"}};
+        {Fault::delayed(imageRoute, std::chrono::hours(1)), "too slow"}};
     for (const auto& [fault, name] : outages) {
         SCOPED_TRACE(name);
         service_->setFault(fault);
+        options_.archivePatience = short_;
         const auto opened = open();
         expectWhole(opened, ImageSource::Archive);
         EXPECT_EQ(
@@ -124,6 +126,7 @@ TEST_F(StudySourceTest, opensAStudySeenBeforeWithoutTheService) {
         EXPECT_FALSE(open(linked).result->study.patientName.isEmpty());
         service_->clearFaults();
     }
+    options_.archivePatience = long_;
     service_->setFault(Fault::error(imageRoute, 403, "No access any more", "FORBIDDEN"));
     EXPECT_TRUE(open().failure.contains(QStringLiteral("No access any more"))) << "a refusal is no outage";
 }
@@ -264,8 +267,8 @@ TEST_F(StudySourceTest, discardsTheCacheOfAStudyThatIsNoLongerAskedFor) {
     ASSERT_TRUE(recorder.waitForEnd());
     ASSERT_EQ(recorder.images.size(), 1u);
     EXPECT_EQ(recorder.images.front().study.studyInstanceUID, second.studyInstanceUID);
-    EXPECT_TRUE(QTest::qWaitFor(
-        [this] { return capture_->contains("Discarded stale volume-cache load result"); }, 10000));
+    EXPECT_TRUE(
+        test::waitFor([this] { return capture_->contains("Discarded stale volume-cache load result"); }));
 }
 
 } // namespace

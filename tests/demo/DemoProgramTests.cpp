@@ -2,16 +2,15 @@
 #include "demo/OrthancProcess.h"
 #include "demo/PhantomStudies.h"
 #include "tests/support/Files.h"
+#include "tests/support/PollUntil.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <map>
-#include <thread>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -132,8 +131,7 @@ TEST(DemoProgram, itsArchiveEndsWithAKilledProgramAndTheNextOneTidiesUp) {
     waitpid(child, nullptr, 0);
     const int pid = std::stoi(text);
     const fs::path folder = text.substr(text.find(' ') + 1, text.size() - text.find(' ') - 2);
-    while (exists(pid)) // ctest's limit is the only one
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(test::pollUntil([&] { return !exists(pid); }));
     EXPECT_TRUE(fs::exists(folder));
     const OrthancProcess next;
     EXPECT_FALSE(fs::exists(folder));

@@ -1,6 +1,7 @@
 #include "imaging/rendering/PlaneRenderer.h"
 
 #include "tests/rendering/SyntheticImage.h"
+#include "tests/support/Waiting.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -9,10 +10,9 @@
 
 using namespace zorbel::imaging;
 using namespace zorbel::imaging::test;
+using zorbel::test::waitFor;
 
 namespace {
-
-constexpr int waitMilliseconds = 60000;
 
 /// Rises evenly in the patient, so that a coarse picture that lies where it should is exact.
 std::shared_ptr<const Image> rampImage() {
@@ -56,13 +56,13 @@ TEST(PlaneRenderer, AnswersWithTheFullPictureWhereThatIsQuick) {
     const PlaneFrame frame = frameOf(*image);
     renderer.request(frame);
     EXPECT_EQ(renderer.picture(), nullptr);
-    ASSERT_TRUE(ready.wait(waitMilliseconds));
+    ASSERT_TRUE(waitFor(ready));
     EXPECT_TRUE(renderer.isComplete(frame));
     EXPECT_FALSE(renderer.isComplete(frameOf(*image, 1.0)));
     EXPECT_LT(largestMiss(*renderer.picture(), *image), 1e-3);
     const PlaneFrame next = frameOf(*image, 1.0);
     renderer.request(next);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return renderer.isComplete(next); }, waitMilliseconds));
+    ASSERT_TRUE(waitFor([&] { return renderer.isComplete(next); }));
     EXPECT_EQ(ready.count(), 2) << "one picture a request";
 }
 
@@ -80,7 +80,7 @@ TEST(PlaneRenderer, ShowsACoarsePictureFirstWhereTheFullOneTakesLong) {
         EXPECT_EQ(renderer.picture()->frame, frame);
     });
     renderer.request(frame);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return renderer.isComplete(frame); }, waitMilliseconds));
+    ASSERT_TRUE(waitFor([&] { return renderer.isComplete(frame); }));
     EXPECT_EQ(coarse, (std::vector<bool>{true, false}));
     ASSERT_EQ(misses.size(), 2U);
     // Its outer pixels repeat what lies up to one and a half pixels further inside.
@@ -120,7 +120,7 @@ TEST(PlaneRenderer, EndsWithTheNewestOfManyRequests) {
             if (request % 7 == 0)
                 QTest::qWait(1);
         }
-        ASSERT_TRUE(QTest::qWaitFor([&] { return renderer.isComplete(last); }, waitMilliseconds));
+        ASSERT_TRUE(waitFor([&] { return renderer.isComplete(last); }));
         EXPECT_LT(largestMiss(*renderer.picture(), *image), 1e-3);
         EXPECT_LT(ready.count(), 60);
         const PlaneFrame dropped = frameOf(*image, 1.0);
@@ -132,7 +132,7 @@ TEST(PlaneRenderer, EndsWithTheNewestOfManyRequests) {
         EXPECT_TRUE(renderer.isComplete(last));
         const PlaneFrame next = frameOf(*image, 2.0);
         renderer.request(next);
-        ASSERT_TRUE(QTest::qWaitFor([&] { return renderer.isComplete(next); }, waitMilliseconds));
+        ASSERT_TRUE(waitFor([&] { return renderer.isComplete(next); }));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "tests/rendering/PictureCheck.h"
 #include "tests/rendering/SyntheticImage.h"
+#include "tests/support/Waiting.h"
 
 #include <QLabel>
 #include <QSignalSpy>
@@ -15,10 +16,9 @@
 
 using namespace zorbel::imaging;
 using namespace zorbel::imaging::test;
+using zorbel::test::waitFor;
 
 namespace {
-
-constexpr int waitMilliseconds = 60000;
 
 /// Smooth, different in every direction, and nowhere linear, so that a shift by a fraction of a voxel shows.
 double pattern(int column, int row, int slice) {
@@ -218,7 +218,7 @@ TEST(PlaneView, DrawsFewPicturesForManyChangesAndNoneOfAnotherView) {
             view->resize(200, 150);
             view->setImage(image);
             view->show();
-            ASSERT_TRUE(QTest::qWaitFor([&] { return view->isUpToDate(); }, waitMilliseconds));
+            ASSERT_TRUE(waitFor([&] { return view->isUpToDate(); }));
         }
         QSignalSpy frames(&changed, &RenderWindowWidget::frameRendered);
         QSignalSpy slices(&changed, &PlaneView::sliceChanged);
@@ -230,8 +230,7 @@ TEST(PlaneView, DrawsFewPicturesForManyChangesAndNoneOfAnotherView) {
         EXPECT_EQ(slices.count(), steps + 1);
         EXPECT_FALSE(changed.isUpToDate());
         EXPECT_TRUE(other.isUpToDate());
-        ASSERT_TRUE(
-            QTest::qWaitFor([&] { return changed.isUpToDate() && frames.count() > 0; }, waitMilliseconds));
+        ASSERT_TRUE(waitFor([&] { return changed.isUpToDate() && frames.count() > 0; }));
         EXPECT_LT(frames.count(), steps / 2);
     }
 }
@@ -259,7 +258,7 @@ TEST(PlaneView, ShowsTheOldPictureWhereItBelongsUntilTheNewOneIsThere) {
     view.setWindow(128.0, 256.0);
     view.navigation().selectSliceByPoint(ball);
     view.show();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return view.isUpToDate(); }, waitMilliseconds));
+    ASSERT_TRUE(waitFor([&] { return view.isUpToDate(); }));
 
     const std::vector<std::function<void()>> changes{
         [&] {
@@ -314,15 +313,15 @@ TEST(PlaneView, DrawsNothingWhileHidden) {
         each->resize(200, 150);
         each->setImage(ballImage({30.0, 30.0, 30.0}));
         each->show();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return each->isUpToDate(); }, waitMilliseconds));
+        ASSERT_TRUE(waitFor([&] { return each->isUpToDate(); }));
     }
     view.hide();
     view.navigation().step(2.0);
     shown.navigation().step(2.0); // asked later, and drawn
-    ASSERT_TRUE(QTest::qWaitFor([&] { return shown.isUpToDate(); }, waitMilliseconds));
+    ASSERT_TRUE(waitFor([&] { return shown.isUpToDate(); }));
     EXPECT_FALSE(view.isUpToDate());
     view.show();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return view.isUpToDate(); }, waitMilliseconds));
+    EXPECT_TRUE(waitFor([&] { return view.isUpToDate(); }));
 }
 
 TEST(PlaneView, RendersTheSameViewInOtherSizes) {

@@ -6,6 +6,7 @@
 
 #include "tests/rendering/PictureCheck.h"
 #include "tests/rendering/SyntheticImage.h"
+#include "tests/support/Waiting.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -17,10 +18,9 @@
 
 using namespace zorbel::imaging;
 using namespace zorbel::imaging::test;
+using zorbel::test::waitFor;
 
 namespace {
-
-constexpr int waitMilliseconds = 60000;
 
 /// A dense ball that fills most of the volume.
 std::shared_ptr<const Image> brightImage(int side = 32) {
@@ -80,7 +80,7 @@ TEST(RenderWindowWidget, LivesThroughEverythingALayoutDoesToIt) {
         QCoreApplication::processEvents();
         EXPECT_GT(middleGrey(plane->grabFrame()), 150) << "after move " << move;
     }
-    ASSERT_TRUE(QTest::qWaitFor([&] { return volume->isReady(); }, waitMilliseconds));
+    ASSERT_TRUE(waitFor([&] { return volume->isReady(); }));
     EXPECT_GT(middleGrey(volume->grabFrame()), 30);
 
     for (const QSize& size : {QSize(1, 1), QSize(2, 300), QSize(0, 0), QSize(301, 199)}) {
@@ -112,13 +112,13 @@ TEST(RenderWindowWidget, KeepsNothingOfEarlierImages) {
         QSignalSpy ready(&volume, &VolumeView::volumeReady);
         plane.setImage(image);
         volume.setImage(image);
-        ASSERT_TRUE(ready.wait(waitMilliseconds));
+        ASSERT_TRUE(waitFor(ready));
         EXPECT_GT(middleGrey(plane.grabFrame()), 150);
         EXPECT_GT(middleGrey(volume.grabFrame()), 30);
         plane.clear();
         volume.clear();
         image.reset();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return watched.expired(); }, waitMilliseconds)) << round;
+        EXPECT_TRUE(waitFor([&] { return watched.expired(); })) << round;
     }
 }
 
@@ -143,7 +143,7 @@ TEST(RenderWindowWidget, ComposesTransparentChildrenOnTop) {
     plane.setImage(brightImage());
     QSignalSpy frames(&plane, &RenderWindowWidget::frameRendered);
     plane.show();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return plane.isUpToDate() && frames.count() > 0; }, waitMilliseconds));
+    ASSERT_TRUE(waitFor([&] { return plane.isUpToDate() && frames.count() > 0; }));
     const QImage grabbed = plane.grab().toImage();
     savePicture(grabbed, currentTestName() + QStringLiteral("-grab"));
     const QImage screen = plane.screen()->grabWindow(plane.winId()).toImage();

@@ -2,6 +2,7 @@
 
 #include "tests/rendering/PictureCheck.h"
 #include "tests/rendering/SyntheticImage.h"
+#include "tests/support/Waiting.h"
 
 #include <QMouseEvent>
 #include <QSignalSpy>
@@ -14,10 +15,9 @@
 
 using namespace zorbel::imaging;
 using namespace zorbel::imaging::test;
+using zorbel::test::waitFor;
 
 namespace {
-
-constexpr int waitMilliseconds = 120000;
 
 /// A dense ball off the middle inside soft tissue, in a volume stored in an arbitrary direction.
 template <class T>
@@ -75,7 +75,7 @@ Spot spotOf(const QImage& picture) {
 
 QImage stillPicture(VolumeView& view) {
     QSignalSpy still(&view, &VolumeView::stillFrameRendered);
-    EXPECT_TRUE(still.wait(waitMilliseconds));
+    EXPECT_TRUE(waitFor(still));
     const QImage picture = view.grabFrame();
     savePicture(picture, currentTestName());
     return picture;
@@ -164,7 +164,7 @@ TEST(VolumeView, SaysWhyItShowsNothingOrLess) {
     view.setImage(makeImage<std::int16_t>(
         longer, VoxelType::Int16, [](int column, int, int slice) { return column * 100 + slice; }));
     QSignalSpy ready(&view, &VolumeView::volumeReady);
-    ASSERT_TRUE(ready.wait(waitMilliseconds));
+    ASSERT_TRUE(waitFor(ready));
     EXPECT_TRUE(view.notice().startsWith(QStringLiteral("The 3D view shows a coarser copy")))
         << "software OpenGL";
     view.clear();
@@ -186,7 +186,7 @@ TEST(VolumeView, TurnsWithTheDragAndRefinesAtRest) {
         Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(&view, &drag);
     QTest::mouseRelease(&view, Qt::LeftButton, Qt::NoModifier, {160, 120});
-    ASSERT_TRUE(still.wait(waitMilliseconds));
+    ASSERT_TRUE(waitFor(still));
     // What lies in front follows the pointer.
     EXPECT_GT(spotOf(view.grabFrame()).position.x(), before.position.x() + 0.1);
 }
@@ -216,12 +216,9 @@ TEST(VolumeView, ComesBackFromEveryRefusalOfTheGraphicsCard) {
     takesSome = false;
     QSignalSpy noticed(&view, &VolumeView::noticeChanged);
     view.setImage(image);
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] {
-            return view.notice() ==
-                   QStringLiteral("The 3D view could not be drawn: there is not enough memory.");
-        },
-        waitMilliseconds));
+    EXPECT_TRUE(waitFor([&] {
+        return view.notice() == QStringLiteral("The 3D view could not be drawn: there is not enough memory.");
+    }));
     EXPECT_FALSE(view.isReady());
     takesSome = true;
     view.setImage(image);

@@ -140,7 +140,7 @@ std::vector<RecordedRequest> MisbehavingServer::requests() const {
 
 bool MisbehavingServer::waitForConcurrency(int count) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(10), [&] { return running_ >= count; });
+    return changed_.wait_for(lock, std::chrono::minutes(5), [&] { return running_ >= count; });
 }
 
 bool serveSession(Exchange& exchange) {

@@ -52,7 +52,7 @@ public:
 
     QString url(const QString& path = {}) const;
     std::vector<RecordedRequest> requests() const;
-    /// Waits until `count` scripts run at one time; false after ten seconds.
+    /// Waits until `count` scripts run at one time; false after five minutes.
     bool waitForConcurrency(int count);
 
 private:

@@ -2,6 +2,7 @@
 #include "demo/DemoService.h"
 #include "tests/cache/TestSeries.h"
 #include "tests/support/SignedInClient.h"
+#include "tests/support/Waiting.h"
 #include "viewer/window/MainWindow.h"
 
 #include <QAbstractButton>
@@ -46,7 +47,7 @@ protected:
         window_->onStudyDoubleClicked(
             study.orthancId, study.studyInstanceUID, study.patientName, study.modality, study.studyDate);
         EXPECT_TRUE(window_->findChild<QProgressBar*>(QStringLiteral("statusBusy"))->isVisible());
-        return displayed.wait(60000);
+        return test::waitFor(displayed);
     }
     QString text(const char* name) { return window_->findChild<QLabel*>(QString::fromLatin1(name))->text(); }
 
@@ -97,7 +98,7 @@ TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
     service_.setFault(demo::Fault::error("*/viewer-proxy/studies/*", 503, "Under maintenance", ""));
     window_->openStudy(broken);
     const auto box = [this] { return window_->findChild<QMessageBox*>(QStringLiteral("loadFailureBox")); };
-    ASSERT_TRUE(QTest::qWaitFor([&] { return box() != nullptr; }, 20000));
+    ASSERT_TRUE(test::waitFor([&] { return box() != nullptr; }));
     EXPECT_EQ(box()->windowTitle(), QStringLiteral("Load Error"));
     EXPECT_EQ(text("statusText"), QStringLiteral("Load failed — Under maintenance"));
     EXPECT_TRUE(text("viewerSubtitle").endsWith(shown.studyInstanceUID));
@@ -106,7 +107,7 @@ TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
     service_.clearFaults();
     QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);
     QTest::mouseClick(window_->findChild<QToolButton*>(QStringLiteral("toolbar-retry")), Qt::LeftButton);
-    ASSERT_TRUE(displayed.wait(60000));
+    ASSERT_TRUE(test::waitFor(displayed));
     EXPECT_TRUE(text("viewerSubtitle").endsWith(broken.studyInstanceUID));
 }
 

@@ -40,7 +40,7 @@ protected:
         window_->resize(1400, 900);
         window_->show();
         window_->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get(), 20000));
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get(), test::patienceMs));
     }
     std::filesystem::path folder() const { return folder_.filePath(QStringLiteral("state")).toStdString(); }
 
@@ -59,7 +59,7 @@ protected:
         result.volumetric = true;
         QSignalSpy drawn(workspace_, &ViewerWorkspace::imageDrawn);
         Q_EMIT window_->findChild<StudyLoadController*>()->imageReady(result);
-        EXPECT_TRUE(drawn.count() > 0 || drawn.wait(30000));
+        EXPECT_TRUE(test::waitFor(drawn));
     }
     void measure(double millimetres) {
         press(Qt::Key_L);
@@ -98,7 +98,7 @@ TEST_F(ReadingSessionTest, findsEverythingAgain) {
     press(Qt::Key_3);
     press(Qt::Key_M);
     press(Qt::Key_4, Qt::ControlModifier);
-    QTest::qWait(50); // the views take their new sizes
+    test::settle();
     workspace_->mpr().moveCrosshair({1.0, 20.0, 50.0});
     press(Qt::Key_P);
     const auto planes = workspace_->mpr().liveBases();

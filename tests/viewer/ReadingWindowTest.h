@@ -3,6 +3,7 @@
 #include "imaging/rendering/PlaneView.h"
 #include "resources/StyleSheet.h"
 #include "tests/rendering/SyntheticImage.h"
+#include "tests/support/Waiting.h"
 #include "viewer/mpr/MprController.h"
 #include "viewer/mpr/MprGuideOverlay.h"
 #include "viewer/window/MainWindow.h"
@@ -45,14 +46,14 @@ protected:
         window_->resize(1400, 900);
         window_->show();
         window_->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get(), 20000));
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get(), patienceMs));
     }
 
     void showVolume(const std::shared_ptr<const imaging::Image>& image = smallVolume()) {
         QSignalSpy drawn(workspace_, &ViewerWorkspace::imageDrawn);
         workspace_->showVolume(
             {QStringLiteral("1.2"), QStringLiteral("Doe"), QStringLiteral("CT"), QString()}, image);
-        EXPECT_TRUE(drawn.count() > 0 || drawn.wait(30000));
+        EXPECT_TRUE(waitFor(drawn));
         workspace_->setFocus();
     }
     void showPicture(
@@ -63,7 +64,7 @@ protected:
         workspace_->showImage(
             {QStringLiteral("1.3"), QStringLiteral("Doe"), type, QString()}, image,
             StudyClassification::classify(type, description));
-        EXPECT_TRUE(drawn.count() > 0 || drawn.wait(30000));
+        EXPECT_TRUE(waitFor(drawn));
         workspace_->setFocus();
     }
 

@@ -1,5 +1,6 @@
 #include "demo/DemoService.h"
 #include "tests/support/SignedInClient.h"
+#include "tests/support/Waiting.h"
 #include "viewer/studies/StudyBrowserWidget.h"
 #include "viewer/window/SeriesSelectionDialog.h"
 
@@ -53,7 +54,7 @@ protected:
     }
 
     bool waitForStatus(const QString& text) const {
-        return QTest::qWaitFor([&] { return status().contains(text); }, 20000);
+        return test::waitFor([&] { return status().contains(text); });
     }
     QString status() const {
         for (const auto* label : browser_->findChildren<QLabel*>())

@@ -88,7 +88,7 @@ TEST_F(Viewports, keepTheLoadingOverlayInTheMiddleAndItsCancelInReach) {
     QTest::mouseClick(child<QPushButton>(QStringLiteral("loadingCancel")), Qt::LeftButton);
     EXPECT_EQ(cancelled.count(), 1);
     window_->resize(1200, 760);
-    EXPECT_TRUE(QTest::qWaitFor([&] {
+    EXPECT_TRUE(test::waitFor([&] {
         return (overlay.geometry().center() - overlay.parentWidget()->rect().center()).manhattanLength() <= 2;
     }));
 }

@@ -60,7 +60,7 @@ protected:
     }
     void expectAllInSight(const std::string& where) {
         SCOPED_TRACE(where);
-        QTest::qWait(20);
+        test::settle();
         const auto all = frames();
         for (std::size_t index = 0; index < 4; ++index) {
             if (!all[index]->isVisible())
@@ -155,7 +155,7 @@ TEST_F(WorkspaceLayouts, leaveTheCrosshairWhereItIs) {
     const Vector3 point = crosshair();
     const auto check = [&](const char* where) {
         SCOPED_TRACE(where);
-        QTest::qWait(20);
+        test::settle();
         EXPECT_EQ(crosshair(), point);
         for (int plane = 0; plane < 3; ++plane) {
             EXPECT_NEAR(view(plane).navigation().plane().signedDistance(point), 0.0, 1e-9);
@@ -255,7 +255,7 @@ TEST_F(WorkspaceLayouts, keepNothingOfTheStudiesBefore) {
         press(Qt::Key_2);
         image.reset();
         workspace_->reset();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return alive.expired(); }, 20000)) << study;
+        EXPECT_TRUE(test::waitFor([&] { return alive.expired(); })) << study;
         if (study < 4)
             objects[study % 2] = count();
         else
@@ -272,8 +272,8 @@ TEST_F(WorkspaceLayouts, cutLongNamesSoThatTheSignOutStaysInSight) {
     for (const int width : {1100, 1440}) {
         window.resize(width, 700);
         window.show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(&window, 20000));
-        QTest::qWait(20);
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(&window, test::patienceMs));
+        test::settle();
         EXPECT_EQ(window.width(), width);
         for (const char* name : {"toolbar-studies", "toolbar-settings", "toolbar-signout"}) {
             const auto* button = window.findChild<QToolButton*>(QString::fromLatin1(name));
@@ -293,7 +293,7 @@ TEST_F(WorkspaceLayouts, cutTheStatusOnlyWhereThereIsNoRoom) {
     label->setText(QString(400, QLatin1Char('a')));
     child<QLabel>(QStringLiteral("statusSource"))->setText(QString(400, QLatin1Char('b')));
     window_->resize(window_->minimumSize());
-    QTest::qWait(20);
+    test::settle();
     EXPECT_EQ(window_->size(), window_->minimumSize());
     EXPECT_TRUE(label->shownText().endsWith(QChar(0x2026)));
     EXPECT_GE(label->width(), 250);

@@ -206,7 +206,7 @@ TEST_F(PhantomMeasurementTest, readsThePhantomsKnownTruthAtThreeZoomLevels) {
     const demo::JawPhantom phantom;
     showVolume(jaw(phantom));
     workspace_->perform(ShortcutAction::SetLayout, static_cast<int>(Layout::Single));
-    QTest::qWait(50);
+    test::settle();
     const Vector3 left = phantom.landmark("crown 36");
     const Vector3 right = phantom.landmark("crown 47");
     const Vector3 front = phantom.landmark("crown 41");
