@@ -19,7 +19,8 @@ void position(std::string_view text) {
     const auto read = readingPositionFrom(text);
     if (!read)
         return;
-    fuzz::require(areOrthogonal(read->axes), "the planes of a position that is applied are orthogonal");
+    for (const auto& [key, planes] : read->series)
+        fuzz::require(areOrthogonal(planes.axes), "the planes of a position that is applied are orthogonal");
     fuzz::require(readingPositionFrom(readingPositionText(*read)) == read, "a position reads back");
 }
 
@@ -27,10 +28,11 @@ void hanging(std::string_view text) {
     const auto read = hangingProtocolFrom(text);
     if (!read)
         return;
-    fuzz::require(
-        read->slabHalfSlices >= 1 && read->slabHalfSlices <= HangingProtocol::mostSlabHalfSlices &&
-            (!read->window || read->window->width > 0.0),
-        "a hanging protocol is within its limits");
+    for (const auto& [key, protocol] : read->series)
+        fuzz::require(
+            protocol.slabHalfSlices >= 1 && protocol.slabHalfSlices <= HangingProtocol::mostSlabHalfSlices &&
+                (!protocol.window || protocol.window->width > 0.0),
+            "a hanging protocol is within its limits");
     fuzz::require(hangingProtocolFrom(hangingProtocolText(*read)) == read, "a hanging protocol reads back");
 }
 

@@ -14,9 +14,9 @@ namespace zorbel {
 
 namespace {
 
-const QString axialMeasurements = QStringLiteral("axialMeasurements");
-const QString coronalMeasurements = QStringLiteral("coronalMeasurements");
-const QString imageMeasurements = QStringLiteral("imageMeasurements");
+const QString axialMeasurements = QStringLiteral("axialView");
+const QString coronalMeasurements = QStringLiteral("coronalView");
+const QString imageMeasurements = QStringLiteral("imageView");
 
 /// A point of a view, as shares of its width and height.
 struct Share {

@@ -2,8 +2,9 @@
 
 #include "imaging/rendering/PlaneView.h"
 #include "imaging/rendering/VolumeView.h"
-#include "viewer/mpr/MprGuideOverlay.h"
+#include "viewer/mpr/MprMode.h"
 #include "viewer/window/MainWindow.h"
+#include "viewer/window/StatusLine.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
@@ -26,6 +27,12 @@ namespace {
 
 constexpr int studyUidRole = Qt::UserRole + 3;
 
+/// What the mouse meets there: the widget, or what lies over all of it.
+QWidget* underPointer(QWidget* widget, const QPointF& position) {
+    QWidget* child = widget->childAt(position.toPoint());
+    return child && child->size() == widget->size() ? child : widget;
+}
+
 void sendMouse(QWidget* widget, QEvent::Type type, const QPointF& position, Qt::KeyboardModifiers modifiers) {
     const bool moves = type == QEvent::MouseMove;
     const bool releases = type == QEvent::MouseButtonRelease;
@@ -44,6 +51,8 @@ MainWindow* TourHands::mainWindow() {
             continue;
         if (main != watched_) {
             watched_ = main;
+            if (auto* status = main->findChild<StatusLine*>())
+                status->setPatience(0); // what a stop waits to read must not go
             connect(main, &MainWindow::studyDisplayed, this, [this](qint64 milliseconds) {
                 displayed_ = true;
                 std::printf("drawn %lld ms after the double-click\n", static_cast<long long>(milliseconds));
@@ -85,7 +94,7 @@ bool TourHands::takeKeyboard() {
 
 void TourHands::click(const QString& objectName) {
     if (auto* widget = visible(objectName))
-        QTest::mouseClick(widget, Qt::LeftButton);
+        QTest::mouseClick(underPointer(widget, QPointF(widget->rect().center())), Qt::LeftButton);
 }
 
 void TourHands::type(const QString& objectName, const QString& text) {
@@ -132,6 +141,7 @@ void TourHands::drag(
     auto* widget = visible(objectName);
     if (!widget || path.empty())
         return;
+    widget = underPointer(widget, path.front());
     sendMouse(widget, QEvent::MouseButtonPress, path.front(), modifiers);
     for (const QPointF& point : path)
         sendMouse(widget, QEvent::MouseMove, point, modifiers);
@@ -140,12 +150,11 @@ void TourHands::drag(
 
 void TourHands::turnPlanes() {
     press(Qt::Key_R);
-    const QString axialGuide = QStringLiteral("axialGuide");
-    const auto* guide = find<MprGuideOverlay>(axialGuide);
+    const MprGuide* guide = axialGuide();
     if (!guide)
         return;
-    const Point2 center = guide->guide().view().center;
-    const Point2 handle = guide->guide().handles(0).rotation[0];
+    const Point2 center = guide->view().center;
+    const Point2 handle = guide->handles(0).rotation[0];
     const double radius = length(handle - center);
     const double begin = std::atan2(handle.y - center.y, handle.x - center.x);
     std::vector<QPointF> path;
@@ -153,7 +162,14 @@ void TourHands::turnPlanes() {
         const double angle = begin + 2.0 * step * std::numbers::pi / 180.0;
         path.emplace_back(center.x + radius * std::cos(angle), center.y + radius * std::sin(angle));
     }
-    drag(axialGuide, path, Qt::ShiftModifier);
+    drag(QStringLiteral("axialView"), path, Qt::ShiftModifier);
+}
+
+const MprGuide* TourHands::axialGuide() const {
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (const auto* mode = window->isVisible() ? window->findChild<MprMode*>() : nullptr)
+            return &mode->pane(0).guide().guide();
+    return nullptr;
 }
 
 void TourHands::closeMessage() {

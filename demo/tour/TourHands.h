@@ -13,6 +13,7 @@ class QWidget;
 namespace zorbel {
 
 class MainWindow;
+class MprGuide;
 
 /// The tour's hands and eyes: finds the program's widgets by their object names, sends them the events of
 /// mouse and keyboard, and sees what the program shows. What is not on the screen is not touched, so that the
@@ -52,6 +53,8 @@ public:
     /// Takes a rotation handle of the axial view and leads it around the crosshair, a little less than 30°:
     /// Shift makes it that.
     void turnPlanes();
+    /// Null while no planes are shown.
+    const MprGuide* axialGuide() const;
     void closeMessage();
 
     /// −1 when no row of the study list holds the text.

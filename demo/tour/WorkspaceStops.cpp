@@ -4,8 +4,8 @@
 #include "imaging/display/VolumePreset.h"
 #include "imaging/planes/Slab.h"
 #include "imaging/rendering/PlaneView.h"
-#include "viewer/mpr/MprGuideOverlay.h"
 #include "viewer/reading/display/WindowPresets.h"
+#include "viewer/reading/planes/MprGuide.h"
 
 #include <QComboBox>
 #include <QTest>
@@ -19,7 +19,6 @@ namespace zorbel {
 namespace {
 
 const QString axialView = QStringLiteral("axialView");
-const QString axialGuide = QStringLiteral("axialGuide");
 const QString volumeView = QStringLiteral("volumeView");
 
 /// "3D CT B/W" becomes "3d-ct-b-w".
@@ -59,10 +58,10 @@ void planLayouts(GuidedTour& tour) {
 }
 
 double lineAngle(const TourHands& hands) {
-    const auto* guide = hands.find<MprGuideOverlay>(axialGuide);
+    const MprGuide* guide = hands.axialGuide();
     if (!guide)
         return 0.0;
-    const Point2& direction = guide->guide().view().lines[0].direction;
+    const Point2& direction = guide->view().lines[0].direction;
     return std::atan2(direction.y, direction.x);
 }
 

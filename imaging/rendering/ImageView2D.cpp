@@ -85,6 +85,13 @@ void ImageView2D::setWindow(double center, double width) {
     setVoi(window);
 }
 
+void ImageView2D::setOwnVoi() {
+    if (!shown_)
+        return;
+    setVoi(initialVoi(*shown_));
+    ownVoi_ = true;
+}
+
 void ImageView2D::setVoi(const VoiChoice& voi) {
     voi_ = voi;
     ownVoi_ = false;
@@ -144,6 +151,15 @@ void ImageView2D::panBy(const QPointF& pixels) {
     if (!image_)
         return;
     center_ += pixels;
+    fitted_ = false;
+    changed();
+}
+
+void ImageView2D::lookAt(const QPointF& position, double scale) {
+    if (!image_ || !(scale > 0.0))
+        return;
+    scale_ = scale;
+    center_ += QPointF(width() / 2.0, height() / 2.0) - imageToWidget(position);
     fitted_ = false;
     changed();
 }

@@ -42,6 +42,8 @@ public:
     /// A LINEAR window instead of the file's own.
     void setWindow(double center, double width);
     void setVoi(const VoiChoice& voi);
+    /// Back to the file's own.
+    void setOwnVoi();
     const VoiChoice& voi() const { return voi_; }
     /// Exchanges black and white of what the image shows by itself.
     void setInverted(bool inverted);
@@ -63,6 +65,10 @@ public:
     void panBy(const QPointF& pixels);
     /// Logical pixels for the shorter side of an image pixel.
     double scale() const { return scale_; }
+    /// Not zoomed or moved since fitToView().
+    bool isFitted() const { return fitted_; }
+    /// A position in the image comes to the middle of the widget.
+    void lookAt(const QPointF& position, double scale);
 
     QPointF imageToWidget(const QPointF& position) const;
     QPointF widgetToImage(const QPointF& position) const;

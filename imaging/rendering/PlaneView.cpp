@@ -151,6 +151,16 @@ void PlaneView::panBy(const QPointF& pixels) {
     Q_EMIT viewChanged();
 }
 
+void PlaneView::lookAt(const Vector3& point, double millimetresPerPixel) {
+    if (!image_ || !(millimetresPerPixel > 0.0))
+        return;
+    fitted_ = false;
+    cameraCenter_ = point;
+    millimetresPerPixel_ = millimetresPerPixel;
+    requestUpdate();
+    Q_EMIT viewChanged();
+}
+
 QPointF PlaneView::worldToWidget(const Vector3& point) const {
     const auto [right, down] = navigation_.plane().movedTo(cameraCenter()).toPlane(point);
     return {width() / 2.0 + right / millimetresPerPixel_, height() / 2.0 + down / millimetresPerPixel_};

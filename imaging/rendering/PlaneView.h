@@ -65,6 +65,12 @@ public:
     /// Moves the picture with the pointer.
     void panBy(const QPointF& pixels);
     double millimetresPerPixel() const { return millimetresPerPixel_; }
+    /// Not zoomed or moved since fitToView().
+    bool isFitted() const { return fitted_; }
+    /// The point of the patient that, projected on the plane, is at the middle of the widget.
+    const Vector3& lookedAt() const { return cameraCenter_; }
+    /// As it was zoomed and moved before.
+    void lookAt(const Vector3& point, double millimetresPerPixel);
 
     /// Of a point off the plane: of its projection.
     QPointF worldToWidget(const Vector3& point) const;

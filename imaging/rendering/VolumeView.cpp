@@ -464,6 +464,16 @@ void VolumeView::refine() {
     nextPart_.start(0);
 }
 
+void VolumeView::completePicture() {
+    if (phase_ == Phase::Moving) {
+        rest_.stop();
+        startRefining();
+    }
+    while (phase_ == Phase::Refining && scene_)
+        refine();
+    nextPart_.stop();
+}
+
 void VolumeView::mousePressEvent(QMouseEvent* event) {
     lastPosition_ = event->position();
     event->accept();

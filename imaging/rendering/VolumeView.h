@@ -69,6 +69,10 @@ public:
     void setPaused(bool paused);
     bool isPaused() const { return paused_; }
 
+    /// Computes the picture in full quality at once, so that what is grabbed next has it. Waits for it: on
+    /// software OpenGL seconds.
+    void completePicture();
+
     /// For the reader: why there is no picture, or only a reduced one; empty when all is well.
     const QString& notice() const { return notice_; }
 

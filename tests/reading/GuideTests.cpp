@@ -198,7 +198,7 @@ TEST(MprGuide, turnsSmoothlyThroughTheHalfTurnAndFullCircles) {
     EXPECT_NEAR(total, 720.0 * degree, 1e-9);
     EXPECT_FALSE(guide.move(around(guide.view().center, 60.0, 180.0), false)) << "further in, no turn";
     EXPECT_FALSE(guide.move(guide.view().center, false)) << "the centre has no direction";
-    guide.release({});
+    guide.cancel();
     EXPECT_EQ(guide.dragState(), Drag::None);
     EXPECT_FALSE(guide.move({0.0, 0.0}, false));
 }
@@ -242,9 +242,10 @@ TEST(MprGuide, lineDragMovesTheCrosshairAcrossTheLineOnly) {
 TEST(MprGuide, endsADragWithItsStudyAndItsMode) {
     MprGuide guide = rotatingGuide();
     guide.press({300.0, 203.0});
-    guide.setMode(GuideMode::Pan);
+    guide.setMode(GuideMode::None);
     EXPECT_EQ(guide.dragState(), Drag::None);
-    guide.press({10.0, 20.0});
+    guide.setMode(GuideMode::Rotate);
+    guide.press({300.0, 203.0});
     MprGuide::View view = guide.view();
     view.active = false;
     guide.setView(view);

@@ -1,37 +1,35 @@
+#include "viewer/reading/planes/MprViewports.h"
 #include "viewer/reading/workspace/LayoutModel.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 namespace zorbel {
 namespace {
 
 LayoutModel shownVolume() {
-    LayoutModel model;
-    model.setVolumeShown(true);
-    return model;
+    return LayoutModel(mprViewports());
 }
 
 TEST(CellPlan, fillsTheGridOfEveryLayoutWithoutGapsOrOverlaps) {
     for (const Layout layout : {Layout::Quad, Layout::Single, Layout::SideBySide, Layout::PrimaryPlusThree}) {
         for (int primary = AxialViewport; primary <= VolumeViewport; ++primary) {
-            const CellPlan plan = cellPlan(layout, primary);
-            std::array<std::array<int, 2>, 3> taken{};
+            const CellPlan plan = cellPlan(mprViewports(), layout, primary);
+            std::map<std::pair<int, int>, int> taken;
             for (const auto& cell : plan.cells) {
                 EXPECT_EQ(cell.visible, cell.rowSpan > 0);
-                for (int row = cell.row; row < cell.row + cell.rowSpan; ++row) {
+                for (int row = cell.row; row < cell.row + cell.rowSpan; ++row)
                     for (int column = cell.column; column < cell.column + cell.columnSpan; ++column)
-                        ++taken.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column));
-                }
+                        ++taken[{row, column}];
             }
-            for (int row = 0; row < 3; ++row) {
-                EXPECT_EQ(plan.rowStretch.at(static_cast<std::size_t>(row)) > 0, row < plan.rows);
-                for (int column = 0; column < 2; ++column)
-                    EXPECT_EQ(
-                        taken.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column)),
-                        row < plan.rows && column < plan.columns)
-                        << layoutName(layout) << " around " << primary;
+            EXPECT_EQ(taken.size(), static_cast<std::size_t>(plan.rows() * plan.columns()));
+            for (const auto& [place, times] : taken) {
+                EXPECT_EQ(times, 1) << layoutName(layout) << " around " << primary;
+                EXPECT_LT(place.first, plan.rows());
+                EXPECT_LT(place.second, plan.columns());
             }
         }
     }
@@ -98,7 +96,7 @@ TEST(LayoutModel, focusesTheVolumeAndRestoresWhatWasThere) {
     model.setLayoutFromShortcut(Layout::PrimaryPlusThree);
     const CellPlan before = model.cellPlan();
 
-    EXPECT_EQ(model.toggleVolumeFocus().layoutText, "Focused 3D view");
+    EXPECT_EQ(model.toggleFocus(VolumeViewport).layoutText, "Focused 3D view");
     EXPECT_EQ(model.activeViewport(), VolumeViewport);
     const CellPlan focused = model.cellPlan();
     EXPECT_EQ(focused.cells[VolumeViewport], (CellPlan::Cell{0, 0, 1, 1, true}));
@@ -106,34 +104,28 @@ TEST(LayoutModel, focusesTheVolumeAndRestoresWhatWasThere) {
         std::count_if(focused.cells.begin(), focused.cells.end(), [](const auto& c) { return c.visible; }),
         1);
 
-    EXPECT_EQ(model.toggleVolumeFocus().layoutText, "Restored MPR + 3D layout");
+    EXPECT_EQ(model.toggleFocus(VolumeViewport).layoutText, "Restored MPR + 3D layout");
     EXPECT_EQ(model.cellPlan().cells, before.cells);
 
     // A layout request ends the focus, and Space does not take it for a maximised plane.
-    model.toggleVolumeFocus();
+    model.toggleFocus(VolumeViewport);
     EXPECT_EQ(model.toggleMaximise(model.activeViewport()).layoutText, "Axial maximised");
-    EXPECT_FALSE(model.isVolumeFocused());
-    model.toggleVolumeFocus();
+    EXPECT_LT(model.focusedViewport(), 0);
+    model.toggleFocus(VolumeViewport);
     EXPECT_EQ(model.toggleMaximise(AxialViewport).layoutText, "Axial maximised");
     EXPECT_TRUE(model.cellPlan().cells[AxialViewport].visible);
 }
 
-TEST(LayoutModel, leavesTheGridAloneWithoutAVolume) {
-    LayoutModel model = shownVolume();
-    model.setActiveViewport(SagittalViewport);
-    model.setLayoutFromShortcut(Layout::SideBySide);
-    model.setVolumeShown(false);
-    EXPECT_EQ(model.layout(), Layout::Quad);
-    EXPECT_EQ(model.activeViewport(), AxialViewport);
-
+TEST(LayoutModel, ofOneViewportHasNoLayouts) {
+    LayoutModel model({{"2D"}});
     for (const LayoutChange& change :
-         {model.setLayoutFromShortcut(Layout::Single), model.toggleMaximise(CoronalViewport),
-          model.toggleVolumeFocus(), model.applyLayout(Layout::Single, 1)}) {
+         {model.setLayoutFromShortcut(Layout::Single), model.toggleMaximise(0), model.toggleFocus(0),
+          model.applyLayout(Layout::PrimaryPlusThree, 1)}) {
         EXPECT_FALSE(change.layout);
         EXPECT_TRUE(change.layoutText.empty());
     }
-    EXPECT_EQ(model.layout(), Layout::Quad);
-    EXPECT_FALSE(model.setActiveViewport(4).active);
+    EXPECT_EQ(model.cellPlan().cells, (std::vector<CellPlan::Cell>{{0, 0, 1, 1, true}}));
+    EXPECT_FALSE(model.setActiveViewport(1).active);
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 #include "cache/StudyLoadController.h"
 #include "viewer/findings/DentalChart.h"
 #include "viewer/measuring/MeasurementController.h"
-#include "viewer/measuring/MeasurementOverlay.h"
+#include "viewer/tools/ToolLayer.h"
 
 #include <QComboBox>
 #include <QDialog>
@@ -26,8 +26,10 @@ protected:
 
     /// `crashed`: a window that is not closed before leaves what a kill leaves.
     void restart(bool crashed = false, const QString& linkedStudy = {}) {
-        if (window_ && !crashed)
-            window_->close();
+        if (window_ && !crashed) {
+            window_->close(); // when all is written
+            EXPECT_TRUE(test::waitFor([this] { return !window_->isVisible(); }));
+        }
         window_.reset();
         ApiClientConfig config;
         config.baseUrl = QStringLiteral("http://127.0.0.1:9");
@@ -37,6 +39,7 @@ protected:
         options.linkedStudy = linkedStudy;
         window_ = std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), options);
         workspace_ = window_->findChild<ViewerWorkspace*>();
+        window_->findChild<StatusLine*>()->setPatience(0);
         window_->resize(1400, 900);
         window_->show();
         window_->activateWindow();
@@ -63,7 +66,7 @@ protected:
     }
     void measure(double millimetres) {
         press(Qt::Key_L);
-        auto& overlay = *child<MeasurementOverlay>(QStringLiteral("axialMeasurements"));
+        auto& overlay = *child<ToolLayer>(QStringLiteral("axialTools"));
         // Each on a line of its own: a press on one that is there would take hold of it.
         const QPointF from =
             crosshairIn(0) + QPointF(-20.0, 30.0 + 25.0 * static_cast<double>(measurements().size()));
@@ -92,16 +95,16 @@ TEST_F(ReadingSessionTest, findsEverythingAgain) {
     open("1.2.3");
     measure(10.0);
     press(Qt::Key_R);
-    const auto handles = guide(0).guide().handles(0);
+    const auto handles = guideOf(0).handles(0);
     const QPointF from(handles.rotation[0].x, handles.rotation[0].y);
-    drag(guide(0), {from, from + QPointF(-30.0, 60.0)});
+    drag(tools(0), {from, from + QPointF(-30.0, 60.0)});
     press(Qt::Key_3);
     press(Qt::Key_M);
     press(Qt::Key_4, Qt::ControlModifier);
     test::settle();
-    workspace_->mpr().moveCrosshair({1.0, 20.0, 50.0});
+    mpr().goTo({1.0, 20.0, 50.0});
     press(Qt::Key_P);
-    const auto planes = workspace_->mpr().liveBases();
+    const auto planes = mpr().liveBases();
     ASSERT_GT(std::abs(planes[1].axis0[1]), 0.1) << "the coronal plane was turned";
 
     restart();
@@ -109,13 +112,13 @@ TEST_F(ReadingSessionTest, findsEverythingAgain) {
     ASSERT_EQ(measurements().size(), 1u);
     EXPECT_EQ(workspace_->measurements().valuesOf(measurements()[0]).label.substr(0, 8), "10.00 mm");
     for (std::size_t plane = 0; plane < 3; ++plane) {
-        test::expectNear(workspace_->mpr().liveBases()[plane].axis0, planes[plane].axis0);
-        test::expectNear(workspace_->mpr().liveBases()[plane].axis1, planes[plane].axis1);
+        test::expectNear(mpr().liveBases()[plane].axis0, planes[plane].axis0);
+        test::expectNear(mpr().liveBases()[plane].axis1, planes[plane].axis1);
     }
     test::expectNear(crosshair(), {1.0, 20.0, 50.0});
-    EXPECT_EQ(workspace_->layout().layout(), Layout::PrimaryPlusThree);
-    EXPECT_EQ(workspace_->mpr().window().width, 400.0);
-    EXPECT_TRUE(workspace_->mpr().slab().isEnabled());
+    EXPECT_EQ(layout().layout(), Layout::PrimaryPlusThree);
+    EXPECT_EQ(mpr().window().width, 400.0);
+    EXPECT_TRUE(mpr().slab().isEnabled());
     EXPECT_EQ(workspace_->tool(), Tool::Pan);
     EXPECT_EQ(status(), "Volumetric DICOM fallback loaded in MPR mode (CT).")
         << "not what the restored tool says";
@@ -126,7 +129,7 @@ TEST_F(ReadingSessionTest, keepsEachStudysRecordsApart) {
     measure(10.0);
     open("1.2.4");
     EXPECT_TRUE(measurements().empty());
-    EXPECT_EQ(workspace_->layout().layout(), Layout::Quad);
+    EXPECT_EQ(layout().layout(), Layout::Quad);
     measure(5.0);
     measure(7.0);
     open("1.2.3");
@@ -171,7 +174,7 @@ TEST_F(ReadingSessionTest, recordsFindingsByToothAndRegion) {
 
     restart();
     open("1.2.3");
-    workspace_->mpr().moveCrosshair({1.0, 20.0, 50.0});
+    mpr().goTo({1.0, 20.0, 50.0});
     auto& again = findings();
     auto* rows = again.findChild<QTableWidget*>();
     ASSERT_EQ(rows->rowCount(), 1);
@@ -188,9 +191,9 @@ TEST_F(ReadingSessionTest, capturesTheActiveViewportWithItsOverlays) {
     QImage plain;
     for (int number = 1; number <= 2; ++number) {
         press(Qt::Key_K, Qt::ControlModifier);
-        EXPECT_EQ(
-            status(), "Key image " + std::to_string(number) + " captured (" + std::to_string(number) +
-                          " held for the report)");
+        const std::string done = "Key image " + std::to_string(number) + " captured (" +
+                                 std::to_string(number) + " held for the report)";
+        EXPECT_TRUE(test::waitFor([&] { return status() == done; })) << status();
         const QImage picture(QString::fromStdString(
             (folder() / "keyimages/1.2.3" / ("key-" + std::to_string(number) + ".png")).string()));
         EXPECT_EQ(picture.size(), (QSizeF(view(0).size()) * view(0).devicePixelRatioF()).toSize());

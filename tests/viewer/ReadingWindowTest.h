@@ -4,9 +4,12 @@
 #include "resources/StyleSheet.h"
 #include "tests/rendering/SyntheticImage.h"
 #include "tests/support/Waiting.h"
-#include "viewer/mpr/MprController.h"
-#include "viewer/mpr/MprGuideOverlay.h"
+#include "viewer/mpr/MprMode.h"
+#include "viewer/reading/planes/MprViewports.h"
+#include "viewer/studies/ImageKinds.h"
+#include "viewer/tools/ToolLayer.h"
 #include "viewer/window/MainWindow.h"
+#include "viewer/window/StatusLine.h"
 #include "viewer/workspace/ViewerWorkspace.h"
 
 #include <QApplication>
@@ -43,6 +46,7 @@ protected:
         window_ =
             std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), MainWindowOptions{});
         workspace_ = window_->findChild<ViewerWorkspace*>();
+        window_->findChild<StatusLine*>()->setPatience(0);
         window_->resize(1400, 900);
         window_->show();
         window_->activateWindow();
@@ -50,20 +54,27 @@ protected:
     }
 
     void showVolume(const std::shared_ptr<const imaging::Image>& image = smallVolume()) {
-        QSignalSpy drawn(workspace_, &ViewerWorkspace::imageDrawn);
-        workspace_->showVolume(
-            {QStringLiteral("1.2"), QStringLiteral("Doe"), QStringLiteral("CT"), QString()}, image);
-        EXPECT_TRUE(waitFor(drawn));
-        workspace_->setFocus();
+        show(StudyIdentity{{}, "1.2", "Doe", "CT", {}}, image, "CT", {}, true);
     }
     void showPicture(
         const std::shared_ptr<const imaging::Image>& image, const char* modality,
         const QString& description = {}) {
+        show(StudyIdentity{{}, "1.3", "Doe", modality, {}}, image, modality, description, false);
+    }
+    /// The reading goes on where the study is the one that is open.
+    void show(
+        const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image, const char* modality,
+        const QString& description, bool volumetric) {
+        if (!reading_ || reading_->identity() != study)
+            reading_ = std::make_shared<StudyReading>(study);
+        StudySeries series;
+        series.image = image;
+        series.modality = modality;
+        series.kind = imageKindOf(QString::fromLatin1(modality), description, volumetric);
+        series.key = StudySeries::keyOf(*image, series.kind);
         QSignalSpy drawn(workspace_, &ViewerWorkspace::imageDrawn);
-        const QString type = QString::fromLatin1(modality);
-        workspace_->showImage(
-            {QStringLiteral("1.3"), QStringLiteral("Doe"), type, QString()}, image,
-            StudyClassification::classify(type, description));
+        reading_->show(series);
+        EXPECT_TRUE(workspace_->show(reading_));
         EXPECT_TRUE(waitFor(drawn));
         workspace_->setFocus();
     }
@@ -85,10 +96,11 @@ protected:
     imaging::PlaneView& view(int plane) {
         return *child<imaging::PlaneView>(planeName(plane) + QStringLiteral("View"));
     }
-    MprGuideOverlay& guide(int plane) {
-        return *child<MprGuideOverlay>(planeName(plane) + QStringLiteral("Guide"));
-    }
-    const imaging::Vector3& crosshair() { return workspace_->mpr().crosshair(); }
+    ToolLayer& tools(int plane) { return *child<ToolLayer>(planeName(plane) + QStringLiteral("Tools")); }
+    MprMode& mpr() { return *workspace_->findChild<MprMode*>(); }
+    const MprGuide& guideOf(int plane) { return mpr().pane(plane).guide().guide(); }
+    const LayoutModel& layout() { return workspace_->mode()->layout(); }
+    const imaging::Vector3& crosshair() { return mpr().crosshair(); }
     QPointF crosshairIn(int plane) { return view(plane).worldToWidget(crosshair()); }
 
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
@@ -132,6 +144,7 @@ protected:
         qApp->notify(&widget, &event);
     }
 
+    std::shared_ptr<StudyReading> reading_;
     std::unique_ptr<MainWindow> window_;
     ViewerWorkspace* workspace_ = nullptr;
 };

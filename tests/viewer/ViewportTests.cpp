@@ -39,8 +39,8 @@ TEST_F(Viewports, scrollByButtonsInTheActivePlane) {
     press(Qt::Key_W); // with the crosshair tool a click would move the crosshair, and the axial plane with it
     const std::string axial = sliceLabel("axialViewport");
     const std::string coronal = sliceLabel("coronalViewport");
-    QTest::mouseClick(&guide(1), Qt::LeftButton);
-    EXPECT_EQ(workspace_->layout().activeViewport(), CoronalViewport);
+    QTest::mouseClick(&tools(1), Qt::LeftButton);
+    EXPECT_EQ(layout().activeViewport(), CoronalViewport);
     click("rail-next");
     EXPECT_NE(sliceLabel("coronalViewport"), coronal);
     click("rail-prev");
@@ -58,9 +58,9 @@ TEST_F(Viewports, zoomWithTheRightButtonAndMoveWithTheMiddleOne) {
     const auto below = axial.widgetToWorld(anchor);
     const double scale = axial.millimetresPerPixel();
     const auto drag = [&](Qt::MouseButton button, const QPoint& way) {
-        QTest::mousePress(&axial, button, Qt::NoModifier, anchor);
-        QTest::mouseMove(&axial, anchor + way);
-        QTest::mouseRelease(&axial, button, Qt::NoModifier, anchor + way);
+        QTest::mousePress(&tools(0), button, Qt::NoModifier, anchor);
+        QTest::mouseMove(&tools(0), anchor + way);
+        QTest::mouseRelease(&tools(0), button, Qt::NoModifier, anchor + way);
     };
     drag(Qt::RightButton, {0, -60});
     EXPECT_LT(axial.millimetresPerPixel(), scale * 0.8);

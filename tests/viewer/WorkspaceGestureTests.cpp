@@ -28,7 +28,7 @@ protected:
     WorkspaceGestures() { showVolume(); }
 
     const GuideLine& line(int plane, int index) {
-        return guide(plane).guide().view().lines.at(static_cast<std::size_t>(index));
+        return guideOf(plane).view().lines.at(static_cast<std::size_t>(index));
     }
     /// Off the middle and enlarged, so that what works only there is seen.
     void zoomAndPan() {
@@ -36,12 +36,12 @@ protected:
             view(plane).zoomBy(1.7, {90.0, 70.0});
             view(plane).panBy({31.0 - 7.0 * plane, 12.5});
         }
-        drag(guide(0), {crosshairIn(0), crosshairIn(0) + QPointF(-23, 14)});
+        drag(tools(0), {crosshairIn(0), crosshairIn(0) + QPointF(-23, 14)});
     }
     /// Drags a line's rotation handle round the centre by these degrees, in steps of a few.
     void turn(int plane, int index, double degrees, Qt::KeyboardModifiers modifiers) {
         const QPointF center = crosshairIn(plane);
-        const QPointF handle = toQt(guide(plane).guide().handles(index).rotation[0]);
+        const QPointF handle = toQt(guideOf(plane).handles(index).rotation[0]);
         const double start = std::atan2(handle.y() - center.y(), handle.x() - center.x());
         const double radius = std::hypot(handle.x() - center.x(), handle.y() - center.y());
         std::vector<QPointF> way{handle};
@@ -50,7 +50,7 @@ protected:
             const double angle = start + degrees * step / steps * std::numbers::pi / 180.0;
             way.push_back(center + QPointF(std::cos(angle), std::sin(angle)) * radius);
         }
-        drag(guide(plane), way, modifiers);
+        drag(tools(plane), way, modifiers);
     }
 };
 
@@ -117,10 +117,10 @@ TEST_F(WorkspaceGestures, setTheSlabByItsHandles) {
     for (int source = 0; source < 3; ++source) {
         for (int index = 0; index < 2; ++index) {
             SCOPED_TRACE(testing::Message() << source << " line " << index);
-            auto& overlay = guide(source);
+            auto& overlay = tools(source);
             const auto& navigation = view(static_cast<int>(line(source, index).plane)).navigation();
             const auto pull = [&](std::size_t end, double slices) {
-                const QPointF handle = toQt(overlay.guide().handles(index).slab[end]);
+                const QPointF handle = toQt(guideOf(source).handles(index).slab[end]);
                 const QPointF outwards =
                     toQt(perpendicular(line(source, index).direction)) * (end == 0 ? 1.0 : -1.0);
                 const double pixels =
@@ -129,10 +129,10 @@ TEST_F(WorkspaceGestures, setTheSlabByItsHandles) {
                 drag(overlay, {handle, handle + outwards * pixels / 2.0, handle + outwards * pixels + askew});
             };
             pull(0, 8.7); // from the line itself: thickness 8.7 slices
-            EXPECT_TRUE(workspace_->mpr().slab().isEnabled());
-            EXPECT_EQ(workspace_->mpr().slab().sliceCount(), 9);
+            EXPECT_TRUE(mpr().slab().isEnabled());
+            EXPECT_EQ(mpr().slab().sliceCount(), 9);
             pull(1, 6.0); // 6 more, at the other end of the line
-            EXPECT_EQ(workspace_->mpr().slab().sliceCount(), 15);
+            EXPECT_EQ(mpr().slab().sliceCount(), 15);
             EXPECT_EQ(text("slabText"), "Thick slab: 15 slices");
             EXPECT_EQ(
                 status(), "MPR thick slab enabled (15 slices on " +
@@ -141,7 +141,7 @@ TEST_F(WorkspaceGestures, setTheSlabByItsHandles) {
             for (int plane = 0; plane < 3; ++plane)
                 EXPECT_EQ(view(plane).slabCount(), 15);
             pull(0, 400.0);
-            EXPECT_EQ(workspace_->mpr().slab().sliceCount(), 51);
+            EXPECT_EQ(mpr().slab().sliceCount(), 51);
             pull(1, -400.0);
             EXPECT_EQ(status(), "MPR thick slab disabled");
             EXPECT_EQ(text("slabText"), "Single slice");
@@ -156,9 +156,9 @@ TEST_F(WorkspaceGestures, moveOnePlaneByTheBodyOfItsLine) {
     for (int source = 0; source < 3; ++source) {
         for (int index = 0; index < 2; ++index) {
             SCOPED_TRACE(testing::Message() << source << " line " << index);
-            const auto handles = guide(source).guide().handles(index);
+            const auto handles = guideOf(source).handles(index);
             const QPointF grip = (toQt(handles.rotation[1]) + toQt(handles.slab[1])) / 2.0;
-            ASSERT_EQ(guide(source).guide().hitTest({grip.x(), grip.y()}).kind, Kind::LineBody);
+            ASSERT_EQ(guideOf(source).hitTest({grip.x(), grip.y()}).kind, Kind::LineBody);
             const QPointF along = toQt(line(source, index).direction);
             const QPointF across = toQt(perpendicular(line(source, index).direction));
             const int moved = static_cast<int>(line(source, index).plane);
@@ -166,7 +166,7 @@ TEST_F(WorkspaceGestures, moveOnePlaneByTheBodyOfItsLine) {
             const QPointF before = crosshairIn(source);
             const auto stillPlane = view(still).navigation().plane();
             const auto sourcePlane = view(source).navigation().plane();
-            drag(guide(source), {grip, grip + across * 8.0, grip + across * 17.0 + along * 30.0});
+            drag(tools(source), {grip, grip + across * 8.0, grip + across * 17.0 + along * 30.0});
             expectNear(crosshairIn(source), before + across * 17.0, 1e-3);
             EXPECT_NEAR(view(moved).navigation().plane().signedDistance(crosshair()), 0.0, 1e-5);
             EXPECT_NEAR(stillPlane.signedDistance(view(still).navigation().plane().center()), 0.0, 1e-5);
@@ -175,10 +175,10 @@ TEST_F(WorkspaceGestures, moveOnePlaneByTheBodyOfItsLine) {
     }
     // Nothing is taken hold of where the lines are hidden.
     const Vector3 point = crosshair();
-    const auto handle = toQt(guide(0).guide().handles(0).rotation[0]);
+    const auto handle = toQt(guideOf(0).handles(0).rotation[0]);
     press(Qt::Key_X);
     const auto other = view(1).navigation().plane();
-    drag(guide(0), {handle, handle + QPointF(40, 40)});
+    drag(tools(0), {handle, handle + QPointF(40, 40)});
     EXPECT_EQ(crosshair(), point);
     EXPECT_EQ(view(1).navigation().plane().axisVector(0), other.axisVector(0));
 }
@@ -192,17 +192,17 @@ TEST_F(WorkspaceGestures, moveTheCrosshairByCentreClickWheelAndKeys) {
         const QPointF grip = crosshairIn(plane) + QPointF(14, -14); // within 24 pixels
         const QPointF target = crosshairIn(plane) + QPointF(50.25, 31.5);
         const Vector3 wanted = view(plane).widgetToWorld(target);
-        drag(guide(plane), {grip, target});
+        drag(tools(plane), {grip, target});
         expectNear(crosshair(), wanted);
         for (int other = 0; other < 3; ++other)
             EXPECT_NEAR(view(other).navigation().plane().signedDistance(wanted), 0.0, 1e-5);
-        EXPECT_EQ(workspace_->layout().activeViewport(), plane);
+        EXPECT_EQ(layout().activeViewport(), plane);
         const QPointF beside = (crosshairIn(plane) - QPointF(60, 45)).toPoint(); // as Qt hands it through
         const Vector3 clicked = view(plane).widgetToWorld(beside);
-        drag(guide(plane), {beside});
+        drag(tools(plane), {beside});
         expectNear(crosshair(), clicked);
         // Beyond the volume's side: its outermost voxels.
-        drag(guide(plane), {crosshairIn(plane), {-4000.0, 9000.0}});
+        drag(tools(plane), {crosshairIn(plane), {-4000.0, 9000.0}});
         const auto& geometry = view(plane).image()->geometry();
         const Vector3 index = geometry.worldToIndex(crosshair());
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -219,13 +219,13 @@ TEST_F(WorkspaceGestures, moveTheCrosshairByCentreClickWheelAndKeys) {
         const auto away = [&] {
             return imaging::dot(crosshair() - middle, normal) / spacing[static_cast<std::size_t>(plane)];
         };
-        turnWheel(guide(plane), 2);
+        turnWheel(tools(plane), 2);
         EXPECT_NEAR(away(), 2.0, 1e-6);
-        turnWheel(guide(plane), -1, Qt::ShiftModifier);
+        turnWheel(tools(plane), -1, Qt::ShiftModifier);
         EXPECT_NEAR(away(), -8.0, 1e-6);
-        turnWheel(guide(plane), 3, Qt::AltModifier);
+        turnWheel(tools(plane), 3, Qt::AltModifier);
         EXPECT_NEAR(away(), -7.7, 1e-6);
-        turnWheel(guide(plane), 90);
+        turnWheel(tools(plane), 90);
         EXPECT_NEAR(away(), plane == 0 ? 19.0 : plane == 1 ? 23.0 : 32.0, 1e-6);
         for (int other = 0; other < 3; ++other)
             EXPECT_NEAR(view(other).navigation().plane().signedDistance(crosshair()), 0.0, 1e-5);
@@ -235,45 +235,45 @@ TEST_F(WorkspaceGestures, moveTheCrosshairByCentreClickWheelAndKeys) {
 
 TEST_F(WorkspaceGestures, forgetADragWhoseReleaseWentElsewhere) {
     press(Qt::Key_C);
-    mouse(guide(0), QEvent::MouseButtonPress, crosshairIn(0));
+    mouse(tools(0), QEvent::MouseButtonPress, crosshairIn(0));
     const Vector3 point = crosshair();
-    mouse(guide(0), QEvent::MouseMove, crosshairIn(0) + QPointF(30, 30), {}, Qt::NoButton);
+    mouse(tools(0), QEvent::MouseMove, crosshairIn(0) + QPointF(30, 30), {}, Qt::NoButton);
     EXPECT_EQ(crosshair(), point);
     press(Qt::Key_W);
-    mouse(guide(0), QEvent::MouseButtonPress, {50, 50});
-    mouse(guide(0), QEvent::MouseMove, {90, 90}, {}, Qt::NoButton);
-    mouse(guide(0), QEvent::MouseButtonPress, {60, 60}, {}, Qt::RightButton);
+    mouse(tools(0), QEvent::MouseButtonPress, {50, 50});
+    mouse(tools(0), QEvent::MouseMove, {90, 90}, {}, Qt::NoButton);
+    mouse(tools(0), QEvent::MouseButtonPress, {60, 60}, {}, Qt::RightButton);
     const double scale = view(0).millimetresPerPixel();
-    mouse(guide(0), QEvent::MouseMove, {60, 160}, {}, Qt::NoButton);
+    mouse(tools(0), QEvent::MouseMove, {60, 160}, {}, Qt::NoButton);
     EXPECT_EQ(view(0).millimetresPerPixel(), scale);
     EXPECT_NE(status().substr(0, 2), "W:");
 }
 
 TEST_F(WorkspaceGestures, panZoomScrollAndWindowWithTheirTools) {
     auto& axial = view(0);
-    ASSERT_EQ(axial.childAt(QPoint(40, 90)), &guide(0)); // what the events below are sent to
+    ASSERT_EQ(axial.childAt(QPoint(40, 90)), &tools(0)); // what the events below are sent to
     const Vector3 held = axial.widgetToWorld({40.0, 90.0});
     press(Qt::Key_P);
-    drag(guide(0), {{40, 90}, {60, 95}, {75, 130}});
+    drag(tools(0), {{40, 90}, {60, 95}, {75, 130}});
     expectNear(axial.worldToWidget(held), {75, 130});
     press(Qt::Key_Z);
     const double scale = axial.millimetresPerPixel();
-    drag(guide(0), {{75, 130}, {75, 100}, {75, 40}});
+    drag(tools(0), {{75, 130}, {75, 100}, {75, 40}});
     expectNear(axial.worldToWidget(held), {75, 130});
     EXPECT_NEAR(axial.millimetresPerPixel(), scale / std::pow(1.008, 90.0), 1e-9);
     click("rail-scroll");
     const double position = axial.navigation().slicePosition();
-    drag(guide(0), {{75, 130}, {75, 118}});
+    drag(tools(0), {{75, 130}, {75, 118}});
     EXPECT_DOUBLE_EQ(axial.navigation().slicePosition(), position + 3.0);
     press(Qt::Key_W);
     const auto before = axial.window();
-    drag(guide(1), {{40, 90}, {80, 70}});
+    drag(tools(1), {{40, 90}, {80, 70}});
     for (int plane = 0; plane < 3; ++plane) {
         EXPECT_GT(view(plane).window().width, before.width);
         EXPECT_LT(view(plane).window().center, before.center);
     }
     EXPECT_EQ(status(), windowText(axial.window()));
-    EXPECT_EQ(workspace_->layout().activeViewport(), CoronalViewport);
+    EXPECT_EQ(layout().activeViewport(), CoronalViewport);
 }
 
 } // namespace

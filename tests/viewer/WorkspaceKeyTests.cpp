@@ -105,7 +105,7 @@ TEST_F(WorkspaceKeys, chooseToolsPlanesAndWhatIsShown) {
         EXPECT_EQ(button("rail-crosshair").isChecked(), shown);
         press(Qt::Key_H);
         for (int plane = 0; plane < 3; ++plane) {
-            EXPECT_EQ(guide(plane).guide().view().linesVisible, shown);
+            EXPECT_EQ(guideOf(plane).view().linesVisible, shown);
             EXPECT_EQ(view(plane).findChild<ViewportOverlay*>()->isVisible(), shown);
         }
     }
@@ -130,7 +130,7 @@ TEST_F(WorkspaceKeys, thickenTheSlabWithinItsLimits) {
                         .endsWith(QString::fromLatin1(lines.at(static_cast<std::size_t>(plane)))));
     }
     press(Qt::Key_Minus);
-    EXPECT_EQ(workspace_->mpr().slab().sliceCount(), 7);
+    EXPECT_EQ(mpr().slab().sliceCount(), 7);
     for (int times = 0; times < 30; ++times)
         press(Qt::Key_Minus);
     EXPECT_EQ(status(), "MPR thick slab enabled (3 slices on Sagittal)");
@@ -172,7 +172,7 @@ TEST_F(WorkspaceKeys, areTheFieldsOwnWhileOneTypes) {
     EXPECT_EQ(search.text(), QStringLiteral("cr x15+-=? MHIL"));
     EXPECT_EQ(workspace_->tool(), Tool::Pan);
     EXPECT_EQ(view(0).window().width, window.width);
-    EXPECT_FALSE(workspace_->mpr().slab().isEnabled());
+    EXPECT_FALSE(mpr().slab().isEnabled());
     EXPECT_EQ(view(0).navigation().slicePosition(), position);
     EXPECT_EQ(window_->findChild<ShortcutSheet*>(), nullptr);
 
@@ -185,10 +185,10 @@ TEST_F(WorkspaceKeys, areTheFieldsOwnWhileOneTypes) {
     QTest::mouseClick(&count, Qt::LeftButton);
     count.selectAll();
     press(Qt::Key_4);
-    EXPECT_EQ(workspace_->mpr().slab().sliceCount(), 5); // not before it is all there
+    EXPECT_EQ(mpr().slab().sliceCount(), 5); // not before it is all there
     press(Qt::Key_1);
     press(Qt::Key_Return);
-    EXPECT_EQ(workspace_->mpr().slab().sliceCount(), 41);
+    EXPECT_EQ(mpr().slab().sliceCount(), 41);
     EXPECT_EQ(view(0).window().width, window.width);
     EXPECT_FALSE(count.hasFocus());
     count.setFocus();
@@ -234,10 +234,8 @@ TEST_F(WorkspaceKeys, giveThePointerTheShapeOfTheTool) {
     const auto shapes = [this] {
         std::vector<QWidget*> all;
         for (int plane = 0; plane < 3; ++plane)
-            all.insert(all.end(), {&view(plane), &guide(plane)});
-        all.insert(
-            all.end(),
-            {child<QWidget>(QStringLiteral("volumeView")), child<QWidget>(QStringLiteral("imageView"))});
+            all.push_back(&tools(plane));
+        all.push_back(child<QWidget>(QStringLiteral("volumeView")));
         return all;
     };
     for (auto* widget : shapes())
@@ -245,8 +243,8 @@ TEST_F(WorkspaceKeys, giveThePointerTheShapeOfTheTool) {
     showVolume();
     std::vector<QImage> icons;
     for (const int tool : {0, 1, 3, 4, 5}) {
-        workspace_->perform(ShortcutAction::SelectTool, tool);
-        const QImage icon = guide(1).cursor().pixmap().toImage();
+        workspace_->perform(ReadingAction::SelectTool, tool);
+        const QImage icon = tools(1).cursor().pixmap().toImage();
         EXPECT_FALSE(icon.isNull());
         for (const QImage& other : icons)
             EXPECT_NE(icon, other);
@@ -257,7 +255,7 @@ TEST_F(WorkspaceKeys, giveThePointerTheShapeOfTheTool) {
     press(Qt::Key_P);
     for (auto* widget : shapes())
         EXPECT_EQ(widget->cursor().shape(), Qt::OpenHandCursor);
-    for (auto* widget : {static_cast<QWidget*>(&guide(0)), child<QWidget>(QStringLiteral("volumeView"))}) {
+    for (auto* widget : {static_cast<QWidget*>(&tools(0)), child<QWidget>(QStringLiteral("volumeView"))}) {
         mouse(*widget, QEvent::MouseButtonPress, {40, 90});
         EXPECT_EQ(widget->cursor().shape(), Qt::ClosedHandCursor);
         mouse(*widget, QEvent::MouseButtonRelease, {40, 90});

@@ -24,7 +24,7 @@ protected:
             found[index] = child<ViewportFrame>(QString::fromLatin1(names[index]));
         return found;
     }
-    QWidget& grid() { return *child<QWidget>(QStringLiteral("viewportGrid")); }
+    QWidget& grid() { return *child<QWidget>(QStringLiteral("axialViewport"))->parentWidget(); }
     /// "A0011 C0111": row, column, row span, column span of what is visible, then the stretches.
     std::string cells() {
         auto* layout = qobject_cast<QGridLayout*>(grid().layout());
@@ -70,8 +70,7 @@ protected:
             const QWidget& picture = *all[index]->findChild<QWidget*>(QStringLiteral("%1View").arg(
                 index < 3 ? planeName(static_cast<int>(index)) : QStringLiteral("volume")));
             EXPECT_GE(picture.width(), 260) << index;
-            EXPECT_GE(picture.height(), workspace_->layout().layout() == Layout::PrimaryPlusThree ? 130 : 220)
-                << index;
+            EXPECT_GE(picture.height(), layout().layout() == Layout::PrimaryPlusThree ? 130 : 220) << index;
             EXPECT_TRUE(all[index]->rect().contains(picture.geometry())) << index;
             for (std::size_t other = 0; other < index; ++other)
                 EXPECT_FALSE(
@@ -136,11 +135,11 @@ TEST_F(WorkspaceLayouts, maximiseAndRestoreByKeyAndDoubleClick) {
         for (int plane = 0; plane < 3; ++plane) {
             press(Qt::Key_1, Qt::ControlModifier);
             press(Qt::Key_Home);
-            doubleClick(guide(plane), crosshairIn(plane));
+            doubleClick(tools(plane), crosshairIn(plane));
             EXPECT_EQ(cells(), std::string(1, "ACS"[plane]) + "0011 r1 c1");
-            EXPECT_EQ(workspace_->layout().activeViewport(), plane);
+            EXPECT_EQ(layout().activeViewport(), plane);
             QTest::qWait(1);
-            doubleClick(guide(plane), crosshairIn(plane));
+            doubleClick(tools(plane), crosshairIn(plane));
             EXPECT_EQ(cells(), "A0011 C0111 S1011 V1111 r11 c11");
         }
     }
@@ -150,8 +149,8 @@ TEST_F(WorkspaceLayouts, maximiseAndRestoreByKeyAndDoubleClick) {
 
 TEST_F(WorkspaceLayouts, leaveTheCrosshairWhereItIs) {
     showVolume();
-    drag(guide(0), {crosshairIn(0), crosshairIn(0) + QPointF(40, -25)});
-    turnWheel(guide(0), 5);
+    drag(tools(0), {crosshairIn(0), crosshairIn(0) + QPointF(40, -25)});
+    turnWheel(tools(0), 5);
     const Vector3 point = crosshair();
     const auto check = [&](const char* where) {
         SCOPED_TRACE(where);
@@ -161,9 +160,9 @@ TEST_F(WorkspaceLayouts, leaveTheCrosshairWhereItIs) {
             EXPECT_NEAR(view(plane).navigation().plane().signedDistance(point), 0.0, 1e-9);
             if (!view(plane).isVisible())
                 continue;
-            const auto& drawn = guide(plane).guide().view();
+            const auto& drawn = guideOf(plane).view();
             expectNear(QPointF(drawn.center.x, drawn.center.y), crosshairIn(plane), 1e-9);
-            EXPECT_EQ(guide(plane).size(), view(plane).size());
+            EXPECT_EQ(tools(plane).size(), view(plane).size());
             EXPECT_EQ(QSizeF(drawn.width, drawn.height), QSizeF(view(plane).size()));
             // Fitted: the volume's middle is the view's.
             const auto& geometry = view(plane).image()->geometry();
@@ -255,6 +254,7 @@ TEST_F(WorkspaceLayouts, keepNothingOfTheStudiesBefore) {
         press(Qt::Key_2);
         image.reset();
         workspace_->reset();
+        reading_->showNothing();
         EXPECT_TRUE(test::waitFor([&] { return alive.expired(); })) << study;
         if (study < 4)
             objects[study % 2] = count();

@@ -2,7 +2,7 @@
 #include "demo/JawPhantom.h"
 #include "imaging/rendering/ImageView2D.h"
 #include "viewer/measuring/MeasurementController.h"
-#include "viewer/measuring/MeasurementOverlay.h"
+#include "viewer/tools/ToolLayer.h"
 
 #include <QTreeWidget>
 
@@ -20,9 +20,7 @@ using imaging::operator+;
 
 class WorkspaceMeasurementTest : public test::ReadingWindowTest {
 protected:
-    MeasurementOverlay& overlay(int plane) {
-        return *child<MeasurementOverlay>(planeName(plane) + QStringLiteral("Measurements"));
-    }
+    ToolLayer& overlay(int plane) { return *child<ToolLayer>(planeName(plane) + QStringLiteral("Tools")); }
     const MeasurementList& list() { return workspace_->measurements().list(); }
     MeasurementValues values(const Measurement& measurement) {
         return workspace_->measurements().valuesOf(measurement);
@@ -63,7 +61,8 @@ TEST_F(WorkspaceMeasurementTest, measuresLengthsTrulyInEveryPlaneAtEveryZoom) {
     EXPECT_EQ(rows(), expected);
     EXPECT_TRUE(row(0).startsWith(QStringLiteral("Length | 10.00 mm"))) << row(0).toStdString();
     EXPECT_TRUE(row(0).endsWith(QStringLiteral("Axial")));
-    EXPECT_EQ(status().substr(0, 21), "Measurement: 10.00 mm");
+    EXPECT_NE(status().find("Measurement added"), std::string::npos) << status();
+    EXPECT_NE(status().find("Measurement: 10.00 mm"), std::string::npos) << status();
 }
 
 TEST_F(WorkspaceMeasurementTest, placesEachToolByClicksAndReadsItsValue) {
@@ -92,13 +91,13 @@ TEST_F(WorkspaceMeasurementTest, placesEachToolByClicksAndReadsItsValue) {
 TEST_F(WorkspaceMeasurementTest, showsAMeasurementOnlyWhereItWasDrawnAndGoesBackThere) {
     showVolume();
     press(Qt::Key_R);
-    const auto handles = guide(0).guide().handles(0);
+    const auto handles = guideOf(0).handles(0);
     const QPointF center = crosshairIn(0);
     const QPointF from(handles.rotation[0].x, handles.rotation[0].y);
     const double angle = 0.5;
     const QPointF arm = from - center;
     drag(
-        guide(0), {from, center + QPointF(
+        tools(0), {from, center + QPointF(
                                       arm.x() * std::cos(angle) - arm.y() * std::sin(angle),
                                       arm.x() * std::sin(angle) + arm.y() * std::cos(angle))});
     press(Qt::Key_L);
@@ -106,15 +105,15 @@ TEST_F(WorkspaceMeasurementTest, showsAMeasurementOnlyWhereItWasDrawnAndGoesBack
     ASSERT_EQ(list().measurements().size(), 1u);
     EXPECT_NEAR(values(list().measurements()[0]).length, 8.0, 1e-6);
     EXPECT_TRUE(row(0).contains(QStringLiteral("oblique")));
-    EXPECT_TRUE(workspace_->mpr().shows(list().measurements()[0]));
+    EXPECT_TRUE(mpr().shows(list().measurements()[0]));
     turnWheel(overlay(1), 5);
-    EXPECT_FALSE(workspace_->mpr().shows(list().measurements()[0]));
-    workspace_->perform(ShortcutAction::ResetViews, 0);
-    EXPECT_FALSE(workspace_->mpr().shows(list().measurements()[0]));
+    EXPECT_FALSE(mpr().shows(list().measurements()[0]));
+    workspace_->perform(ReadingAction::ResetViews, 0);
+    EXPECT_FALSE(mpr().shows(list().measurements()[0]));
     auto* tree = child<QTreeWidget>(QStringLiteral("measurementList"));
     tree->setCurrentItem(tree->topLevelItem(0));
     click("measurementJump");
-    EXPECT_TRUE(workspace_->mpr().shows(list().measurements()[0]));
+    EXPECT_TRUE(mpr().shows(list().measurements()[0]));
 }
 
 TEST_F(WorkspaceMeasurementTest, editsCancelsDeletesAndHides) {
@@ -128,10 +127,18 @@ TEST_F(WorkspaceMeasurementTest, editsCancelsDeletesAndHides) {
     press(Qt::Key_Escape);
     EXPECT_EQ(status(), "Measurement cancelled");
     EXPECT_EQ(list().measurements().size(), 1u);
+    const auto shownLength = [this] { return overlay(0).grab(overlay(0).rect()).toImage(); };
+    press(Qt::Key_Escape);
+    const QImage labelled = shownLength();
+    press(Qt::Key_H); // the labels go, the measurements stay in the hand's reach
+    EXPECT_NE(shownLength(), labelled);
+    drag(overlay(0), {at(0, 7.0, 0.0), at(0, 5.0, 0.0)});
+    EXPECT_NEAR(values(list().measurements()[0]).length, 10.0, 1e-6);
     press(Qt::Key_H);
-    EXPECT_FALSE(overlay(0).isVisible());
-    press(Qt::Key_G); // nobody measures what he cannot see
-    EXPECT_TRUE(overlay(0).isVisible());
+    doubleClick(overlay(0), at(0, 0.0, 15.0)); // maximises as ever, and leaves no point behind
+    EXPECT_EQ(status(), "Axial maximised");
+    press(Qt::Key_Space);
+    test::settle();
     press(Qt::Key_Delete);
     EXPECT_EQ(status(), "Measurement deleted");
     EXPECT_TRUE(list().measurements().empty());
@@ -155,14 +162,14 @@ TEST_F(WorkspaceMeasurementTest, measures2DImagesInMillimetresOnlyWhereTheFileSa
         metadata.pixelAspectRatio = 2.0;
         const imaging::ImageGeometry geometry(
             {100, 80, 1}, {0.0, 0.0, 0.0}, {1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.1, 0.2, 1.0});
-        workspace_->reset();
+        reading_.reset();
         showPicture(
             imaging::test::makeImage<std::uint8_t>(
                 geometry, imaging::VoxelType::UInt8, [](int x, int, int) { return x; }, metadata),
             "PX");
         press(Qt::Key_L);
         auto& picture = *child<imaging::ImageView2D>(QStringLiteral("imageView"));
-        auto& above = *child<MeasurementOverlay>(QStringLiteral("imageMeasurements"));
+        auto& above = *child<ToolLayer>(QStringLiteral("imageTools"));
         drag(above, {picture.imageToWidget({10.0, 10.0}), picture.imageToWidget({40.0, 30.0})});
         ASSERT_EQ(list().measurements().size(), 1u);
         // 30 columns of 0.1 mm and 20 rows of 0.2 mm; without a spacing, in columns.
@@ -205,7 +212,7 @@ protected:
 TEST_F(PhantomMeasurementTest, readsThePhantomsKnownTruthAtThreeZoomLevels) {
     const demo::JawPhantom phantom;
     showVolume(jaw(phantom));
-    workspace_->perform(ShortcutAction::SetLayout, static_cast<int>(Layout::Single));
+    workspace_->perform(ReadingAction::SetLayout, static_cast<int>(Layout::Single));
     test::settle();
     const Vector3 left = phantom.landmark("crown 36");
     const Vector3 right = phantom.landmark("crown 47");
@@ -220,7 +227,7 @@ TEST_F(PhantomMeasurementTest, readsThePhantomsKnownTruthAtThreeZoomLevels) {
         SCOPED_TRACE(zoom);
         while (!list().measurements().empty())
             workspace_->measurements().remove(list().measurements().back().id);
-        workspace_->mpr().moveCrosshair(left);
+        mpr().goTo(left);
         view(0).zoomBy(zoom, crosshairIn(0));
         // In the axial plane: its own distance along the patient's axis does not count.
         const auto inPlane = [&](const Vector3& point) { return Vector3{point[0], point[1], left[2]}; };
@@ -237,7 +244,7 @@ TEST_F(PhantomMeasurementTest, readsThePhantomsKnownTruthAtThreeZoomLevels) {
             values(draw({left + aside, inPlane(front) + aside, inPlane(right) + aside}, false)).degrees,
             std::min(degrees, 360.0 - degrees), 0.2);
 
-        workspace_->mpr().moveCrosshair(region->centre);
+        mpr().goTo(region->centre);
         const double half = region->radius * 0.6;
         press(Qt::Key_K);
         const Vector3 centre = region->centre;

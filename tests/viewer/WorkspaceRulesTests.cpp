@@ -1,4 +1,4 @@
-#include "viewer/studies/StudyIdentity.h"
+#include "viewer/studies/StudyTexts.h"
 #include "viewer/views/OverlayTexts.h"
 
 #include <gtest/gtest.h>
@@ -6,15 +6,16 @@
 namespace zorbel {
 namespace {
 
-TEST(StudyIdentity, fallsBackToWordsForWhatIsMissing) {
-    const StudyIdentity empty(QStringLiteral(" "), QString(), QString(), QString());
-    EXPECT_EQ(empty.shownPatientName(), QStringLiteral("Unnamed patient"));
+TEST(StudyTexts, fallBackToWordsForWhatIsMissing) {
+    const StudyIdentity empty{{}, " ", {}, {}, {}};
+    EXPECT_EQ(StudyTexts::patientName(empty), QStringLiteral("Unnamed patient"));
     EXPECT_EQ(
-        empty.subtitle(), QStringLiteral("Unknown modality  ·  Date unavailable  ·  Study UID unavailable"));
-    const StudyIdentity study(
-        QStringLiteral(" 1.2 "), QStringLiteral(" Doe "), QStringLiteral("CT"), QStringLiteral("20240131"));
-    EXPECT_EQ(study.shownPatientName(), QStringLiteral("Doe"));
-    EXPECT_EQ(study.subtitle(), QStringLiteral("CT  ·  31 Jan 2024  ·  Study 1.2"));
+        StudyTexts::subtitle(empty, {}),
+        QStringLiteral("Unknown modality  ·  Date unavailable  ·  Study UID unavailable"));
+    const StudyIdentity study{{}, " 1.2 ", " Doe ", "CT", "20240131"};
+    EXPECT_EQ(StudyTexts::patientName(study), QStringLiteral("Doe"));
+    EXPECT_EQ(StudyTexts::subtitle(study, {}), QStringLiteral("CT  ·  31 Jan 2024  ·  Study 1.2"));
+    EXPECT_EQ(StudyTexts::subtitle(study, "PX"), QStringLiteral("PX  ·  31 Jan 2024  ·  Study 1.2"));
 }
 
 TEST(OverlayTexts, warnsOfTiltAndLossyCompression) {

@@ -1,40 +1,56 @@
 #include "viewer/measuring/MeasurementController.h"
 
+#include <QStringList>
+
 #include <utility>
 
 namespace zorbel {
 
-MeasurementController::MeasurementController(QObject* parent) : QObject(parent), editor_(list_) {
-    editor_.setLabelSource(
-        [this](const Measurement& measurement) { return valuesOf(measurement).lineLabel(); });
-    list_.setChangeCallback([this](MeasurementList::Change change) {
-        if (change == MeasurementList::Change::Records)
-            Q_EMIT recordsChanged();
-        Q_EMIT listChanged();
-        Q_EMIT repaintNeeded();
-    });
+MeasurementController::MeasurementController(QObject* parent) : QObject(parent) {
+    setReading(nullptr);
 }
 
-void MeasurementController::setImage(const std::shared_ptr<const imaging::Image>& image) {
-    editor_.reset();
+void MeasurementController::setReading(std::shared_ptr<StudyReading> reading) {
+    reading_ = std::move(reading);
+    editor_.emplace(reading_ ? reading_->measurements() : none_);
+    editor_->setKind(measurementKindOf(tool_));
+    editor_->setLabelSource(
+        [this](const Measurement& measurement) { return valuesOf(measurement).lineLabel(); });
+    subscription_.reset();
+    if (reading_)
+        subscription_ = reading_->observe([this](StudyReading::Change change) {
+            if (change == StudyReading::Change::Series)
+                sampleShownSeries();
+            else if (
+                change == StudyReading::Change::Measurements ||
+                change == StudyReading::Change::MeasurementsSelection) {
+                Q_EMIT listChanged();
+                Q_EMIT repaintNeeded();
+            }
+        });
+    sampleShownSeries();
+}
+
+void MeasurementController::sampleShownSeries() {
+    editor_->reset();
+    const auto image = reading_ ? reading_->shown().image : nullptr;
     sampler_ = image ? std::make_unique<VoxelSampler>(image) : nullptr;
     Q_EMIT listChanged(); // values depend on the image
     Q_EMIT repaintNeeded();
 }
 
-void MeasurementController::assign(std::vector<Measurement> measurements) {
-    editor_.reset();
-    list_.assign(std::move(measurements));
-}
-
-void MeasurementController::clear() {
-    editor_.reset();
-    list_.clear();
-    sampler_.reset();
+const MeasurementList& MeasurementController::list() const {
+    return reading_ ? reading_->measurements() : none_;
 }
 
 void MeasurementController::setTool(Tool tool) {
-    editor_.setKind(measurementKindOf(tool));
+    tool_ = tool;
+    editor_->setKind(measurementKindOf(tool));
+    Q_EMIT repaintNeeded();
+}
+
+void MeasurementController::setLabelsShown(bool shown) {
+    labelsShown_ = shown;
     Q_EMIT repaintNeeded();
 }
 
@@ -43,41 +59,50 @@ MeasurementValues MeasurementController::valuesOf(const Measurement& measurement
 }
 
 bool MeasurementController::press(const MeasurementView& view, const Point2& pointer) {
-    return apply(editor_.press(view, pointer));
+    return apply(editor_->press(view, pointer));
 }
 
 bool MeasurementController::move(const MeasurementView& view, const Point2& pointer) {
-    return apply(editor_.move(view, pointer));
+    return apply(editor_->move(view, pointer));
 }
 
 bool MeasurementController::release(const MeasurementView& view, const Point2& pointer) {
-    return apply(editor_.release(view, pointer));
+    return apply(editor_->release(view, pointer));
 }
 
 void MeasurementController::leave() {
-    apply(editor_.leave());
+    apply(editor_->leave());
+}
+
+bool MeasurementController::doubleClick() {
+    return !apply(editor_->takeBackFirstPoint()) && editor_->isPlacing();
 }
 
 void MeasurementController::cancel() {
-    apply(editor_.cancel());
+    apply(editor_->cancel());
 }
 
 void MeasurementController::deleteMeasurement(const std::function<bool(const Measurement&)>& isShown) {
-    apply(editor_.deleteMeasurement(isShown));
+    apply(editor_->deleteMeasurement(isShown));
 }
 
 void MeasurementController::remove(int id) {
-    if (list_.remove(id))
+    if (reading_ && reading_->measurements().remove(id))
         Q_EMIT statusText(QStringLiteral("Measurement deleted"));
 }
 
 void MeasurementController::select(int id) {
-    list_.select(id);
+    if (reading_)
+        reading_->measurements().select(id);
 }
 
 bool MeasurementController::apply(const MeasurementEditor::Outcome& outcome) {
+    QStringList statuses;
     for (const std::string& status : outcome.statuses)
-        Q_EMIT statusText(QString::fromStdString(status));
+        statuses += QString::fromStdString(status);
+    if (!statuses.isEmpty())
+        Q_EMIT statusText(
+            statuses.join(QStringLiteral("  |  "))); // one after the other nobody would see the first
     if (outcome.repaint)
         Q_EMIT repaintNeeded();
     return outcome.taken;

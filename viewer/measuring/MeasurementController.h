@@ -1,42 +1,37 @@
 #pragma once
 
-#include "imaging/Image.h"
 #include "viewer/reading/base/Tool.h"
 #include "viewer/reading/measurements/MeasurementEditor.h"
-#include "viewer/reading/measurements/MeasurementList.h"
 #include "viewer/reading/measurements/MeasurementValues.h"
 #include "viewer/reading/measurements/VoxelSampler.h"
+#include "viewer/reading/study/StudyReading.h"
 
 #include <QObject>
 #include <QString>
 
 #include <memory>
-#include <vector>
+#include <optional>
 
 namespace zorbel {
 
-/// The open study's measurements: what the mouse does to them in any view, their values, and who is told of
-/// changes. User-interface thread.
+/// What is done with the measurements of the open study's reading, in whatever view: what the mouse does to
+/// them, their values, and who is told of changes. User-interface thread.
 class MeasurementController : public QObject {
     Q_OBJECT
 
 public:
     explicit MeasurementController(QObject* parent = nullptr);
 
-    /// The image that is shown now, for values and for what new measurements belong to; null without one. The
-    /// list stays: it is the study's.
-    void setImage(const std::shared_ptr<const imaging::Image>& image);
-    /// Another study's measurements.
-    void assign(std::vector<Measurement> measurements);
-    void clear();
+    /// Null while no study is open. Values are those of the series that the reading shows.
+    void setReading(std::shared_ptr<StudyReading> reading);
     /// A tool that does not measure ends what is being placed.
     void setTool(Tool tool);
-    /// Hidden ones cannot be taken hold of.
-    void setShown(bool shown) { editor_.setMeasurementsVisible(shown); }
-    bool isMeasuring() const { return editor_.kind().has_value(); }
+    /// The measurements are seen in any case: it is their labels that go, but for what is in hand.
+    void setLabelsShown(bool shown);
+    bool areLabelsShown() const { return labelsShown_; }
 
-    const MeasurementList& list() const { return list_; }
-    const MeasurementEditor& editor() const { return editor_; }
+    const MeasurementList& list() const;
+    const MeasurementEditor& editor() const { return *editor_; }
     MeasurementValues valuesOf(const Measurement& measurement) const;
 
     /// Mouse events of a view; true where the event was used.
@@ -44,6 +39,9 @@ public:
     bool move(const MeasurementView& view, const Point2& pointer);
     bool release(const MeasurementView& view, const Point2& pointer);
     void leave();
+    /// The second click of a double-click; true where it belongs to the measurement being placed. One that
+    /// the first click began is taken back.
+    bool doubleClick();
     /// Escape.
     void cancel();
     /// Delete; isShown: of what the reader sees now.
@@ -55,17 +53,20 @@ Q_SIGNALS:
     void statusText(const QString& text);
     /// What views show has changed.
     void repaintNeeded();
-    /// The records changed, and are to be saved.
-    void recordsChanged();
     /// Records, selection or the whole list.
     void listChanged();
 
 private:
     bool apply(const MeasurementEditor::Outcome& outcome);
+    void sampleShownSeries();
 
-    MeasurementList list_;
-    MeasurementEditor editor_;
+    MeasurementList none_; ///< while no study is open
+    std::shared_ptr<StudyReading> reading_;
+    StudyReading::Subscription subscription_;
+    std::optional<MeasurementEditor> editor_;
     std::unique_ptr<VoxelSampler> sampler_;
+    Tool tool_ = Tool::Crosshair;
+    bool labelsShown_ = true;
 };
 
 } // namespace zorbel

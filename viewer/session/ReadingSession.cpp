@@ -1,176 +1,224 @@
 #include "viewer/session/ReadingSession.h"
 
-#include "app/log/Logger.h"
-#include "viewer/measuring/MeasurementController.h"
-#include "viewer/reading/records/MeasurementRecords.h"
-#include "viewer/workspace/ViewerWorkspace.h"
-
 #include <QBuffer>
-#include <QPixmap>
+#include <QImage>
+#include <QMetaObject>
+#include <QStringList>
 
-#include <chrono>
+#include <algorithm>
 #include <utility>
 
 namespace zorbel {
 
-ReadingSession::ReadingSession(
-    std::filesystem::path folder, ViewerWorkspace& workspace, bool previousRunCrashed, QObject* parent)
-    : QObject(parent), workspace_(workspace), files_(std::move(folder)), store_(files_),
-      keyImageStore_(files_), recent_(files_), session_(files_),
-      recovery_(session_, recent_, previousRunCrashed) {
-    timer_.setSingleShot(true);
-    connect(&timer_, &QTimer::timeout, this, &ReadingSession::writeDue);
-    connect(
-        &workspace, &ViewerWorkspace::positionChanged, this, [this] { changed(StateKind::ReadingPosition); });
-    connect(
-        &workspace, &ViewerWorkspace::hangingChanged, this, [this] { changed(StateKind::HangingProtocol); });
-    connect(&workspace.measurements(), &MeasurementController::recordsChanged, this, [this] {
-        changed(StateKind::Measurements);
-    });
+namespace {
+
+QString kindWord(StateKind kind) {
+    switch (kind) {
+    case StateKind::ReadingPosition:
+        return QStringLiteral("reading position");
+    case StateKind::HangingProtocol:
+        return QStringLiteral("hanging protocol");
+    case StateKind::Findings:
+        return QStringLiteral("findings");
+    case StateKind::Measurements:
+        return QStringLiteral("measurements");
+    case StateKind::KeyImages:
+        return QStringLiteral("key images");
+    }
+    return {};
+}
+
+KeyImageCapture store(
+    KeyImageStore& store, const std::string& uid, KeyImageList& list, const QImage& image,
+    const std::string& caption) {
+    QByteArray png;
+    QBuffer buffer(&png);
+    if (image.isNull() || !buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
+        return {false, KeyImageList::grabFailedText};
+    return store.add(
+        uid, list,
+        {std::string_view(png.constData(), static_cast<std::size_t>(png.size())), image.width(),
+         image.height(), caption});
+}
+
+} // namespace
+
+ReadingSession::ReadingSession(std::filesystem::path folder, bool previousRunCrashed, QObject* parent)
+    : QObject(parent) {
+    saver_ = std::make_unique<ReadingSaver>(
+        std::move(folder), previousRunCrashed, [this](const ReadingSaver::Report& report) {
+            post([this, report] {
+                for (const std::string& failure : report.failures)
+                    say(failure);
+                const QString left = words(report.failing);
+                Q_EMIT unsavedChanged(left.isEmpty() ? QString() : QStringLiteral("Not saved: %1").arg(left));
+                forgetWritten();
+            });
+        });
 }
 
 ReadingSession::~ReadingSession() {
-    write(scheduler_.takeAll(std::chrono::steady_clock::now()));
+    saver_.reset(); // while what it calls is still here
 }
 
-void ReadingSession::aboutToShow() {
-    write(scheduler_.takeAll(std::chrono::steady_clock::now()));
-    timer_.stop();
-    restoring_ = true;
+void ReadingSession::post(OnUi call) {
+    QMetaObject::invokeMethod(this, std::move(call), Qt::QueuedConnection);
 }
 
-void ReadingSession::studyShown(
-    const StudyIdentity& study, const QString& orthancId, const QString& modality) {
-    // Another series of the same study: its records stay as they are in memory.
-    const bool another = study.studyInstanceUID != study_.studyInstanceUID;
-    if (another) {
-        scheduler_.reset();
-        study_ = study;
-    }
-    modality_ = modality;
-    const std::string uid = study.studyInstanceUID.toStdString();
-    if (another) {
-        findings_ = store_.findings(uid);
-        keyImages_ = keyImageStore_.load(uid);
-        const auto records = MeasurementRecords::fromJson(store_.measurements(uid));
-        if (records.unreadable > 0)
-            Logger::instance().warn(
-                "MainWindow", "Measurements that cannot be read were left out",
-                {{"records", std::to_string(records.unreadable)}});
-        workspace_.measurements().assign(records.measurements);
-    }
-    restore();
-    say(session_.studyOpened(uid, orthancId.toStdString()));
-    say(recent_.recordOpened(
-        {uid,
-         orthancId.toStdString(),
-         study.patientName.toStdString(),
-         study.modality.toStdString(),
-         study.studyDate.toStdString(),
-         {}}));
-    Q_EMIT recentStudiesChanged();
-}
-
-void ReadingSession::restore() {
-    restoring_ = true;
-    const std::string uid = study_.studyInstanceUID.toStdString();
-    if (const auto hanging = store_.hangingProtocol(uid))
-        workspace_.applyHangingProtocol(*hanging);
-    if (const auto position = store_.readingPosition(uid))
-        workspace_.applyReadingPosition(*position);
-    restoring_ = false;
-}
-
-void ReadingSession::studyClosed() {
-    write(scheduler_.takeAll(std::chrono::steady_clock::now()));
-    scheduler_.reset();
-    timer_.stop();
-    study_ = {};
-    findings_ = {};
-    keyImages_ = {};
-    restoring_ = false;
-    say(session_.studyClosed());
-}
-
-void ReadingSession::setFindings(const FindingList& findings) {
-    findings_ = findings;
-    changed(StateKind::Findings);
-}
-
-bool ReadingSession::captureKeyImage() {
-    if (!hasStudy()) {
-        Q_EMIT statusText(QString::fromLatin1(KeyImageList::noStudyText));
-        return false;
-    }
-    const auto capture = workspace_.captureActiveViewport();
-    if (!capture) {
-        Q_EMIT statusText(QString::fromLatin1(KeyImageList::notVisibleText));
-        return false;
-    }
-    QByteArray png;
-    QBuffer buffer(&png);
-    if (capture->picture.isNull() || !buffer.open(QIODevice::WriteOnly) ||
-        !capture->picture.save(&buffer, "PNG")) {
-        Q_EMIT statusText(QString::fromLatin1(KeyImageList::grabFailedText));
-        return false;
-    }
-    const auto result = keyImageStore_.add(
-        study_.studyInstanceUID.toStdString(), keyImages_,
-        {std::string_view(png.constData(), static_cast<std::size_t>(png.size())), capture->picture.width(),
-         capture->picture.height(), keyImageCaption(capture->view)});
-    say(result.text);
-    return result.captured;
-}
-
-void ReadingSession::changed(StateKind kind) {
-    if (!hasStudy() || restoring_)
+void ReadingSession::open(
+    const StudyIdentity& study, std::function<void(std::shared_ptr<StudyReading>)> then) {
+    const unsigned opening = ++openings_;
+    const StudyIdentity identity = study.trimmed();
+    if (const auto known = kept_.find(identity.studyInstanceUid); known != kept_.end()) {
+        then(known->second.reading);
         return;
-    scheduler_.changed(kind);
-    schedule();
+    }
+    saver_->load(identity.studyInstanceUid, [this, opening, identity, then](StoredReading stored) {
+        post([this, opening, identity, then, stored = std::move(stored)] {
+            if (opening == openings_)
+                then(std::make_shared<StudyReading>(identity, stored));
+        });
+    });
 }
 
-void ReadingSession::schedule() {
-    const auto wait = scheduler_.wait(std::chrono::steady_clock::now());
-    if (wait)
-        timer_.start(std::chrono::ceil<std::chrono::milliseconds>(*wait));
+void ReadingSession::shown(const std::shared_ptr<StudyReading>& reading) {
+    const StudyIdentity& study = reading->identity();
+    if (current_ && current_ != reading)
+        current_->showNothing(); // its images are not needed any more
+    current_ = reading;
+    auto& kept = kept_[study.studyInstanceUid];
+    if (kept.reading != reading) {
+        kept.reading = reading;
+        kept.subscription = reading->observe(
+            [this, uid = study.studyInstanceUid](StudyReading::Change change) { save(uid, change); });
+    }
+    forgetWritten();
+    saver_->run([this, study](ReadingSaver::Stores& stores) {
+        const auto session = stores.session.studyOpened(study.studyInstanceUid, study.orthancId);
+        const auto recent = stores.recent.recordOpened(
+            {study.studyInstanceUid,
+             study.orthancId,
+             study.patientName,
+             study.modality,
+             study.studyDate,
+             {}});
+        post([this, session, recent] {
+            say(session);
+            say(recent);
+            Q_EMIT recentStudiesChanged();
+        });
+    });
 }
 
-void ReadingSession::writeDue() {
-    write(scheduler_.takeDue(std::chrono::steady_clock::now()));
-    schedule();
+void ReadingSession::close() {
+    ++openings_;
+    if (!current_)
+        return;
+    current_->showNothing();
+    current_.reset();
+    forgetWritten();
+    saver_->run([this](ReadingSaver::Stores& stores) {
+        const auto failure = stores.session.studyClosed();
+        post([this, failure] { say(failure); });
+    });
 }
 
-void ReadingSession::write(const std::vector<StateKind>& kinds) {
-    for (const StateKind kind : kinds) {
-        const std::string failure = save(kind);
-        if (failure.empty())
-            continue;
-        scheduler_.failed(kind, std::chrono::steady_clock::now());
-        say(failure);
+void ReadingSession::save(const std::string& uid, StudyReading::Change change) {
+    const StudyReading& reading = *kept_.at(uid).reading;
+    const auto put = [&](ReadingSaver::Part part) {
+        saver_->save(uid, reading.shown().modality, std::move(part));
+    };
+    switch (change) {
+    case StudyReading::Change::Hanging:
+        put(reading.hangings());
+        break;
+    case StudyReading::Change::Measurements:
+        put(reading.measurements().measurements());
+        break;
+    case StudyReading::Change::Findings:
+        put(reading.findings());
+        break;
+    case StudyReading::Change::Series:
+    case StudyReading::Change::MeasurementsSelection:
+    case StudyReading::Change::KeyImages: // written with each capture
+        break;
     }
 }
 
-std::string ReadingSession::save(StateKind kind) {
-    const std::string uid = study_.studyInstanceUID.toStdString();
-    switch (kind) {
-    case StateKind::ReadingPosition:
-        if (auto position = workspace_.readingPosition()) {
-            position->studyInstanceUid = uid;
-            position->modality = modality_.toStdString();
-            return store_.save(*position);
-        }
-        return {};
-    case StateKind::HangingProtocol:
-        return store_.save(uid, workspace_.hangingProtocol());
-    case StateKind::Findings:
-        return store_.save(uid, findings_);
-    case StateKind::Measurements:
-        return store_.saveMeasurements(
-            uid, MeasurementRecords::toJson(workspace_.measurements().list().measurements()));
-    case StateKind::KeyImages:
-        return {}; // written with each capture
+void ReadingSession::forgetWritten() {
+    const auto unsaved = saver_->unsaved();
+    std::erase_if(kept_, [&](const auto& entry) {
+        const bool waits =
+            std::any_of(unsaved.begin(), unsaved.end(), [&](const ReadingSaver::Unsaved& left) {
+                return left.studyInstanceUid == entry.first;
+            });
+        return entry.second.reading != current_ && !waits;
+    });
+}
+
+void ReadingSession::addKeyImage(const QPixmap& picture, const std::string& caption) {
+    if (!current_) {
+        say(KeyImageList::noStudyText);
+        return;
     }
-    return {};
+    // Writing a picture as PNG takes as long as the disk.
+    saver_->run([this, reading = current_, list = current_->keyImages(), image = picture.toImage(),
+                 uid = current_->identity().studyInstanceUid, caption](ReadingSaver::Stores& stores) {
+        KeyImageList held = list;
+        const auto result = store(stores.keyImages, uid, held, image, caption);
+        post([this, reading, held, result] {
+            if (result.captured)
+                reading->setKeyImages(held);
+            say(result.text);
+        });
+    });
+}
+
+void ReadingSession::recentStudies(std::function<void(RecentStudies)> then) {
+    saver_->run([this, then](ReadingSaver::Stores& stores) {
+        post([then, recent = stores.recent.load()] { then(recent); });
+    });
+}
+
+void ReadingSession::recoverable(std::function<void(std::optional<RecentStudy>)> then) {
+    saver_->run([this, then](ReadingSaver::Stores& stores) {
+        post([then, study = stores.recovery.question()] { then(study); });
+    });
+}
+
+void ReadingSession::acceptRecovery(const RecentStudy& study) {
+    saver_->run([study](ReadingSaver::Stores& stores) { stores.recovery.accept(study); });
+}
+
+void ReadingSession::declineRecovery(const RecentStudy& study) {
+    saver_->run([this, study](ReadingSaver::Stores& stores) {
+        const auto failure = stores.recovery.decline(study);
+        post([this, failure] { say(failure); });
+    });
+}
+
+void ReadingSession::endSession() {
+    saver_->run([](ReadingSaver::Stores& stores) { stores.recovery.endSession(); });
+}
+
+void ReadingSession::finish(std::function<void(QString)> then) {
+    saver_->flush([this, then](const ReadingSaver::Report& report) {
+        post([this, then, report] { then(words(report.failing)); });
+    });
+}
+
+QString ReadingSession::words(const std::vector<ReadingSaver::Unsaved>& unsaved) const {
+    QStringList studies;
+    for (const ReadingSaver::Unsaved& study : unsaved) {
+        QStringList kinds;
+        for (const StateKind kind : study.kinds)
+            kinds += kindWord(kind);
+        const auto kept = kept_.find(study.studyInstanceUid);
+        const auto name = kept != kept_.end() ? kept->second.reading->identity().patientName : std::string();
+        const QString what = kinds.join(QStringLiteral(", "));
+        studies += name.empty() ? what : QStringLiteral("%1 of %2").arg(what, QString::fromStdString(name));
+    }
+    return studies.join(QStringLiteral("; "));
 }
 
 void ReadingSession::say(const std::string& text) {

@@ -1,85 +1,85 @@
 #pragma once
 
-#include "viewer/reading/records/FindingList.h"
-#include "viewer/reading/records/KeyImageList.h"
-#include "viewer/reading/state/CrashRecovery.h"
-#include "viewer/reading/state/KeyImageStore.h"
-#include "viewer/reading/state/ReadingStateStore.h"
-#include "viewer/reading/state/RecentStudiesFile.h"
-#include "viewer/reading/state/SaveScheduler.h"
-#include "viewer/reading/state/SessionFile.h"
-#include "viewer/reading/state/StateFiles.h"
-#include "viewer/studies/StudyIdentity.h"
+#include "base/StudyIdentity.h"
+#include "viewer/reading/state/ReadingSaver.h"
+#include "viewer/reading/study/StudyReading.h"
 
 #include <QObject>
+#include <QPixmap>
 #include <QString>
-#include <QTimer>
 
 #include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
 #include <optional>
+#include <string>
 
 namespace zorbel {
 
-class ViewerWorkspace;
-
-/// Remembers for the open study where the reader was, how it was hung, and what was recorded: restores it
-/// when the study is shown, and writes what changes. Also which studies were opened, and which one is open
-/// now. User-interface thread.
+/// The readings of this session: opens the one of a study with what an earlier session left of it, and has
+/// written what changes, so that nobody waits for the disk. Also which studies were opened, and which one is
+/// open now. What cannot be written is kept, whatever is opened or closed meanwhile, and the reader is told
+/// until it is. What is given to be called is called on the user-interface thread. User-interface thread.
 class ReadingSession : public QObject {
     Q_OBJECT
 
 public:
-    /// folder: the user's own; empty keeps everything in memory, for this session alone.
-    ReadingSession(
-        std::filesystem::path folder, ViewerWorkspace& workspace, bool previousRunCrashed,
-        QObject* parent = nullptr);
-    /// Writes what is not written yet.
+    /// folder: the user's own; empty keeps everything in memory, for this session alone. previousRunCrashed:
+    /// what the session lock told.
+    ReadingSession(std::filesystem::path folder, bool previousRunCrashed, QObject* parent = nullptr);
+    /// Tries once more to write what is not written.
     ~ReadingSession() override;
 
-    RecentStudies recentStudies() { return recent_.load(); }
-    CrashRecovery& recovery() { return recovery_; }
+    /// Ready to be shown: at once where it is in memory, else when it was read. An earlier call that was not
+    /// answered yet is forgotten.
+    void open(const StudyIdentity& study, std::function<void(std::shared_ptr<StudyReading>)> then);
+    /// The reading is on the screen: it is the open one, until another is or close().
+    void shown(const std::shared_ptr<StudyReading>& reading);
+    void close();
+    /// Null while no study is open.
+    const std::shared_ptr<StudyReading>& current() const { return current_; }
 
-    /// The workspace is about to show other images: what is not written yet is written, and what changes
-    /// until studyShown() is nobody's doing.
-    void aboutToShow();
-    /// The workspace has just been given this study's images.
-    void studyShown(const StudyIdentity& study, const QString& orthancId, const QString& modality);
-    /// Writes what is not written yet; no study is open afterwards.
-    void studyClosed();
-    bool hasStudy() const { return !study_.studyInstanceUID.isEmpty(); }
+    /// A picture of the open study, for the report; statusText() says what became of it.
+    void addKeyImage(const QPixmap& picture, const std::string& caption);
 
-    const FindingList& findings() const { return findings_; }
-    void setFindings(const FindingList& findings);
-    /// The active viewport with all that lies over it; false where nothing was captured.
-    bool captureKeyImage();
+    void recentStudies(std::function<void(RecentStudies)> then);
+    /// The study that a crashed program left open and the reader is to be asked about; see CrashRecovery.
+    void recoverable(std::function<void(std::optional<RecentStudy>)> then);
+    void acceptRecovery(const RecentStudy& study);
+    void declineRecovery(const RecentStudy& study);
+
+    /// Nothing waits to be written, failed or not.
+    bool isAllWritten() const { return saver_->unsaved().empty(); }
+    /// The program ends properly.
+    void endSession();
+    /// Tries to write all that is not written. left: empty, or what the reader would lose, in words.
+    void finish(std::function<void(QString left)> then);
 
 Q_SIGNALS:
     void statusText(const QString& text);
     void recentStudiesChanged();
+    /// Empty where all is on the disk, or on its way there without a failure yet.
+    void unsavedChanged(const QString& text);
 
 private:
-    void changed(StateKind kind);
-    void writeDue();
-    void write(const std::vector<StateKind>& kinds);
-    std::string save(StateKind kind);
-    void schedule();
-    void restore();
+    using OnUi = std::function<void()>;
+    /// Called by the saver's thread; does nothing once this object is gone.
+    void post(OnUi call);
+    void save(const std::string& uid, StudyReading::Change change);
+    void forgetWritten();
     void say(const std::string& text);
+    QString words(const std::vector<ReadingSaver::Unsaved>& unsaved) const;
 
-    ViewerWorkspace& workspace_;
-    StateFiles files_;
-    ReadingStateStore store_;
-    KeyImageStore keyImageStore_;
-    RecentStudiesFile recent_;
-    SessionFile session_;
-    CrashRecovery recovery_;
-    SaveScheduler scheduler_;
-    QTimer timer_;
-    StudyIdentity study_;
-    QString modality_;
-    FindingList findings_;
-    KeyImageList keyImages_;
-    bool restoring_ = false;
+    /// Readings that are open, or have something that is not written.
+    struct Kept {
+        std::shared_ptr<StudyReading> reading;
+        StudyReading::Subscription subscription;
+    };
+    std::map<std::string, Kept> kept_; ///< by the study's UID
+    std::shared_ptr<StudyReading> current_;
+    unsigned openings_ = 0; ///< so that only the last one is answered
+    std::unique_ptr<ReadingSaver> saver_;
 };
 
 } // namespace zorbel

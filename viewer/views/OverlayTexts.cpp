@@ -2,6 +2,7 @@
 
 #include "viewer/reading/display/WindowPresets.h"
 #include "viewer/studies/StudyRows.h"
+#include "viewer/studies/StudyTexts.h"
 
 #include <cmath>
 
@@ -9,10 +10,10 @@ namespace zorbel {
 
 QStringList OverlayTexts::patient(const StudyIdentity& study, const imaging::ImageMetadata& metadata) {
     const QString own = QString::fromStdString(metadata.patientName).trimmed();
-    QStringList lines{own.isEmpty() ? study.shownPatientName() : own};
-    const QString date = QString::fromStdString(metadata.studyDate);
-    if (!date.isEmpty() || !study.studyDate.isEmpty())
-        lines += StudyRows::displayDate(date.isEmpty() ? study.studyDate : date);
+    QStringList lines{own.isEmpty() ? StudyTexts::patientName(study) : own};
+    const std::string& date = metadata.studyDate.empty() ? study.studyDate : metadata.studyDate;
+    if (!date.empty())
+        lines += StudyRows::displayDate(QString::fromStdString(date));
     const QString series = QString::fromStdString(metadata.seriesDescription).trimmed();
     if (!series.isEmpty())
         lines += series;

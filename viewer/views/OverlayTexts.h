@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/StudyIdentity.h"
 #include "imaging/ImageMetadata.h"
 #include "imaging/VoiTransform.h"
-#include "viewer/studies/StudyIdentity.h"
 
 #include <QString>
 #include <QStringList>

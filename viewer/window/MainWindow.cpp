@@ -1,17 +1,19 @@
 #include "viewer/window/MainWindow.h"
 
 #include "app/log/Logger.h"
-#include "cache/StudyClassification.h"
 #include "resources/Resources.h"
 #include "viewer/findings/FindingsDialog.h"
 #include "viewer/measuring/MeasurementPanel.h"
-#include "viewer/mpr/MprController.h"
+#include "viewer/reading/workspace/ShortcutTable.h"
 #include "viewer/session/ReadingSession.h"
+#include "viewer/studies/ImageKinds.h"
 #include "viewer/studies/StudyBrowserWidget.h"
 #include "viewer/widgets/ElidedLabel.h"
 #include "viewer/window/MainToolBar.h"
 #include "viewer/window/SeriesSelectionDialog.h"
 #include "viewer/window/ShortcutSheet.h"
+#include "viewer/window/StandardModes.h"
+#include "viewer/window/StatusLine.h"
 #include "viewer/workspace/LoadingOverlay.h"
 #include "viewer/workspace/ViewerWorkspace.h"
 
@@ -60,8 +62,7 @@ MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOption
     buildStatusBar();
     connectLoading();
     bindShortcuts();
-    reading_ = std::make_unique<ReadingSession>(
-        std::move(options.stateFolder), *workspace_, options.previousRunCrashed);
+    reading_ = std::make_unique<ReadingSession>(std::move(options.stateFolder), options.previousRunCrashed);
     connectReading();
     showRecentStudies();
     browser_->loadStudiesAsync();
@@ -78,6 +79,7 @@ void MainWindow::buildWorkspace() {
     browser_ = new StudyBrowserWidget(client_);
     browser_->setMinimumWidth(240);
     workspace_ = new ViewerWorkspace;
+    addStandardModes(*workspace_);
     auto* side = new QWidget;
     side->setObjectName(QStringLiteral("sideColumn"));
     auto* column = new QVBoxLayout(side);
@@ -114,7 +116,7 @@ void MainWindow::buildToolBar() {
 }
 
 void MainWindow::buildStatusBar() {
-    status_ = new ElidedLabel(QStringLiteral("Ready"));
+    status_ = new StatusLine;
     status_->setObjectName(QStringLiteral("statusText"));
     status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     status_->setMinimumWidth(260);
@@ -132,6 +134,11 @@ void MainWindow::buildStatusBar() {
     busy_->hide();
     statusBar()->setSizeGripEnabled(false);
     statusBar()->addWidget(status_, 1);
+    unsaved_ = new ElidedLabel;
+    unsaved_->setObjectName(QStringLiteral("statusUnsaved"));
+    unsaved_->setMaximumWidth(420);
+    unsaved_->hide();
+    statusBar()->addPermanentWidget(unsaved_);
     statusBar()->addPermanentWidget(notice_);
     statusBar()->addPermanentWidget(source_);
     statusBar()->addPermanentWidget(busy_);
@@ -143,6 +150,7 @@ void MainWindow::connectLoading() {
         &StudyLoadController::cancel);
     connect(loader_, &StudyLoadController::loadingChanged, this, [this](bool loading) {
         busy_->setVisible(loading);
+        status_->setBusy(loading);
         toolBar_->setRetryEnabled(!loading && loader_->currentStudy().has_value());
         if (!loading) {
             workspace_->loadingOverlay().hide();
@@ -152,20 +160,18 @@ void MainWindow::connectLoading() {
     connect(loader_, &StudyLoadController::stageChanged, this, [this](const StudyLoadStage& stage) {
         workspace_->loadingOverlay().showStage(stage.title, stage.detail, stage.done, stage.total);
     });
-    connect(loader_, &StudyLoadController::statusChanged, status_, &QLabel::setText);
+    connect(loader_, &StudyLoadController::statusChanged, this, [this](const QString& text) {
+        // What is done first begins at once.
+        if (status_->text() == QStringLiteral("Preparing study"))
+            status_->sayBeside(text);
+        else
+            status_->say(text);
+    });
     connect(loader_, &StudyLoadController::seriesChoiceNeeded, this, &MainWindow::askForSeries);
     connect(loader_, &StudyLoadController::localCopyOffered, this, &MainWindow::offerLocalCopy);
-    connect(loader_, &StudyLoadController::imageReady, this, [this](const OrthancImageLoadResult& result) {
-        try {
-            showImage(result);
-        } catch (const std::bad_alloc&) {
-            // Two volumes are alive while one replaces the other; without both the window is usable again.
-            closeStudy();
-            showFailure(studyLoadFailure(QStringLiteral("Not enough memory to show this series.")));
-        }
-    });
+    connect(loader_, &StudyLoadController::imageReady, this, &MainWindow::showImage);
     connect(loader_, &StudyLoadController::loadFailed, this, &MainWindow::showFailure);
-    connect(loader_, &StudyLoadController::loadCancelled, status_, &QLabel::setText);
+    connect(loader_, &StudyLoadController::loadCancelled, status_, &StatusLine::say);
 }
 
 void MainWindow::bindShortcuts() {
@@ -175,14 +181,14 @@ void MainWindow::bindShortcuts() {
         auto* shortcut = new QShortcut(QKeySequence(key, QKeySequence::PortableText), this);
         // A key held down goes on with what has steps; anything else would flicker to and fro.
         shortcut->setAutoRepeat(
-            binding.action == ShortcutAction::StepSlices || binding.action == ShortcutAction::ChangeSlab);
+            binding.action == ReadingAction::StepSlices || binding.action == ReadingAction::ChangeSlab);
         connect(
             shortcut, &QShortcut::activated, this,
             [this, action = binding.action, argument = binding.argument] {
                 workspace_->perform(action, argument);
             });
     }
-    connect(workspace_, &ViewerWorkspace::statusText, status_, &QLabel::setText);
+    connect(workspace_, &ViewerWorkspace::statusText, status_, &StatusLine::say);
     connect(workspace_, &ViewerWorkspace::shortcutSheetRequested, this, [this] {
         auto* sheet = new ShortcutSheet(this);
         sheet->setAttribute(Qt::WA_DeleteOnClose);
@@ -209,71 +215,108 @@ void MainWindow::openLinkedStudy(const QString& studyInstanceUID) {
 }
 
 void MainWindow::showImage(const OrthancImageLoadResult& result) {
-    const auto& study = result.study;
-    const StudyIdentity identity(study.studyInstanceUID, study.patientName, result.modality, study.studyDate);
-    const QString description = result.series.seriesDescription.trimmed();
-    reading_->aboutToShow();
-    if (result.volumetric)
-        workspace_->showVolume(identity, result.image);
-    else
-        workspace_->showImage(
-            identity, result.image, StudyClassification::classify(result.modality, description));
+    const StudyRequest& study = result.study;
+    const QString& modality = study.modality.isEmpty() ? result.modality : study.modality;
+    const StudyIdentity identity{
+        study.orthancId.toStdString(), study.studyInstanceUID.toStdString(), study.patientName.toStdString(),
+        modality.toStdString(), study.studyDate.toStdString()};
+    status_->say(QStringLiteral("Preparing study"));
+    reading_->open(identity, [this, result](const std::shared_ptr<StudyReading>& reading) {
+        try {
+            present(reading, result);
+        } catch (const std::bad_alloc&) {
+            // Two volumes are alive while one replaces the other; without both the window is usable again.
+            closeStudy();
+            showFailure(studyLoadFailure(QStringLiteral("Not enough memory to show this series.")));
+        }
+    });
+}
+
+void MainWindow::present(const std::shared_ptr<StudyReading>& reading, const OrthancImageLoadResult& result) {
+    StudySeries series;
+    series.image = result.image;
+    series.modality = result.modality.toStdString();
+    series.description = result.series.seriesDescription.trimmed().toStdString();
+    series.kind = imageKindOf(result.modality, QString::fromStdString(series.description), result.volumetric);
+    series.key = StudySeries::keyOf(*series.image, series.kind);
+    reading->show(std::move(series));
+    workspace_->show(reading);
     workspace_->setFocus(); // the arrows now move through the slices, no longer through the list
-    reading_->studyShown(identity, study.orthancId, result.modality);
-    tellSource(result); // after what restoring the study's hanging has to say
+    reading_->shown(reading);
+    tellSource(result);
     Logger::instance().flush();
 }
 
 void MainWindow::connectReading() {
-    connect(reading_.get(), &ReadingSession::statusText, status_, &QLabel::setText);
+    connect(reading_.get(), &ReadingSession::statusText, status_, &StatusLine::say);
+    connect(reading_.get(), &ReadingSession::unsavedChanged, this, [this](const QString& text) {
+        unsaved_->setText(text);
+        unsaved_->setVisible(!text.isEmpty());
+    });
     connect(reading_.get(), &ReadingSession::recentStudiesChanged, this, &MainWindow::showRecentStudies);
-    connect(workspace_, &ViewerWorkspace::captureRequested, reading_.get(), &ReadingSession::captureKeyImage);
+    connect(workspace_, &ViewerWorkspace::captureRequested, this, &MainWindow::captureKeyImage);
     connect(workspace_, &ViewerWorkspace::findingsRequested, this, &MainWindow::showFindings);
 }
 
 void MainWindow::showRecentStudies() {
-    std::vector<ViewerStudySummary> rows;
-    const RecentStudies recent = reading_->recentStudies();
-    for (const RecentStudy& study : recent.studies()) {
-        ViewerStudySummary row;
-        row.orthancId = QString::fromStdString(study.orthancId);
-        row.studyInstanceUID = QString::fromStdString(study.studyUid);
-        row.patientName = QString::fromStdString(study.patientName);
-        row.modality = QString::fromStdString(study.modality);
-        row.studyDate = QString::fromStdString(study.studyDate);
-        rows.push_back(std::move(row));
-    }
-    browser_->setRecentStudies(std::move(rows));
+    reading_->recentStudies([this](const RecentStudies& recent) {
+        std::vector<ViewerStudySummary> rows;
+        for (const RecentStudy& study : recent.studies()) {
+            ViewerStudySummary row;
+            row.orthancId = QString::fromStdString(study.orthancId);
+            row.studyInstanceUID = QString::fromStdString(study.studyUid);
+            row.patientName = QString::fromStdString(study.patientName);
+            row.modality = QString::fromStdString(study.modality);
+            row.studyDate = QString::fromStdString(study.studyDate);
+            rows.push_back(std::move(row));
+        }
+        browser_->setRecentStudies(std::move(rows));
+    });
+}
+
+void MainWindow::captureKeyImage() {
+    const auto capture = workspace_->captureActiveViewport();
+    if (!reading_->current())
+        status_->say(QString::fromLatin1(KeyImageList::noStudyText));
+    else if (!capture)
+        status_->say(QString::fromLatin1(KeyImageList::notVisibleText));
+    else
+        reading_->addKeyImage(capture->picture, keyImageCaption(capture->view));
 }
 
 void MainWindow::showFindings() {
-    if (!reading_->hasStudy()) {
-        status_->setText(QString::fromLatin1(FindingList::noStudyText));
+    const auto reading = reading_->current();
+    if (!reading) {
+        status_->say(QString::fromLatin1(FindingList::noStudyText));
         return;
     }
-    std::optional<imaging::Vector3> location;
-    if (const auto position = workspace_->readingPosition())
-        location = position->crosshair;
-    auto* dialog = new FindingsDialog(reading_->findings(), location, this);
+    auto* dialog = new FindingsDialog(reading->findings(), workspace_->location(), this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &FindingsDialog::findingsChanged, reading_.get(), &ReadingSession::setFindings);
-    connect(dialog, &FindingsDialog::jumpRequested, this, [this](const imaging::Vector3& point) {
-        if (workspace_->viewMode() == ViewMode::Mpr)
-            workspace_->mpr().moveCrosshair(point);
+    connect(dialog, &FindingsDialog::findingsChanged, this, [reading](const FindingList& findings) {
+        reading->setFindings(findings);
     });
+    connect(dialog, &FindingsDialog::jumpRequested, workspace_, &ViewerWorkspace::goTo);
     // Its findings are this study's, and no other's.
     connect(loader_, &StudyLoadController::imageReady, dialog, &QDialog::reject);
     dialog->open();
 }
 
+bool MainWindow::mayAskForRecovery() const {
+    return isVisible() && !loader_->isLoading() && !recoveryBox_ && !QApplication::activeModalWidget();
+}
+
 void MainWindow::offerRecovery() {
-    if (!isVisible() || loader_->isLoading() || QApplication::activeModalWidget())
+    if (!mayAskForRecovery())
         return;
-    const auto study = reading_->recovery().question();
-    if (!study)
-        return;
-    const QString name = QString::fromStdString(study->patientName);
-    const QString uid = QString::fromStdString(study->studyUid);
+    reading_->recoverable([this](const std::optional<RecentStudy>& study) {
+        if (study && mayAskForRecovery())
+            askForRecovery(*study);
+    });
+}
+
+void MainWindow::askForRecovery(const RecentStudy& study) {
+    const QString name = QString::fromStdString(study.patientName);
+    const QString uid = QString::fromStdString(study.studyUid);
     auto* box = new QMessageBox(
         QMessageBox::NoIcon, QStringLiteral("Recover the last session"),
         QStringLiteral(
@@ -286,16 +329,16 @@ void MainWindow::offerRecovery() {
     box->setTextFormat(Qt::PlainText);
     box->setDefaultButton(QMessageBox::Yes);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    connect(box, &QMessageBox::finished, this, [this, study = *study, name, uid](int answer) {
+    connect(box, &QMessageBox::finished, this, [this, study, name, uid](int answer) {
+        recoveryBox_ = nullptr;
         if (answer == QMessageBox::Yes) {
-            reading_->recovery().accept(study);
+            reading_->acceptRecovery(study);
             openStudy(
                 {QString::fromStdString(study.orthancId), uid, name, QString::fromStdString(study.modality),
                  QString::fromStdString(study.studyDate)});
             return;
         }
-        if (const auto failure = reading_->recovery().decline(study); !failure.empty())
-            status_->setText(QString::fromStdString(failure));
+        reading_->declineRecovery(study);
         QTimer::singleShot(0, this, &MainWindow::offerRecovery);
     });
     box->open();
@@ -308,7 +351,7 @@ void MainWindow::tellSource(const OrthancImageLoadResult& result) {
     auto& logger = Logger::instance();
     if (result.source == ImageSource::VolumeCache && result.volumetric) {
         const auto& dims = result.image->geometry().dimensions();
-        status_->setText(QStringLiteral("Volumetric study loaded in MPR mode (%1).").arg(result.modality));
+        status_->say(QStringLiteral("Volumetric study loaded in MPR mode (%1).").arg(result.modality));
         source_->setText(QStringLiteral("Loaded from local cache: %1").arg(uid));
         logger.info(
             component, "Volume displayed",
@@ -320,13 +363,13 @@ void MainWindow::tellSource(const OrthancImageLoadResult& result) {
     const QString series =
         description.isEmpty() ? QString() : QStringLiteral("  |  Series: %1").arg(description);
     if (result.volumetric) {
-        status_->setText(QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (%1).%2")
-                             .arg(result.modality, series));
+        status_->say(QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (%1).%2")
+                         .arg(result.modality, series));
         source_->setText(QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, uid));
         logger.info(
             component, "DICOM fallback volume displayed", {{"study", uid.toStdString()}, {"mode", "MPR"}});
     } else {
-        status_->setText(
+        status_->say(
             QStringLiteral("Non-volumetric study loaded in 2D mode (%1).%2").arg(result.modality, series));
         source_->setText(QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, uid));
         logger.info(
@@ -363,7 +406,7 @@ void MainWindow::offerLocalCopy(StudyLoadGuard::Ticket question, const StudyLoad
 }
 
 void MainWindow::showFailure(const StudyLoadFailure& failure) {
-    status_->setText(failure.status);
+    status_->say(failure.status);
     auto* box = newFailureBox(failure, this);
     box->setObjectName(QStringLiteral("loadFailureBox"));
     box->addButton(QMessageBox::Ok);
@@ -375,13 +418,13 @@ void MainWindow::showFailure(const StudyLoadFailure& failure) {
 
 void MainWindow::closeStudy() {
     loader_->cancel();
+    reading_->close();
     if (workspace_->viewMode() == ViewMode::None)
         return;
-    reading_->studyClosed();
     workspace_->reset();
     notice_->hide();
     source_->clear();
-    status_->setText(QStringLiteral("Study closed"));
+    status_->say(QStringLiteral("Study closed"));
     Logger::instance().info(component, "Study closed");
 }
 
@@ -392,12 +435,48 @@ void MainWindow::signOut() {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
+    if (!mayClose_ && !reading_->isAllWritten()) {
+        // The disk is waited for, but the window is not held up by it.
+        event->ignore();
+        if (!closing_)
+            finishAndClose();
+        return;
+    }
     Q_EMIT sessionEnding();
     delete recoveryBox_; // what was not answered is asked again
     closeStudy();
-    reading_->recovery().endSession();
+    reading_->endSession();
     loader_->shutDown(); // what winds down is waited for when the window is gone
     event->accept();
+}
+
+void MainWindow::finishAndClose() {
+    closing_ = true;
+    status_->say(QStringLiteral("Saving what was recorded…"));
+    reading_->finish([this](const QString& left) {
+        closing_ = false;
+        if (left.isEmpty()) {
+            close();
+            return;
+        }
+        auto* box = new QMessageBox(
+            QMessageBox::Warning, QStringLiteral("Not everything is saved"),
+            QStringLiteral(
+                "What was recorded could not be written to the disk:\n\n%1\n\nWhoever closes now loses it.")
+                .arg(left),
+            QMessageBox::Retry | QMessageBox::Discard | QMessageBox::Cancel, this);
+        box->setObjectName(QStringLiteral("unsavedBox"));
+        box->setTextFormat(Qt::PlainText);
+        box->setDefaultButton(QMessageBox::Retry);
+        box->button(QMessageBox::Discard)->setText(QStringLiteral("Close and Lose It"));
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        connect(box, &QMessageBox::finished, this, [this](int answer) {
+            mayClose_ = answer == QMessageBox::Discard;
+            if (answer == QMessageBox::Retry || mayClose_)
+                close();
+        });
+        box->open();
+    });
 }
 
 } // namespace zorbel

@@ -18,7 +18,10 @@ namespace zorbel {
 
 class MainToolBar;
 class ReadingSession;
+struct RecentStudy;
+class StatusLine;
 class StudyBrowserWidget;
+class StudyReading;
 class ViewerWorkspace;
 
 /// The one top-level window of the workstation: study list, tool rail, viewports, toolbar and status bar. It
@@ -61,26 +64,35 @@ private:
         StudyLoadGuard::Ticket question, const std::vector<OrthancSeriesSummary>& series, int suggestedRow);
     void offerLocalCopy(StudyLoadGuard::Ticket question, const StudyLoadFailure& failure);
     void showFailure(const StudyLoadFailure& failure);
+    void present(const std::shared_ptr<StudyReading>& reading, const OrthancImageLoadResult& result);
+    void captureKeyImage();
     void closeStudy();
+    /// Writes what is not written, then closes; what cannot be written is asked about.
+    void finishAndClose();
     void connectReading();
     void showRecentStudies();
     void showFindings();
     /// Asks about a study that a run left open, unless something else is under way.
     void offerRecovery();
+    bool mayAskForRecovery() const;
+    void askForRecovery(const RecentStudy& study);
     void signOut();
 
     std::shared_ptr<ZorbelApiClient> client_;
     StudyLoadController* loader_ = nullptr;
-    std::unique_ptr<ReadingSession> reading_; ///< goes before the workspace, whose state it writes
+    std::unique_ptr<ReadingSession> reading_;
     StudyBrowserWidget* browser_ = nullptr;
     ViewerWorkspace* workspace_ = nullptr;
     MainToolBar* toolBar_ = nullptr;
-    QLabel* status_ = nullptr;
-    QLabel* notice_ = nullptr; ///< what the reader should know about the image's way here
+    StatusLine* status_ = nullptr;
+    QLabel* unsaved_ = nullptr; ///< what was recorded and is not on the disk
+    QLabel* notice_ = nullptr;  ///< what the reader should know about the image's way here
     QLabel* source_ = nullptr;
     QProgressBar* busy_ = nullptr;
     QPointer<QMessageBox> recoveryBox_;
     QElapsedTimer sinceRequest_;
+    bool closing_ = false;  ///< once all is written
+    bool mayClose_ = false; ///< whatever is not written
 };
 
 } // namespace zorbel

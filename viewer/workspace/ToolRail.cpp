@@ -42,7 +42,7 @@ ToolRail::ToolRail(QWidget* parent) : QScrollArea(parent) {
     buildDisplay();
     buildLayouts();
     layout_->setRowStretch(row_ + 1, 1);
-    setAvailable({});
+    showControls({});
 }
 
 void ToolRail::buildNavigation() {
@@ -64,7 +64,7 @@ void ToolRail::buildNavigation() {
         QStringLiteral("Show or hide the linked MPR reference lines"));
     lines_->setCheckable(true);
     lines_->setChecked(true);
-    connect(lines_, &QToolButton::clicked, this, &ToolRail::linesToggled);
+    request(lines_, ReadingAction::ToggleLines);
     addTool(
         QStringLiteral("rotate"), QStringLiteral("MPR rotate"),
         QStringLiteral("Coupled rotation: drag any of the four line handles"), Tool::Rotate);
@@ -72,7 +72,7 @@ void ToolRail::buildNavigation() {
         QStringLiteral("slab"), QStringLiteral("Thick slab"),
         QStringLiteral("Combine adjacent slices into one MPR image"));
     slab_->setCheckable(true);
-    connect(slab_, &QToolButton::clicked, this, &ToolRail::slabToggled);
+    request(slab_, ReadingAction::ToggleSlab);
     addTool(
         QStringLiteral("length"), QStringLiteral("Length"),
         QStringLiteral("Measure a distance in millimetres (L) — also reports bone density along the path"),
@@ -113,8 +113,14 @@ void ToolRail::buildNavigation() {
     slabText_->setObjectName(QStringLiteral("slabText"));
     slabText_->setAlignment(Qt::AlignCenter);
     place(slabText_, true);
-    connect(slabMode_, &QComboBox::activated, this, &ToolRail::slabModeChosen);
-    connect(slabCount_, &QSpinBox::valueChanged, this, &ToolRail::slabCountChosen);
+    needs_.insert(
+        needs_.end(), {{slabMode_, ReadingAction::SetSlabMode}, {slabCount_, ReadingAction::SetSlabCount}});
+    connect(slabMode_, &QComboBox::activated, this, [this](int mode) {
+        Q_EMIT actionRequested(ReadingAction::SetSlabMode, mode);
+    });
+    connect(slabCount_, &QSpinBox::valueChanged, this, [this](int slices) {
+        Q_EMIT actionRequested(ReadingAction::SetSlabCount, slices);
+    });
 }
 
 void ToolRail::buildPlanes() {
@@ -127,9 +133,7 @@ void ToolRail::buildPlanes() {
             QString::fromLatin1(planes[index][0]), caption,
             QStringLiteral("Make the %1 plane the active one").arg(caption.toLower()));
         planes_[index]->setCheckable(true);
-        connect(planes_[index], &QToolButton::clicked, this, [this, index] {
-            Q_EMIT planeChosen(static_cast<int>(index));
-        });
+        request(planes_[index], ReadingAction::ActivateViewport, static_cast<int>(index));
     }
     previous_ = addEntry(
         QStringLiteral("prev"), QStringLiteral("Previous"),
@@ -138,51 +142,52 @@ void ToolRail::buildPlanes() {
         QStringLiteral("next"), QStringLiteral("Next"), QStringLiteral("Next slice in the active plane"));
     for (auto* button : {previous_, next_})
         button->setAutoRepeat(true);
-    connect(previous_, &QToolButton::clicked, this, [this] { Q_EMIT stepRequested(-1); });
-    connect(next_, &QToolButton::clicked, this, [this] { Q_EMIT stepRequested(1); });
+    request(previous_, ReadingAction::StepSlices, -1);
+    request(next_, ReadingAction::StepSlices, 1);
 }
 
 void ToolRail::buildOrientation() {
     addGroup(QStringLiteral("Orientation"));
-    turns_ = {
+    request(
         addEntry(
             QStringLiteral("flip-horizontal"), QStringLiteral("Mirror"),
             QStringLiteral("Mirror the 2D image left to right")),
+        ReadingAction::Mirror);
+    request(
         addEntry(
             QStringLiteral("flip-vertical"), QStringLiteral("Flip V"),
             QStringLiteral("Flip the 2D image top to bottom")),
+        ReadingAction::FlipVertical);
+    request(
         addEntry(
             QStringLiteral("rotate-180"), QStringLiteral("Rotate 180"),
-            QStringLiteral("Rotate the 2D image by 180 degrees"))};
-    for (std::size_t index = 0; index < turns_.size(); ++index)
-        connect(turns_[index], &QToolButton::clicked, this, [this, index] {
-            Q_EMIT turnRequested(static_cast<Turn>(index));
-        });
+            QStringLiteral("Rotate the 2D image by 180 degrees")),
+        ReadingAction::Rotate180);
 }
 
 void ToolRail::buildDisplay() {
     addGroup(QStringLiteral("Display"));
-    fit_ = addEntry(
+    auto* fit = addEntry(
         QStringLiteral("fit"), QStringLiteral("Fit to view"),
         QStringLiteral("Fit the current study inside all visible viewports"));
     invert_ = addEntry(
         QStringLiteral("invert"), QStringLiteral("Invert"),
         QStringLiteral("Invert the grayscale of the 2D image (I)"));
     invert_->setCheckable(true);
-    reset_ = addEntry(
+    auto* reset = addEntry(
         QStringLiteral("reset"), QStringLiteral("Reset view"),
         QStringLiteral("Restore the original camera and slice framing"));
-    connect(fit_, &QToolButton::clicked, this, &ToolRail::fitRequested);
-    connect(invert_, &QToolButton::clicked, this, &ToolRail::invertToggled);
-    connect(reset_, &QToolButton::clicked, this, &ToolRail::resetRequested);
-    capture_ = addEntry(
+    request(fit, ReadingAction::FitViews);
+    request(invert_, ReadingAction::ToggleInverted);
+    request(reset, ReadingAction::ResetViews);
+    auto* capture = addEntry(
         QStringLiteral("report"), QStringLiteral("Capture"),
         QStringLiteral("Capture the active viewport, overlays included, for the Word report (Ctrl+K)"));
-    connect(capture_, &QToolButton::clicked, this, &ToolRail::captureRequested);
-    findings_ = addEntry(
+    request(capture, ReadingAction::CaptureView);
+    auto* findings = addEntry(
         QStringLiteral("findings"), QStringLiteral("Findings"),
         QStringLiteral("Record findings by tooth (FDI) or region for the report (Ctrl+F)"));
-    connect(findings_, &QToolButton::clicked, this, &ToolRail::findingsRequested);
+    request(findings, ReadingAction::ShowFindings);
 }
 
 void ToolRail::buildLayouts() {
@@ -200,8 +205,7 @@ void ToolRail::buildLayouts() {
         const auto layout = static_cast<Layout>(index);
         layouts_[index] = addEntry(looks[index][0], text(layoutLabel(layout)), looks[index][1]);
         layouts_[index]->setCheckable(true);
-        connect(
-            layouts_[index], &QToolButton::clicked, this, [this, layout] { Q_EMIT layoutChosen(layout); });
+        request(layouts_[index], ReadingAction::SetLayout, static_cast<int>(index));
     }
 }
 
@@ -248,7 +252,7 @@ QToolButton* ToolRail::addTool(const QString& id, const QString& caption, const 
     tools_[tool] = button;
     // A second click puts the tool down again: the crosshair is what is there without a tool.
     connect(button, &QToolButton::clicked, this, [this, tool](bool checked) {
-        Q_EMIT toolChosen(checked ? tool : Tool::Crosshair);
+        Q_EMIT actionRequested(ReadingAction::SelectTool, static_cast<int>(checked ? tool : Tool::Crosshair));
     });
     return button;
 }
@@ -281,9 +285,11 @@ bool ToolRail::eventFilter(QObject* watched, QEvent* event) {
     return QScrollArea::eventFilter(watched, event);
 }
 
-void ToolRail::setActivePlane(int viewport) {
-    for (std::size_t index = 0; index < planes_.size(); ++index)
-        planes_[index]->setChecked(static_cast<int>(index) == viewport);
+void ToolRail::request(QToolButton* button, ReadingAction action, int argument) {
+    needs_.emplace_back(button, action);
+    connect(button, &QToolButton::clicked, this, [this, action, argument] {
+        Q_EMIT actionRequested(action, argument);
+    });
 }
 
 void ToolRail::setTool(Tool tool) {
@@ -296,10 +302,6 @@ void ToolRail::setLayoutShown(Layout layout) {
         layouts_[index]->setChecked(static_cast<Layout>(index) == layout);
 }
 
-void ToolRail::setLinesShown(bool shown) {
-    lines_->setChecked(shown);
-}
-
 void ToolRail::setSlab(const SlabModel& slab) {
     const QSignalBlocker quiet(slabCount_);
     slab_->setChecked(slab.isEnabled());
@@ -308,27 +310,16 @@ void ToolRail::setSlab(const SlabModel& slab) {
     slabCount_->setValue(slab.sliceCount());
 }
 
-void ToolRail::setInverted(bool inverted) {
-    invert_->setChecked(inverted);
-}
-
-void ToolRail::setAvailable(const Available& available) {
+void ToolRail::showControls(const ModeControls& controls) {
     for (const auto& [tool, button] : tools_)
-        button->setEnabled(tool == Tool::Rotate ? available.planes : available.image);
-    tools_[Tool::Scroll]->setEnabled(available.slices);
-    for (auto* widget : std::initializer_list<QWidget*>{lines_, slab_, slabMode_, slabCount_})
-        widget->setEnabled(available.planes);
-    for (auto* plane : planes_)
-        plane->setEnabled(available.planes);
-    for (auto* button : {previous_, next_})
-        button->setEnabled(available.slices);
-    for (auto* button : turns_)
-        button->setEnabled(available.image && !available.planes);
-    invert_->setEnabled(available.grey2D);
-    for (auto* button : {fit_, reset_, capture_, findings_})
-        button->setEnabled(available.image);
-    for (auto* button : layouts_)
-        button->setEnabled(available.planes);
+        button->setEnabled(controls.tools.count(tool) > 0);
+    for (const auto& [control, action] : needs_)
+        control->setEnabled(controls.actions.count(action) > 0);
+    for (std::size_t index = 0; index < planes_.size(); ++index)
+        planes_[index]->setChecked(static_cast<int>(index) == controls.markedPlane);
+    lines_->setChecked(controls.linesShown);
+    invert_->setChecked(controls.inverted);
+    setSlab(controls.slab);
 }
 
 } // namespace zorbel

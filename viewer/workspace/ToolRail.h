@@ -1,12 +1,13 @@
 #pragma once
 
-#include "viewer/reading/base/Tool.h"
-#include "viewer/reading/base/ViewportLayout.h"
+#include "viewer/workspace/ReadingMode.h"
 
 #include <QScrollArea>
 
 #include <array>
 #include <map>
+#include <utility>
+#include <vector>
 
 class QComboBox;
 class QGridLayout;
@@ -16,55 +17,27 @@ class QToolButton;
 
 namespace zorbel {
 
-class SlabModel;
-
 /// The vertical rail of tools left of the viewports, in groups with captions. It only says what was pressed.
 class ToolRail : public QScrollArea {
     Q_OBJECT
 
 public:
-    enum class Turn { Mirror, FlipVertical, Rotate180 };
-
     explicit ToolRail(QWidget* parent = nullptr);
 
-    /// Marks the plane that steps and keys act on: 0 axial, 1 coronal, 2 sagittal; anything else marks none.
-    void setActivePlane(int viewport);
+    /// What makes sense now, and how it stands.
+    void showControls(const ModeControls& controls);
     void setTool(Tool tool);
     void setLayoutShown(Layout layout);
-    void setLinesShown(bool shown);
-    void setSlab(const SlabModel& slab);
-    void setInverted(bool inverted);
-
-    /// What there is to act on.
-    struct Available {
-        bool image = false;
-        bool planes = false;
-        bool slices = false; ///< to step through
-        bool grey2D = false; ///< a 2D image that can be inverted
-    };
-    void setAvailable(const Available& available);
 
 Q_SIGNALS:
-    void toolChosen(zorbel::Tool tool);
-    void linesToggled();
-    void slabToggled();
-    void slabModeChosen(int mode);
-    void slabCountChosen(int slices);
-    void planeChosen(int viewport);
-    /// −1 previous, +1 next slice.
-    void stepRequested(int direction);
-    void turnRequested(zorbel::ToolRail::Turn turn);
-    void invertToggled();
-    void fitRequested();
-    void resetRequested();
-    void layoutChosen(zorbel::Layout layout);
-    void captureRequested();
-    void findingsRequested();
+    void actionRequested(zorbel::ReadingAction action, int argument);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void setSlab(const SlabModel& slab);
+    void request(QToolButton* button, ReadingAction action, int argument = 0);
     void buildNavigation();
     void buildPlanes();
     void buildOrientation();
@@ -87,13 +60,9 @@ private:
     std::array<QToolButton*, 3> planes_{};
     QToolButton* previous_ = nullptr;
     QToolButton* next_ = nullptr;
-    std::array<QToolButton*, 3> turns_{};
-    QToolButton* fit_ = nullptr;
     QToolButton* invert_ = nullptr;
-    QToolButton* reset_ = nullptr;
-    QToolButton* capture_ = nullptr;
-    QToolButton* findings_ = nullptr;
     std::array<QToolButton*, 4> layouts_{};
+    std::vector<std::pair<QWidget*, ReadingAction>> needs_; ///< what a control is there for
 };
 
 } // namespace zorbel

@@ -1,38 +1,30 @@
 #pragma once
 
-#include "cache/StudyClassification.h"
-#include "imaging/Image.h"
-#include "viewer/reading/base/Tool.h"
-#include "viewer/reading/records/KeyImage.h"
-#include "viewer/reading/state/HangingProtocol.h"
-#include "viewer/reading/state/ReadingPosition.h"
-#include "viewer/reading/workspace/LayoutModel.h"
-#include "viewer/reading/workspace/ShortcutTable.h"
-#include "viewer/studies/StudyIdentity.h"
-#include "viewer/workspace/ToolRail.h"
-#include "viewer/workspace/ViewMode.h"
+#include "viewer/reading/study/StudyReading.h"
+#include "viewer/reading/workspace/ReadingAction.h"
+#include "viewer/workspace/ReadingMode.h"
 
-#include <QPixmap>
 #include <QWidget>
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QStackedWidget;
 
 namespace zorbel {
 
-class ImageController;
 class LoadingOverlay;
+class MeasureTool;
 class MeasurementController;
-class MprController;
-class ToolCursor;
+class ToolRail;
 class ViewerHeader;
 class ViewportGrid;
-class VolumeController;
 
 /// The right side of the window: tool rail, header, the viewports of the current mode, and the loading
-/// overlay over them. Keys, rail and gestures all come to perform() or to the slots beside it.
+/// overlay over them. It hosts the modes of reading, shows the study's reading in the one that can, and hands
+/// keys, rail and gestures to it. What is the same in all modes is here: layouts, the active viewport, the
+/// active tool, measuring.
 class ViewerWorkspace : public QWidget {
     Q_OBJECT
 
@@ -40,91 +32,75 @@ public:
     explicit ViewerWorkspace(QWidget* parent = nullptr);
     ~ViewerWorkspace() override;
 
-    ViewMode viewMode() const { return mode_; }
+    /// The mode joins the others; of those that can show a series, the last to join does. The workspace owns
+    /// it.
+    void addMode(std::unique_ptr<ReadingMode> mode);
+    /// The mode leaves with its viewports; what it shows is closed first. Null for one that never joined.
+    std::unique_ptr<ReadingMode> removeMode(const ReadingMode* mode);
+    /// The one that shows something; null while none does.
+    const ReadingMode* mode() const { return mode_; }
+    Tool tool() const { return tool_; }
+    ViewMode viewMode() const { return mode_ ? mode_->viewMode() : ViewMode::None; }
 
-    void showVolume(const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image);
-    void showImage(
-        const StudyIdentity& study, const std::shared_ptr<const imaging::Image>& image,
-        const StudyClassification& kind);
-    /// Back to "no study"; lets go of the images.
+    /// Shows the series that the reading shows, hung as it says. False where no mode can.
+    bool show(const std::shared_ptr<StudyReading>& reading);
+    /// Back to "no study"; lets go of reading and images.
     void reset();
 
     LoadingOverlay& loadingOverlay() { return *overlay_; }
-    MprController& mpr() { return *mpr_; }
     MeasurementController& measurements() { return *measurements_; }
+    MeasureTool& measureTool() { return *measureTool_; }
     /// Shows a measurement where it was drawn.
     void jumpToMeasurement(int id);
-    const LayoutModel& layout() const { return layout_; }
-    Tool tool() const { return tool_; }
-
-    /// How the study hangs now, and hanging it so.
-    HangingProtocol hangingProtocol() const;
-    void applyHangingProtocol(const HangingProtocol& hanging);
-    /// Crosshair and planes (no study named); only of a volume.
-    std::optional<ReadingPosition> readingPosition() const;
-    void applyReadingPosition(const ReadingPosition& position);
-    /// A picture of the active viewport with all that lies over it, in device pixels, and what it shows.
-    struct Capture {
-        QPixmap picture;
-        KeyImageView view;
-    };
+    /// Where the reader is, LPS millimetres; nothing where the mode has no such place.
+    std::optional<imaging::Vector3> location() const;
+    void goTo(const imaging::Vector3& point);
     /// Nothing while the viewport is not on the screen.
-    std::optional<Capture> captureActiveViewport();
+    std::optional<ModeCapture> captureActiveViewport();
 
-    /// Does what a key asks for; what makes no sense in the current mode does nothing.
-    void perform(ShortcutAction action, int argument);
+    /// Does what is asked for; what makes no sense in the current mode does nothing.
+    void perform(ReadingAction action, int argument);
 
 Q_SIGNALS:
-    /// The image given to showVolume() or showImage() is on the screen.
+    /// What was given to show() is on the screen.
     void imageDrawn();
     void statusText(const QString& text);
     void shortcutSheetRequested();
     void captureRequested();
     void findingsRequested();
-    /// Crosshair or planes moved.
-    void positionChanged();
-    /// Layout, window, slab or tool changed.
-    void hangingChanged();
 
 private:
-    QWidget* buildEmptyPage();
-    void connectRail();
-    void connectViews();
-    void setMode(ViewMode mode, const StudyIdentity& study);
-    void beginStudy(const StudyIdentity& study);
-    void setTool(Tool tool);
-    void setActiveViewport(int viewport);
-    void applyChange(const LayoutChange& change);
-    void setLayout(Layout layout);
-    void step(double slices);
-    void fitToView();
-    void resetView();
-    void toggleLines();
-    void toggleOverlays();
-    void toggleSlab();
-    void changeSlab(int steps);
-    void showSlabStatus();
-    void applyPreset(int index);
-    void turnImage(ToolRail::Turn turn);
-    void toggleInverted();
-    void onImageStateChanged();
-    bool hasVolume() const { return mode_ == ViewMode::Mpr; }
-    bool hasImage() const { return mode_ == ViewMode::TwoD; }
+    /// A mode and its page of viewports.
+    struct Hosted {
+        std::unique_ptr<ReadingMode> mode;
+        ViewportGrid* grid = nullptr;
+    };
 
-    ViewMode mode_ = ViewMode::None;
-    QString studyInstanceUID_;
-    LayoutModel layout_;
-    Tool tool_ = Tool::Crosshair;
+    QWidget* buildEmptyPage();
+    void connectMode(ReadingMode* mode);
+    ReadingMode* modeFor(const StudySeries& series) const;
+    ViewportGrid* gridOf(const ReadingMode* mode) const;
+    void enter(ReadingMode* mode);
+    void showHeader();
+    void showControls();
+    void setTool(Tool tool);
+    void applyTool(Tool tool);
+    void applyChange(const LayoutChange& change);
+    void refitLater();
+    void toggleOverlays();
+
+    std::vector<Hosted> modes_;
+    ReadingMode* mode_ = nullptr;
+    ViewportGrid* grid_ = nullptr; ///< of the mode
+    std::shared_ptr<StudyReading> reading_;
+    Tool tool_ = Tool::Crosshair; ///< active now
     bool overlaysShown_ = true;
-    ToolCursor* cursor_ = nullptr;
     MeasurementController* measurements_ = nullptr;
-    MprController* mpr_ = nullptr;
-    VolumeController* volume_ = nullptr;
-    ImageController* image_ = nullptr;
+    std::unique_ptr<MeasureTool> measureTool_;
     ToolRail* rail_ = nullptr;
     ViewerHeader* header_ = nullptr;
     QStackedWidget* pages_ = nullptr;
-    ViewportGrid* grid_ = nullptr;
+    QWidget* emptyPage_ = nullptr;
     LoadingOverlay* overlay_ = nullptr;
 };
 

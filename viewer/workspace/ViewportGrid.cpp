@@ -4,6 +4,8 @@
 
 #include <QGridLayout>
 
+#include <utility>
+
 namespace zorbel {
 
 namespace {
@@ -14,8 +16,8 @@ constexpr QSize smallestStackedView(260, 130);
 
 } // namespace
 
-ViewportGrid::ViewportGrid(const std::array<ViewportFrame*, 4>& viewports, QWidget* parent)
-    : QWidget(parent), viewports_(viewports) {
+ViewportGrid::ViewportGrid(std::vector<ViewportFrame*> viewports, QWidget* parent)
+    : QWidget(parent), viewports_(std::move(viewports)) {
     setObjectName(QStringLiteral("viewportGrid"));
     layout_ = new QGridLayout(this);
     layout_->setContentsMargins(0, 0, 0, 0);
@@ -39,15 +41,21 @@ void ViewportGrid::apply(const CellPlan& plan) {
         const auto& cell = plan.cells[index];
         if (!cell.visible)
             continue;
-        viewports_[index]->setSmallestView(
-            plan.rows > 2 && cell.rowSpan == 1 ? smallestStackedView : smallestView);
+        if (viewports_.size() > 1) // a view that is alone knows its own
+            viewports_[index]->setSmallestView(
+                plan.rows() > 2 && cell.rowSpan == 1 ? smallestStackedView : smallestView);
         layout_->addWidget(viewports_[index], cell.row, cell.column, cell.rowSpan, cell.columnSpan);
         viewports_[index]->show();
     }
-    for (int row = 0; row < plan.rows; ++row)
+    for (int row = 0; row < plan.rows(); ++row)
         layout_->setRowStretch(row, plan.rowStretch[static_cast<std::size_t>(row)]);
-    for (int column = 0; column < plan.columns; ++column)
+    for (int column = 0; column < plan.columns(); ++column)
         layout_->setColumnStretch(column, plan.columnStretch[static_cast<std::size_t>(column)]);
+}
+
+void ViewportGrid::setActive(int viewport) {
+    for (std::size_t index = 0; index < viewports_.size(); ++index)
+        viewports_[index]->setActive(viewports_.size() > 1 && static_cast<int>(index) == viewport);
 }
 
 } // namespace zorbel

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "viewer/reading/base/ViewportLayout.h"
+#include "viewer/reading/workspace/ViewportSet.h"
 
 #include <QWidget>
 
-#include <array>
+#include <vector>
 
 class QGridLayout;
 
@@ -12,19 +12,21 @@ namespace zorbel {
 
 class ViewportFrame;
 
-/// Lays the four viewports out after a cell plan.
+/// Lays a mode's viewports out after a cell plan.
 class ViewportGrid : public QWidget {
     Q_OBJECT
 
 public:
     /// Takes ownership of the viewports; shows none until the first plan.
-    explicit ViewportGrid(const std::array<ViewportFrame*, 4>& viewports, QWidget* parent = nullptr);
+    explicit ViewportGrid(std::vector<ViewportFrame*> viewports, QWidget* parent = nullptr);
 
+    /// One cell for each viewport.
     void apply(const CellPlan& plan);
+    void setActive(int viewport);
 
 private:
     QGridLayout* layout_ = nullptr;
-    std::array<ViewportFrame*, 4> viewports_;
+    std::vector<ViewportFrame*> viewports_;
 };
 
 } // namespace zorbel

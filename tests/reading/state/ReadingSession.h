@@ -35,8 +35,7 @@ public:
         case StateKind::ReadingPosition:
             return store.save(samplePosition(study_, number)).empty();
         case StateKind::HangingProtocol:
-            return store.save(study_, HangingProtocol{.window = HangingProtocol::Window{double(number), 0}})
-                .empty();
+            return store.save(study_, sampleHanging(number)).empty();
         case StateKind::Findings:
             return store.save(study_, findingsOf(number)).empty();
         case StateKind::Measurements:
@@ -62,9 +61,9 @@ public:
         SessionState result;
         auto& numbers = result.numbers;
         if (const auto position = store.readingPosition(study_))
-            numbers[0] = static_cast<int>(position->crosshair[0]);
-        if (const auto hanging = store.hangingProtocol(study_); hanging && hanging->window)
-            numbers[1] = static_cast<int>(hanging->window->width);
+            numbers[0] = static_cast<int>(position->of("1.9")->crosshair[0]);
+        if (const auto hanging = store.hanging(study_); hanging && hanging->of("1.9").window)
+            numbers[1] = static_cast<int>(hanging->of("1.9").window->width);
         const auto findings = store.findings(study_);
         if (!findings.findings().empty()) {
             numbers[2] = std::stoi(findings.findings()[0].note);

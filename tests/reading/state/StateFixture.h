@@ -15,11 +15,20 @@
 namespace zorbel::tests {
 
 inline ReadingPosition samplePosition(const std::string& uid, double x = 1.5) {
-    return {
-        uid,
-        "CT",
-        {x, -20.25, 1e-3},
-        {{{{1, 0, 0}, {0, 1, 0}}, {{1, 0, 0}, {0, 0, -1}}, {{0, 1, 0}, {0, 0, -1}}}}};
+    const PlanesPosition planes{
+        {x, -20.25, 1e-3}, {{{{1, 0, 0}, {0, 1, 0}}, {{1, 0, 0}, {0, 0, -1}}, {{0, 1, 0}, {0, 0, -1}}}}};
+    return {uid, "CT", {{"1.9", planes}}, "1.9"};
+}
+
+inline StudyHanging sampleHanging(double windowWidth = 400.0) {
+    HangingProtocol volume;
+    volume.layout = Layout::Single;
+    volume.window = HangingProtocol::Window{windowWidth, 50.0, HangingProtocol::Window::Shape::Sigmoid};
+    volume.framings[1] = {0.25, {1.0, 2.0, 3.0}};
+    HangingProtocol image;
+    image.tool = Tool::Pan;
+    image.frame = 3;
+    return {{{"1.9", volume}, {"1.10", image}}, "1.9"};
 }
 
 inline FindingList sampleFindings(const std::string& note = "Überweisung, \"quoted\"\n✓") {

@@ -19,15 +19,21 @@ json positionFile() {
 }
 
 TEST(ReadingPositionTest, hasTheAgreedForm) {
-    EXPECT_EQ(positionFile(), json::parse(R"({"version": 1, "studyInstanceUid": "1.2", "modality": "CT",
+    auto file = positionFile();
+    EXPECT_EQ(file["series"]["1.9"], file["reading"]);
+    file.erase("series");
+    file.erase("lastSeries");
+    EXPECT_EQ(file, json::parse(R"({"version": 1, "studyInstanceUid": "1.2", "modality": "CT",
         "reading": {"crosshair": [1.5, -20.25, 0.001], "axes": {"axial": [[1, 0, 0], [0, 1, 0]],
         "coronal": [[1, 0, 0], [0, 0, -1]], "sagittal": [[0, 1, 0], [0, 0, -1]]}}})"));
 }
 
 TEST(ReadingPositionTest, turnedPlanesComeBackToTheLastBit) {
     auto position = samplePosition("1.2", 1.0 / 3.0);
-    position.axes = *rotatedAbout(position.axes, imaging::ViewDirection::Axial, 0.7);
-    position.axes = *rotatedAbout(position.axes, imaging::ViewDirection::Sagittal, -0.3);
+    auto& axes = position.series["1.9"].axes;
+    axes = *rotatedAbout(axes, imaging::ViewDirection::Axial, 0.7);
+    axes = *rotatedAbout(axes, imaging::ViewDirection::Sagittal, -0.3);
+    position.series["1.10"] = samplePosition("1.2", 7.0).series["1.9"];
     EXPECT_EQ(readingPositionFrom(readingPositionText(position)), position);
 }
 
@@ -60,37 +66,38 @@ TEST(ReadingPositionTest, whatIsNoPositionIsIgnored) {
         EXPECT_FALSE(readingPositionFrom(text)) << text;
 }
 
-TEST(HangingProtocolTest, everyValueComesBackUnderTheAgreedNames) {
-    for (int tool = 0; tool <= 10; ++tool) {
-        const HangingProtocol hanging{
-            .layout = static_cast<Layout>(tool % 4),
-            .primary = static_cast<Viewport>(tool % 4),
-            .window = HangingProtocol::Window{1800.5, -400.0},
-            .slabEnabled = tool % 2 == 1,
-            .slabHalfSlices = 1 + tool,
-            .tool = static_cast<Tool>(tool)};
-        EXPECT_EQ(hangingProtocolFrom(hangingProtocolText(hanging)), hanging);
-    }
-    const auto file = json::parse(hangingProtocolText(
-        {.layout = Layout::PrimaryPlusThree,
-         .primary = VolumeViewport,
-         .window = HangingProtocol::Window{10, 20},
-         .slabEnabled = true,
-         .slabHalfSlices = 3,
-         .tool = Tool::BoxRoi}));
+TEST(HangingProtocolTest, everySeriesComesBackAndTheLastOneUnderTheAgreedNames) {
+    HangingProtocol hanging = sampleHanging().series["1.9"];
+    hanging.layout = Layout::PrimaryPlusThree;
+    hanging.primary = 3;
+    hanging.slabEnabled = true;
+    hanging.slabHalfSlices = 3;
+    hanging.slabMode = 2;
+    hanging.tool = Tool::BoxRoi;
+    auto study = sampleHanging();
+    study.series["1.9"] = hanging;
+    EXPECT_EQ(hangingProtocolFrom(hangingProtocolText(study)), study);
+    auto file = json::parse(hangingProtocolText(study));
+    for (const char* further : {"series", "lastSeries", "slabMode", "windowFunction", "views"})
+        file.erase(further);
     EXPECT_EQ(
-        file, json::parse(R"({"layout": "primary-plus-three", "primary": "volume3d", "windowWidth": 10.0,
-        "windowLevel": 20.0, "slabEnabled": true, "slabHalfSlices": 3, "tool": "rectangle-roi"})"));
+        file, json::parse(R"({"layout": "primary-plus-three", "primary": "volume3d", "windowWidth": 400.0,
+        "windowLevel": 50.0, "slabEnabled": true, "slabHalfSlices": 3, "tool": "rectangle-roi"})"));
 }
 
 TEST(HangingProtocolTest, unknownAndWrongValuesAreAsNeverOpened) {
+    const auto read = [](const char* text) { return hangingProtocolFrom(text)->of("any series"); };
     EXPECT_EQ(
-        hangingProtocolFrom(R"({"layout": "5x5", "primary": 1, "windowWidth": 0, "windowLevel": 3,
-            "slabEnabled": 1, "slabHalfSlices": "x", "tool": "knife"})"),
+        read(R"({"layout": "5x5", "primary": 1, "windowWidth": 0, "windowLevel": 3, "slabEnabled": 1,
+            "slabHalfSlices": "x", "slabMode": "thick", "tool": "knife"})"),
         HangingProtocol());
-    EXPECT_EQ(hangingProtocolFrom("{}"), HangingProtocol());
-    EXPECT_EQ(hangingProtocolFrom(R"({"slabHalfSlices": 1e300})")->slabHalfSlices, 25);
-    EXPECT_EQ(hangingProtocolFrom(R"({"slabHalfSlices": -4})")->slabHalfSlices, 1);
+    EXPECT_EQ(read(R"({"slabHalfSlices": 1e300})").slabHalfSlices, 25) << "of a file that names no series";
+    EXPECT_EQ(read(R"({"slabHalfSlices": -4})").slabHalfSlices, 1);
+    EXPECT_EQ(
+        read(R"({"tool": "pan", "series": {"1.9": {"tool": "zoom"}, "1.10": 3},
+            "views": {"0": {"scale": 0, "center": [1, 2, 3]}}})"),
+        HangingProtocol())
+        << "another series was never opened";
     EXPECT_FALSE(hangingProtocolFrom("[]"));
 }
 

@@ -17,17 +17,4 @@ enum class Tool {
     OvalRoi = 10,
 };
 
-/// How the guide overlay of a plane reads the mouse.
-enum class GuideMode {
-    None = 0, ///< not at all: the press belongs to the view below
-    Crosshair = 1,
-    Pan = 2,
-    Zoom = 3,
-    Rotate = 4,
-    Measurement = 5,
-};
-
-/// None for window/level and scroll, which the view below the overlay handles.
-GuideMode guideModeOf(Tool tool);
-
 } // namespace zorbel

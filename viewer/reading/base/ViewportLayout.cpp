@@ -1,5 +1,8 @@
 #include "viewer/reading/base/ViewportLayout.h"
 
+#include <array>
+#include <cstddef>
+
 namespace zorbel {
 
 namespace {
@@ -37,68 +40,6 @@ std::optional<Layout> layoutFromName(std::string_view name) {
             return candidate.layout;
     }
     return std::nullopt;
-}
-
-CellPlan cellPlan(Layout layout, int primary) {
-    CellPlan plan;
-    const auto place = [&plan](int viewport, int row, int column, int rowSpan = 1) {
-        plan.cells[static_cast<std::size_t>(viewport)] = {row, column, rowSpan, 1, true};
-    };
-    switch (layout) {
-    case Layout::Quad:
-        place(AxialViewport, 0, 0);
-        place(CoronalViewport, 0, 1);
-        place(SagittalViewport, 1, 0);
-        place(VolumeViewport, 1, 1);
-        plan.rows = plan.columns = 2;
-        plan.rowStretch = {1, 1, 0};
-        plan.columnStretch = {1, 1};
-        break;
-    case Layout::Single:
-        place(primary, 0, 0);
-        plan.rows = plan.columns = 1;
-        plan.rowStretch = {1, 0, 0};
-        plan.columnStretch = {1, 0};
-        break;
-    case Layout::SideBySide:
-        place(primary, 0, 0);
-        place(companionOf(primary), 0, 1);
-        plan.rows = 1;
-        plan.columns = 2;
-        plan.rowStretch = {1, 0, 0};
-        plan.columnStretch = {1, 1};
-        break;
-    case Layout::PrimaryPlusThree: {
-        place(primary, 0, 0, 3);
-        int row = 0;
-        for (int viewport = AxialViewport; viewport <= VolumeViewport; ++viewport) {
-            if (viewport != primary)
-                place(viewport, row++, 1);
-        }
-        plan.rows = 3;
-        plan.columns = 2;
-        plan.rowStretch = {1, 1, 1};
-        plan.columnStretch = {3, 1};
-        break;
-    }
-    }
-    return plan;
-}
-
-int companionOf(int primary) {
-    switch (primary) {
-    case AxialViewport:
-        return CoronalViewport;
-    case CoronalViewport:
-        return SagittalViewport;
-    default:
-        return AxialViewport;
-    }
-}
-
-int primaryOfActive(int activeViewport) {
-    return activeViewport == CoronalViewport || activeViewport == SagittalViewport ? activeViewport
-                                                                                   : AxialViewport;
 }
 
 } // namespace zorbel

@@ -98,10 +98,9 @@ std::vector<MeasurementPicture> MeasurementDrawing::of(
         pictures.back().label = labelOf(measurement);
     };
     const Measurement* inHand = editor.inHand();
-    if (editor.areMeasurementsVisible())
-        for (const Measurement* measurement : list.shownOn(view.plane))
-            if (!inHand || measurement->id != inHand->id)
-                add(*measurement, measurement->id == list.selected());
+    for (const Measurement* measurement : list.shownOn(view.plane))
+        if (!inHand || measurement->id != inHand->id)
+            add(*measurement, measurement->id == list.selected());
     // A draft is seen in its own view, also where that was scrolled since.
     if (inHand && view.plane.isParallelTo(*inHand))
         add(*inHand, true);

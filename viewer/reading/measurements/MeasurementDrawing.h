@@ -35,7 +35,7 @@ public:
     /// Width and height of a text of several lines in the label's font.
     using SizeOf = std::function<Point2(const std::string&)>;
 
-    /// Those that lie in the view (none while the editor hides them) in drawing order, then the one in hand.
+    /// Those that lie in the view in drawing order, then the one in hand.
     /// Labels stand beside their measurement, within the widget and, where there is room, clear of each
     /// other; the label of the one in hand is placed first. A measurement that is scrolled or zoomed out of
     /// the widget has none.

@@ -25,8 +25,6 @@ void MeasurementEditor::setKind(std::optional<MeasurementKind> kind) {
 }
 
 MeasurementEditor::Hit MeasurementEditor::hitTest(const MeasurementView& view, const Point2& pointer) const {
-    if (!visible_)
-        return {};
     Hit handle;
     Hit body;
     double nearestHandle = handleRadius;
@@ -153,6 +151,14 @@ MeasurementEditor::Outcome MeasurementEditor::leave() {
     return {changed, changed, {}};
 }
 
+MeasurementEditor::Outcome MeasurementEditor::takeBackFirstPoint() {
+    if (!draft_ || draft_->placedPoints() > 1)
+        return {};
+    draft_.reset();
+    buttonDown_ = false;
+    return {true, true, {}};
+}
+
 MeasurementEditor::Outcome MeasurementEditor::cancel() {
     if (draft_) {
         draft_.reset();
@@ -174,7 +180,7 @@ MeasurementEditor::Outcome
 MeasurementEditor::deleteMeasurement(const std::function<bool(const Measurement&)>& isShown) {
     if (draft_)
         return cancel();
-    const auto target = visible_ ? list_.deletionTarget(isShown) : list_.selected();
+    const auto target = list_.deletionTarget(isShown);
     if (!target)
         return {};
     drag_.reset();

@@ -53,16 +53,16 @@ public:
         labelOf_ = std::move(labelOf);
     }
 
-    /// Hidden measurements cannot be taken hold of, nor deleted unless selected; what is in hand stays seen.
-    void setMeasurementsVisible(bool visible) { visible_ = visible; }
-    bool areMeasurementsVisible() const { return visible_; }
-
     /// The left button; points are those of the view's widget.
     Outcome press(const MeasurementView& view, const Point2& pointer);
     Outcome move(const MeasurementView& view, const Point2& pointer);
     Outcome release(const MeasurementView& view, const Point2& pointer);
     /// The pointer left the views.
     Outcome leave();
+
+    /// A double-click whose first click began a draft was none of the measurement's: forgets the draft
+    /// without a word. Taken where there was one.
+    Outcome takeBackFirstPoint();
 
     /// Escape: ends a draft, "Measurement cancelled"; else gives up a drag; else the selection.
     Outcome cancel();
@@ -99,7 +99,6 @@ private:
     MeasurementList& list_;
     std::optional<MeasurementKind> kind_;
     std::function<std::string(const Measurement&)> labelOf_;
-    bool visible_ = true;
     std::optional<MeasurementDraft> draft_;
     bool buttonDown_ = false; ///< over the draft
     std::optional<Drag> drag_;

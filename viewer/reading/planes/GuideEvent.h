@@ -25,25 +25,7 @@ struct SlabChange {
     double halfThickness = 0.0;                                   ///< pixels of the widget
 };
 
-/// Move the picture.
-struct PanMove {
-    Point2 offset;
-};
-
-/// Enlarge (factor above 1) or shrink the picture about a point that stays.
-struct ZoomStep {
-    double factor = 1.0;
-    Point2 anchor;
-};
-
-/// The mouse belongs to the measurement layer.
-struct MeasurementInput {
-    enum class Phase { Press, Move, Release };
-    Phase phase = Phase::Press;
-    Point2 point;
-};
-
 /// What a mouse gesture on the guide of a plane asks for.
-using GuideEvent = std::variant<RotateStep, CrosshairMove, SlabChange, PanMove, ZoomStep, MeasurementInput>;
+using GuideEvent = std::variant<RotateStep, CrosshairMove, SlabChange>;
 
 } // namespace zorbel

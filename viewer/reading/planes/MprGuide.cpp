@@ -14,7 +14,6 @@ constexpr double handleRadius = 11.5;
 constexpr double lineRadius = 6.0;
 constexpr double snapAngle = std::numbers::pi / 12.0;
 constexpr double smallestStep = 1e-6;
-constexpr double zoomPerPixel = 1.008; // a drag over 90 pixels doubles
 
 /// How far one goes from a point along a unit direction until the widget's border; 0 where there is no way.
 double distanceToBorder(const MprGuide::View& view, const Point2& from, const Point2& direction) {
@@ -113,7 +112,7 @@ std::optional<GuideEvent> MprGuide::press(const Point2& pointer) {
     cancel();
     if (!view_.active)
         return std::nullopt;
-    pressed_ = last_ = pointer;
+    pressed_ = pointer;
     pressedView_ = view_;
     grabbed_ = hitTest(pointer);
     switch (grabbed_.kind) {
@@ -133,20 +132,10 @@ std::optional<GuideEvent> MprGuide::press(const Point2& pointer) {
     case Hit::Kind::None:
         break;
     }
-    if (mode_ == GuideMode::Measurement) {
-        drag_ = DragState::Measure;
-        return MeasurementInput{MeasurementInput::Phase::Press, pointer};
-    }
-    if (mode_ == GuideMode::Pan)
-        drag_ = DragState::Pan;
-    else if (mode_ == GuideMode::Zoom)
-        drag_ = DragState::Zoom;
     return std::nullopt;
 }
 
 std::optional<GuideEvent> MprGuide::move(const Point2& pointer, bool snap) {
-    const Point2 moved = pointer - last_;
-    last_ = pointer;
     switch (drag_) {
     case DragState::None:
         break;
@@ -163,21 +152,7 @@ std::optional<GuideEvent> MprGuide::move(const Point2& pointer, bool snap) {
     }
     case DragState::MoveCenter:
         return CrosshairMove{pointer};
-    case DragState::Pan:
-        return PanMove{moved};
-    case DragState::Zoom:
-        return ZoomStep{std::pow(zoomPerPixel, -moved.y), pressed_};
-    case DragState::Measure:
-        return MeasurementInput{MeasurementInput::Phase::Move, pointer};
     }
-    return std::nullopt;
-}
-
-std::optional<GuideEvent> MprGuide::release(const Point2& pointer) {
-    const bool measured = drag_ == DragState::Measure;
-    cancel();
-    if (measured)
-        return MeasurementInput{MeasurementInput::Phase::Release, pointer};
     return std::nullopt;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "viewer/reading/base/Tool.h"
 #include "viewer/reading/planes/GuideEvent.h"
 #include "viewer/reading/planes/GuideLine.h"
 
@@ -8,6 +7,13 @@
 #include <optional>
 
 namespace zorbel {
+
+/// How the guide of a plane reads the mouse.
+enum class GuideMode {
+    None, ///< not at all: another tool has it
+    Crosshair,
+    Rotate,
+};
 
 /// The guide over one plane's view: the lines of the two other planes, their handles, the centre, and what
 /// dragging them with the left button means. All positions are logical pixels of the widget. The widget
@@ -34,7 +40,7 @@ public:
         friend bool operator==(const Hit&, const Hit&) = default;
     };
 
-    enum class DragState { None, Rotate, Slab, MoveLine, MoveCenter, Pan, Zoom, Measure };
+    enum class DragState { None, Rotate, Slab, MoveLine, MoveCenter };
 
     /// Where a line's handles are; [0] towards +direction.
     struct Handles {
@@ -62,9 +68,7 @@ public:
     std::optional<GuideEvent> press(const Point2& pointer);
     /// snap: Shift is held; a rotation goes to the nearest multiple of 15° from the drag's start.
     std::optional<GuideEvent> move(const Point2& pointer, bool snap);
-    /// The left button went up: ends any drag.
-    std::optional<GuideEvent> release(const Point2& pointer);
-    /// Ends a drag whose release will never come.
+    /// The left button went up, or its release will never come: ends any drag.
     void cancel();
 
     DragState dragState() const { return drag_; }
@@ -84,7 +88,6 @@ private:
     Hit grabbed_;
     View pressedView_; ///< as it was at the press: what moves during the drag is measured from there
     Point2 pressed_;
-    Point2 last_;
     double lastAngle_ = 0.0;
     double accumulated_ = 0.0;
     double applied_ = 0.0;

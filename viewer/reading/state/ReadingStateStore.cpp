@@ -64,11 +64,11 @@ std::string ReadingStateStore::save(const ReadingPosition& position) {
     });
 }
 
-std::optional<HangingProtocol> ReadingStateStore::hangingProtocol(std::string_view studyInstanceUid) {
-    return load<HangingProtocol>(StateKind::HangingProtocol, studyInstanceUid, hangingProtocolFrom);
+std::optional<StudyHanging> ReadingStateStore::hanging(std::string_view studyInstanceUid) {
+    return load<StudyHanging>(StateKind::HangingProtocol, studyInstanceUid, hangingProtocolFrom);
 }
 
-std::string ReadingStateStore::save(std::string_view studyInstanceUid, const HangingProtocol& hanging) {
+std::string ReadingStateStore::save(std::string_view studyInstanceUid, const StudyHanging& hanging) {
     return save(StateKind::HangingProtocol, studyInstanceUid, [&] { return hangingProtocolText(hanging); });
 }
 

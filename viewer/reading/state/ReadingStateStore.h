@@ -29,8 +29,8 @@ public:
     /// For the position's own study. One that could not be applied (readingPositionFrom()) is not saved.
     std::string save(const ReadingPosition& position);
 
-    std::optional<HangingProtocol> hangingProtocol(std::string_view studyInstanceUid);
-    std::string save(std::string_view studyInstanceUid, const HangingProtocol& hanging);
+    std::optional<StudyHanging> hanging(std::string_view studyInstanceUid);
+    std::string save(std::string_view studyInstanceUid, const StudyHanging& hanging);
 
     FindingList findings(std::string_view studyInstanceUid);
     std::string save(std::string_view studyInstanceUid, const FindingList& findings);

@@ -1,47 +1,38 @@
 #include "viewer/reading/workspace/LayoutModel.h"
 
-#include "imaging/geometry/ViewDirection.h"
-
 namespace zorbel {
 
-namespace {
-
-std::string planeName(int viewport) {
-    return std::string(imaging::viewDirectionName(static_cast<imaging::ViewDirection>(viewport)));
-}
-
-} // namespace
-
-void LayoutModel::setVolumeShown(bool shown) {
-    *this = LayoutModel();
-    volumeShown_ = shown;
+void LayoutModel::reset() {
+    *this = LayoutModel(std::move(viewports_));
 }
 
 CellPlan LayoutModel::cellPlan() const {
-    return volumeFocused_ ? zorbel::cellPlan(Layout::Single, VolumeViewport)
-                          : zorbel::cellPlan(layout_, primary_);
+    if (!hasLayouts())
+        return zorbel::cellPlan(viewports_, Layout::Single, 0);
+    return focused_ >= 0 ? zorbel::cellPlan(viewports_, Layout::Single, focused_)
+                         : zorbel::cellPlan(viewports_, layout_, primary_);
 }
 
 std::string LayoutModel::layoutText() const {
-    return "Layout " + std::string(layoutLabel(layout_));
+    return hasLayouts() ? "Layout " + std::string(layoutLabel(layout_)) : std::string();
 }
 
 LayoutChange LayoutModel::setActiveViewport(int viewport) {
     LayoutChange change;
-    if (viewport < AxialViewport || viewport > VolumeViewport)
+    if (viewport < 0 || viewport >= static_cast<int>(viewports_.size()))
         return change;
     change.active = viewport != active_;
     active_ = viewport;
-    if (viewport != VolumeViewport)
-        change.activeText = "Active plane: " + planeName(viewport);
+    if (hasLayouts() && traits(viewport).isPrimary)
+        change.activeText = "Active plane: " + traits(viewport).name;
     return change;
 }
 
 LayoutChange LayoutModel::applyLayout(Layout layout, int primary) {
     LayoutChange change;
-    if (!volumeShown_)
+    if (!hasLayouts())
         return change;
-    enter(layout, primaryOfActive(primary));
+    enter(layout, primaryOfActive(viewports_, primary));
     change.layout = true;
     change.layoutText = layoutText();
     return change;
@@ -52,33 +43,33 @@ LayoutChange LayoutModel::setLayoutFromShortcut(Layout layout) {
 }
 
 LayoutChange LayoutModel::toggleMaximise(int viewport) {
-    if (!volumeShown_)
+    if (!hasLayouts())
         return {};
-    const int primary = primaryOfActive(viewport);
+    const int primary = primaryOfActive(viewports_, viewport);
     LayoutChange change;
-    if (layout_ == Layout::Single && primary_ == primary && !volumeFocused_) {
+    if (layout_ == Layout::Single && primary_ == primary && focused_ < 0) {
         enter(beforeMaximise_, primary);
         change.layoutText = "Layout restored";
     } else {
         change = setActiveViewport(primary);
         enter(Layout::Single, primary);
-        change.layoutText = planeName(primary) + " maximised";
+        change.layoutText = traits(primary).name + " maximised";
     }
     change.layout = true;
     return change;
 }
 
-LayoutChange LayoutModel::toggleVolumeFocus() {
-    if (!volumeShown_)
+LayoutChange LayoutModel::toggleFocus(int viewport) {
+    if (!hasLayouts() || viewport < 0 || viewport >= static_cast<int>(viewports_.size()))
         return {};
     LayoutChange change;
-    if (volumeFocused_) {
-        volumeFocused_ = false;
-        change.layoutText = "Restored MPR + 3D layout";
+    if (focused_ == viewport) {
+        focused_ = -1;
+        change.layoutText = traits(viewport).restoredText;
     } else {
-        change = setActiveViewport(VolumeViewport);
-        volumeFocused_ = true;
-        change.layoutText = "Focused 3D view";
+        change = setActiveViewport(viewport);
+        focused_ = viewport;
+        change.layoutText = traits(viewport).focusedText;
     }
     change.layout = true;
     return change;
@@ -89,7 +80,7 @@ void LayoutModel::enter(Layout layout, int primary) {
         beforeMaximise_ = layout_;
     layout_ = layout;
     primary_ = primary;
-    volumeFocused_ = false;
+    focused_ = -1;
 }
 
 } // namespace zorbel

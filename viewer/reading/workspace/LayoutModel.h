@@ -1,6 +1,6 @@
 #pragma once
 
-#include "viewer/reading/base/ViewportLayout.h"
+#include "viewer/reading/workspace/ViewportSet.h"
 
 #include <string>
 
@@ -16,46 +16,52 @@ struct LayoutChange {
     std::string layoutText; ///< "Layout 2x2", "Coronal maximised", "Layout restored", "Focused 3D view", …
 };
 
-/// Which layout is shown, around which viewport, and which viewport is active. Layout and maximise requests
-/// are answered only while a volume is shown; otherwise they change nothing. One thread.
+/// Which layout of a mode's viewports is shown, around which of them, and which one is active. Where there is
+/// only one viewport, layout and maximise requests change nothing. One thread.
 class LayoutModel {
 public:
-    /// Whether the workspace shows a volume in planes. Each call starts over: all four viewports, axial
-    /// active. Lay the grid out after it.
-    void setVolumeShown(bool shown);
+    /// At least one viewport; the first can be a primary.
+    explicit LayoutModel(ViewportSet viewports) : viewports_(std::move(viewports)) {}
 
+    /// Starts over: all viewports, the first active. Lay the grid out after it.
+    void reset();
+
+    const ViewportSet& viewports() const { return viewports_; }
+    bool hasLayouts() const { return viewports_.size() > 1; }
     Layout layout() const { return layout_; }
-    /// 0 to 2.
     int primary() const { return primary_; }
-    /// 0 to 3.
     int activeViewport() const { return active_; }
-    /// The 3D view alone fills the workspace; layout() is what comes back after it.
-    bool isVolumeFocused() const { return volumeFocused_; }
+    /// The viewport, no primary, that alone fills the workspace; layout() is what comes back after it. −1 for
+    /// none.
+    int focusedViewport() const { return focused_; }
     CellPlan cellPlan() const;
-    /// "Layout 2x2".
+    /// "Layout 2x2"; empty where there is nothing to choose.
     std::string layoutText() const;
 
-    /// A viewport out of 0 to 3 changes nothing; the 3D view has no activeText.
+    /// An unknown viewport changes nothing; only those that can be a primary are spoken of.
     LayoutChange setActiveViewport(int viewport);
-    /// For a layout that was saved; a primary other than coronal and sagittal is axial.
+    /// For a layout that was saved; a primary that is none counts as the first.
     LayoutChange applyLayout(Layout layout, int primary);
     /// Ctrl+1 to Ctrl+4 and the layout buttons: around the active viewport.
     LayoutChange setLayoutFromShortcut(Layout layout);
     /// Space and double-click: this viewport alone, or back from there to the layout before.
     LayoutChange toggleMaximise(int viewport);
-    /// The maximise button of the 3D view's header.
-    LayoutChange toggleVolumeFocus();
+    /// The maximise button in the header of a viewport that is no primary.
+    LayoutChange toggleFocus(int viewport);
 
 private:
+    const ViewportTraits& traits(int viewport) const {
+        return viewports_[static_cast<std::size_t>(viewport)];
+    }
     void enter(Layout layout, int primary);
 
-    bool volumeShown_ = false;
+    ViewportSet viewports_;
     Layout layout_ = Layout::Quad;
-    int primary_ = AxialViewport;
+    int primary_ = 0;
     /// The layout to come back to; never Single.
     Layout beforeMaximise_ = Layout::Quad;
-    int active_ = AxialViewport;
-    bool volumeFocused_ = false;
+    int active_ = 0;
+    int focused_ = -1;
 };
 
 } // namespace zorbel

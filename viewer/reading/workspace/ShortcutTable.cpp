@@ -1,5 +1,7 @@
 #include "viewer/reading/workspace/ShortcutTable.h"
 
+#include "viewer/reading/planes/MprViewports.h"
+
 #include "viewer/reading/base/Tool.h"
 #include "viewer/reading/base/ViewportLayout.h"
 
@@ -7,7 +9,7 @@ namespace zorbel {
 
 namespace {
 
-using Action = ShortcutAction;
+using Action = ReadingAction;
 
 ShortcutBinding toolKey(std::string_view key, Tool tool) {
     return {key, Action::SelectTool, static_cast<int>(tool)};

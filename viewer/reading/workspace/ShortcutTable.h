@@ -1,38 +1,17 @@
 #pragma once
 
+#include "viewer/reading/workspace/ReadingAction.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace zorbel {
 
-/// What a key of the main window does. The comments name the argument, where there is one.
-enum class ShortcutAction {
-    StepSlices,       ///< slices in the active plane: −1 as the rail's "Previous", +1 as "Next", ±10
-    ActivateViewport, ///< Viewport
-    WindowPreset,     ///< index in windowPresets
-    SelectTool,       ///< Tool
-    ToggleSlab,
-    ChangeSlab, ///< +1 thicker, −1 thinner
-    FitViews,
-    ResetViews,
-    ToggleMaximise, ///< of the active viewport
-    CenterCrosshair,
-    SetLayout, ///< Layout
-    CaptureView,
-    Cancel, ///< the measurement that is being drawn
-    DeleteMeasurement,
-    ToggleOverlays,
-    ToggleLines,
-    ToggleInverted,
-    ShowSheet,
-    ShowFindings,
-};
-
 /// One key of the main window.
 struct ShortcutBinding {
     std::string_view key; ///< as QKeySequence's portable text: "Shift+R", "PgDown", "Esc"
-    ShortcutAction action = ShortcutAction::ShowSheet;
+    ReadingAction action = ReadingAction::ShowSheet;
     int argument = 0;
 };
 
