@@ -11,7 +11,9 @@ struct StudyIdentity {
     std::string studyInstanceUid;
     std::string patientName;
     std::string modality;
-    std::string studyDate; ///< as DICOM writes it, "20240131"
+    std::string studyDate;        ///< as DICOM writes it, "20240131"
+    std::string studyDescription; ///< this and what follows make its study type, with the modality
+    std::string bodyPart;
 
     /// Without the blanks around each text.
     StudyIdentity trimmed() const;

@@ -368,7 +368,8 @@ StudyRequest lookUpStudy(const ZorbelApiClient& client, const StudyRequest& stud
     for (const QString& search : {study.studyInstanceUID, QString()}) {
         for (const auto& row : client.listStudies(search, largestPage, cancel))
             if (row.studyInstanceUID == study.studyInstanceUID)
-                return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+                return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality,
+                        row.studyDate, row.studyDescription, row.bodyPart};
     }
     throw ZorbelApiError("The requested study is not in your organization's study list.", 404);
 }

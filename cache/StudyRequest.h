@@ -12,6 +12,9 @@ struct StudyRequest {
     QString patientName;
     QString modality;
     QString studyDate;
+    /// Of the list's row, which with the modality make its study type.
+    QString studyDescription{};
+    QString bodyPart{};
 };
 
 } // namespace zorbel

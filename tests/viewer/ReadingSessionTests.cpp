@@ -49,16 +49,15 @@ protected:
 
     /// As if the load of a study had brought it.
     void open(const char* uid) {
+        const QString modality = QStringLiteral("CT");
+        open({{}, QString::fromLatin1(uid), QStringLiteral("Doe"), modality, {}}, modality);
+    }
+    void open(const StudyRequest& study, const QString& modality) {
         OrthancImageLoadResult result;
         result.outcome = OrthancImageLoadResult::Outcome::Loaded;
         result.image = test::smallVolume();
-        result.study = {
-            QStringLiteral("cloud-id"),
-            QString::fromLatin1(uid),
-            QStringLiteral("Doe"),
-            QStringLiteral("CT"),
-            {}};
-        result.modality = QStringLiteral("CT");
+        result.study = study;
+        result.modality = modality;
         result.volumetric = true;
         QSignalSpy drawn(workspace_, &ViewerWorkspace::imageDrawn);
         Q_EMIT window_->findChild<StudyLoadController*>()->imageReady(result);
@@ -138,6 +137,22 @@ TEST_F(ReadingSessionTest, keepsEachStudysRecordsApart) {
     EXPECT_EQ(measurements().size(), 2u);
     QTest::mouseClick(child<QToolButton>(QStringLiteral("recentScope")), Qt::LeftButton);
     EXPECT_EQ(child<QListWidget>(QStringLiteral("studyList"))->count(), 2);
+}
+
+TEST_F(ReadingSessionTest, remembersStudiesUnderTheTypeOfTheListTheyWereOpenedFrom) {
+    StudyRequest study{{}, QStringLiteral("1.2.3"), {}, QStringLiteral("CT"), {}};
+    study.studyDescription = QStringLiteral("CBCT lower jaw");
+    study.bodyPart = QStringLiteral("JAW");
+    open(study, QStringLiteral("OT")); // one of its series is of another modality
+    for (const bool again : {false, true}) {
+        if (again)
+            restart();
+        QTest::mouseClick(child<QToolButton>(QStringLiteral("recentScope")), Qt::LeftButton);
+        child<QComboBox>(QStringLiteral("studyTypeFilter"))->setCurrentText(QStringLiteral("CBCT"));
+        const auto* list = child<QListWidget>(QStringLiteral("studyList"));
+        ASSERT_EQ(list->count(), 1);
+        EXPECT_TRUE(list->item(0)->toolTip().contains(QStringLiteral("JAW")));
+    }
 }
 
 TEST_F(ReadingSessionTest, recordsFindingsByToothAndRegion) {

@@ -236,6 +236,14 @@ void StudyBrowserWidget::setRecentStudies(std::vector<ViewerStudySummary> studie
         rebuildRows();
 }
 
+ViewerStudySummary StudyBrowserWidget::summaryOf(const QString& studyUID) const {
+    for (const auto* list : {&studies_, &recent_})
+        for (const auto& study : *list)
+            if (study.studyInstanceUID == studyUID)
+                return study;
+    return {};
+}
+
 void StudyBrowserWidget::rebuildRows() {
     const auto& source = showsRecent() ? recent_ : studies_;
     const auto* current = list_->currentItem();

@@ -31,9 +31,10 @@ public:
 
     /// Asks the service for the list in the background; a failure leaves the rows as they are.
     void loadStudiesAsync();
-    /// Puts a study at the head of the recent ones.
     /// Newest first.
     void setRecentStudies(std::vector<ViewerStudySummary> studies);
+    /// What the service's list says of a study, or else the recent ones; all empty where neither names it.
+    ViewerStudySummary summaryOf(const QString& studyUID) const;
 
 Q_SIGNALS:
     void studyDoubleClicked(

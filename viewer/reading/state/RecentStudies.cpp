@@ -28,7 +28,9 @@ std::string recentStudiesText(const RecentStudies& studies) {
              {"patientName", study.patientName},
              {"modality", study.modality},
              {"studyDate", study.studyDate},
-             {"lastOpenedAt", study.lastOpenedAt}});
+             {"lastOpenedAt", study.lastOpenedAt},
+             {"studyDescription", study.studyDescription},
+             {"bodyPart", study.bodyPart}});
     }
     return json_text::write(file);
 }
@@ -44,7 +46,8 @@ std::optional<RecentStudies> recentStudiesFrom(std::string_view text) {
             studies.opened(
                 {json_text::text(*entry, "studyUID"), json_text::text(*entry, "orthancId"),
                  json_text::text(*entry, "patientName"), json_text::text(*entry, "modality"),
-                 json_text::text(*entry, "studyDate"), json_text::text(*entry, "lastOpenedAt")});
+                 json_text::text(*entry, "studyDate"), json_text::text(*entry, "lastOpenedAt"),
+                 json_text::text(*entry, "studyDescription"), json_text::text(*entry, "bodyPart")});
     }
     return studies;
 }

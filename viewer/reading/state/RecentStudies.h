@@ -7,7 +7,7 @@
 
 namespace zorbel {
 
-/// A study that the user opened.
+/// A study that the user opened, in the words of the list that it was opened from.
 struct RecentStudy {
     std::string studyUid{};
     std::string orthancId{}; ///< the service's identifier of the study
@@ -15,6 +15,8 @@ struct RecentStudy {
     std::string modality{};
     std::string studyDate{};
     std::string lastOpenedAt{}; ///< ISO 8601, UTC
+    std::string studyDescription{};
+    std::string bodyPart{};
 
     friend bool operator==(const RecentStudy&, const RecentStudy&) = default;
 };
