@@ -239,11 +239,6 @@ TEST(StreamSeries, RefusesWhatIsNotTheWholeSeries) {
         failure(streaming(two + "--b;0--"), 3, 2), "DICOMweb series returned 2 instances; expected 3 0");
     EXPECT_EQ(failure(streaming(two), 2, 1), "Incomplete streaming DICOMweb part 0");
     EXPECT_EQ(
-        failure(streaming(part("one") + "--b;0\r\nCont"), 2, 1),
-        "Malformed streaming DICOMweb part headers 0");
-    EXPECT_EQ(
-        failure(streaming(two, "boundary=other"), 2, 0), "Malformed streaming DICOMweb response boundary 0");
-    EXPECT_EQ(
         failure(streaming(two, "charset=x"), 2, 0),
         "DICOMweb response did not include a multipart boundary 0");
     EXPECT_EQ(

@@ -47,12 +47,6 @@ TEST(IncompleteDicomSeries, reportsTheLargestBlock) {
     EXPECT_EQ(findIncompleteSeries({blockWithGap(5, "3"), block(12)}, 17), (IncompleteSeries{12, 5}));
 }
 
-TEST(IncompleteDicomSeries, saysWhatIsThereAndWhatIsNot) {
-    EXPECT_STREQ(
-        IncompleteDicomSeriesError({118, 2}).what(), "PACS supplied an incomplete DICOM series: 118 frames "
-                                                     "are available and approximately 2 slices are missing.");
-}
-
 TEST(StudyLoadGuard, makesOlderTicketsStale) {
     StudyLoadGuard guard;
     EXPECT_FALSE(guard.isCurrent(guard.take()) && guard.isCurrent(StudyLoadGuard::Ticket()));

@@ -126,16 +126,6 @@ TEST_F(StudyLoadControllerTest, refusesAnIncompleteSeries) {
     EXPECT_TRUE(capture_->contains("\"estimatedMissingFrames\":\"2\""));
 }
 
-TEST_F(StudyLoadControllerTest, opensAProjectionImageIn2D) {
-    const auto study = upload({{.study = "pano", .description = "PANORAMIC", .modality = "PX", .slices = 1}});
-    StudyLoadController controller(client_, {});
-    LoadRecorder recorder(controller);
-    controller.openStudy(study);
-    ASSERT_TRUE(recorder.waitForEnd());
-    ASSERT_EQ(recorder.images.size(), 1u);
-    EXPECT_FALSE(recorder.images.front().volumetric);
-}
-
 TEST_F(StudyLoadControllerTest, opensASetOfBitewingsAsFramesOfOneImage) {
     const auto study = upload(
         {{.study = "bitewings", .description = "Bitewings", .modality = "IO", .slices = 4, .placed = false}});

@@ -240,20 +240,11 @@ int creat(const char* path, mode_t mode) {
 FILE* fopen(const char* path, const char* mode) {
     return openStream("fopen", path, mode);
 }
-FILE* fopen64(const char* path, const char* mode) {
-    return openStream("fopen64", path, mode);
-}
 int mkstemp(char* path) {
     return temporary("mkostemp", path, 0);
 }
-int mkstemp64(char* path) {
-    return temporary("mkostemp64", path, 0);
-}
 int mkostemp(char* path, int flags) {
     return temporary("mkostemp", path, flags);
-}
-int mkostemp64(char* path, int flags) {
-    return temporary("mkostemp64", path, flags);
 }
 
 ssize_t write(int file, const void* bytes, size_t count) {
@@ -269,15 +260,9 @@ ssize_t pwrite(int file, const void* bytes, size_t count, off_t offset) {
     return written(
         "pwrite", file, count, [&](size_t part) { return syscall(SYS_pwrite64, file, bytes, part, offset); });
 }
-ssize_t pwrite64(int file, const void* bytes, size_t count, off64_t offset) {
-    return pwrite(file, bytes, count, offset);
-}
 ssize_t sendfile(int to, int from, off_t* offset, size_t count) {
     return written(
         "sendfile", to, count, [&](size_t part) { return syscall(SYS_sendfile, to, from, offset, part); });
-}
-ssize_t sendfile64(int to, int from, off64_t* offset, size_t count) {
-    return sendfile(to, from, offset, count);
 }
 ssize_t
 copy_file_range(int from, off64_t* fromOffset, int to, off64_t* toOffset, size_t count, unsigned flags) {
@@ -291,29 +276,17 @@ int truncate(const char* path, off_t length) {
                ? -1
                : static_cast<int>(syscall(SYS_truncate, path, length));
 }
-int truncate64(const char* path, off64_t length) {
-    return truncate(path, length);
-}
 int ftruncate(int file, off_t length) noexcept {
     return failsOn("ftruncate", file, Need::Room) ? -1
                                                   : static_cast<int>(syscall(SYS_ftruncate, file, length));
-}
-int ftruncate64(int file, off64_t length) noexcept {
-    return ftruncate(file, length);
 }
 int fallocate(int file, int mode, off_t offset, off_t length) {
     return failsOn("fallocate", file, Need::Room)
                ? -1
                : static_cast<int>(syscall(SYS_fallocate, file, mode, offset, length));
 }
-int fallocate64(int file, int mode, off64_t offset, off64_t length) {
-    return fallocate(file, mode, offset, length);
-}
 int posix_fallocate(int file, off_t offset, off_t length) {
     return fallocate(file, 0, offset, length) == 0 ? 0 : errno;
-}
-int posix_fallocate64(int file, off64_t offset, off64_t length) {
-    return posix_fallocate(file, offset, length);
 }
 int fsync(int file) {
     return failsOn("fsync", file, Need::Nothing) ? -1 : static_cast<int>(syscall(SYS_fsync, file));
@@ -384,5 +357,17 @@ int fchmodat(int folder, const char* path, mode_t mode, int) noexcept {
 int chmod(const char* path, mode_t mode) noexcept {
     return fchmodat(AT_FDCWD, path, mode, 0);
 }
+
+// The same calls under the names that programs with large files use; off_t has 64 bits here.
+#define ZORBEL_ALSO(result, name, arguments, other) result name arguments __attribute__((alias(other)));
+ZORBEL_ALSO(FILE*, fopen64, (const char*, const char*), "fopen")
+ZORBEL_ALSO(int, mkstemp64, (char*), "mkstemp")
+ZORBEL_ALSO(int, mkostemp64, (char*, int), "mkostemp")
+ZORBEL_ALSO(ssize_t, pwrite64, (int, const void*, size_t, off64_t), "pwrite")
+ZORBEL_ALSO(ssize_t, sendfile64, (int, int, off64_t*, size_t), "sendfile")
+ZORBEL_ALSO(int, truncate64, (const char*, off64_t), "truncate")
+ZORBEL_ALSO(int, ftruncate64, (int, off64_t) noexcept, "ftruncate")
+ZORBEL_ALSO(int, fallocate64, (int, int, off64_t, off64_t), "fallocate")
+ZORBEL_ALSO(int, posix_fallocate64, (int, off64_t, off64_t), "posix_fallocate")
 
 } // extern "C"

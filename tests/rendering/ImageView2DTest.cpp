@@ -100,48 +100,34 @@ TEST(ImageView2D, ShowsPixelsInTheirTrueProportions) {
 
 TEST(ImageView2D, MapsByTheFilesOwnFunction) {
     const auto ramp = [](int column, int, int) { return column * 16.0; };
-    LevelWindow window;
-    window.center = 2000.0;
-    window.width = 1500.0;
     VoiTable table;
     table.firstMapped = 1000.0;
     table.bits = 12;
     for (int entry = 0; entry < 2048; ++entry)
         table.entries.push_back(static_cast<std::uint16_t>(4095 - entry * 2));
-
     for (const auto function : {VoiFunction::Linear, VoiFunction::LinearExact, VoiFunction::Sigmoid}) {
         for (const bool withTable : {false, true}) {
             for (const bool inverted : {false, true}) {
+                const LevelWindow window{2000.0, 1500.0, function, {}};
                 ImageMetadata metadata;
-                window.function = function;
                 metadata.windows = {window};
                 metadata.inverted = inverted;
                 if (withTable)
                     metadata.voiTables = {table};
-                for (const auto& image :
-                     {makeImage<std::uint16_t>(flat(256, 16), VoxelType::UInt16, ramp, metadata),
-                      makeImage<std::int16_t>(flat(256, 16), VoxelType::Int16, ramp, metadata),
-                      makeImage<float>(flat(256, 16), VoxelType::Float32, ramp, metadata)}) {
-                    ImageView2D view;
-                    view.resize(256, 16);
-                    view.setImage(image);
-                    const QImage shown = picture(view);
-                    for (int column = 0; column < 256; column += 5) {
-                        const double grey =
-                            withTable ? applyTable(table, column * 16.0) : applyWindow(window, column * 16.0);
-                        ASSERT_NEAR(
-                            qRed(shown.pixel(column, 8)), 255.0 * (inverted ? 1.0 - grey : grey), 1.01)
-                            << "column " << column;
-                    }
-                    view.setInverted(true);
-                    view.setWindow(1000.0, 500.0);
-                    LevelWindow own;
-                    own.center = 1000.0;
-                    own.width = 500.0;
-                    const double grey = applyWindow(own, 60 * 16.0);
-                    EXPECT_NEAR(
-                        qRed(picture(view).pixel(60, 8)), 255.0 * (inverted ? grey : 1.0 - grey), 1.01);
+                ImageView2D view;
+                view.resize(256, 16);
+                view.setImage(makeImage<std::int16_t>(flat(256, 16), VoxelType::Int16, ramp, metadata));
+                const QImage shown = picture(view);
+                for (int column = 0; column < 256; column += 5) {
+                    const double grey =
+                        withTable ? applyTable(table, column * 16.0) : applyWindow(window, column * 16.0);
+                    ASSERT_NEAR(qRed(shown.pixel(column, 8)), 255.0 * (inverted ? 1.0 - grey : grey), 1.01)
+                        << "column " << column;
                 }
+                view.setInverted(true);
+                view.setWindow(1000.0, 500.0);
+                const double grey = applyWindow({1000.0, 500.0, VoiFunction::Linear, {}}, 60 * 16.0);
+                EXPECT_NEAR(qRed(picture(view).pixel(60, 8)), 255.0 * (inverted ? grey : 1.0 - grey), 1.01);
             }
         }
     }

@@ -1,13 +1,12 @@
 #include "cache/writer/VolumeCacheWriter.h"
+#include "tests/rendering/SyntheticImage.h"
 #include "tests/tools/ToolFixture.h"
 #include "tools/VolumeDescription.h"
 
 #include <cmath>
 #include <csignal>
-#include <cstring>
 #include <limits>
 #include <random>
-#include <span>
 
 #include <sys/resource.h>
 
@@ -21,29 +20,15 @@ using imaging::VoxelType;
 using imaging::operator*;
 using imaging::operator+;
 
-/// The corner values that a conversion could lose, then noise that does not compress.
-template <class T>
-std::vector<T> valuesOf(std::vector<T> values, std::size_t count) {
-    std::mt19937 random(17);
-    const std::size_t corners = values.size();
-    while (values.size() < count)
-        values.push_back(values[random() % corners]);
-    return values;
-}
-
+/// The corner values that a conversion could lose, again and again.
 template <class T>
 Image imageOf(ImageGeometry geometry, VoxelType type, const std::vector<T>& corners, int components = 1) {
-    const auto& dimensions = geometry.dimensions();
-    const auto values = valuesOf(
-        corners, static_cast<std::size_t>(dimensions[0] * dimensions[1] * dimensions[2] * components));
-    const std::size_t length = values.size() * sizeof(T);
-    const auto bytes = std::make_shared<std::byte[]>(length);
-    std::memcpy(bytes.get(), values.data(), length);
     imaging::ImageMetadata metadata;
     metadata.studyInstanceUID = "1.2.3";
-    metadata.minimum = static_cast<double>(*std::min_element(values.begin(), values.end()));
-    metadata.maximum = static_cast<double>(*std::max_element(values.begin(), values.end()));
-    return {std::move(geometry), type, components, bytes, length, std::move(metadata)};
+    std::size_t next = 0;
+    return *imaging::test::makeImage<T>(
+        geometry, type, [&](int, int, int) { return static_cast<double>(corners[next++ % corners.size()]); },
+        metadata, components);
 }
 
 ImageGeometry oblique(std::array<int, 3> dimensions) {

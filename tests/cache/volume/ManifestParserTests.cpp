@@ -178,14 +178,5 @@ TEST_F(ManifestParserTest, HostileTextCostsNeitherMemoryNorStack) {
     EXPECT_EQ(failure(test::schemaPath()), notJson + "the file has more than 33554432 bytes");
 }
 
-TEST_F(ManifestParserTest, AFaultySchemaIsNamed) {
-    const auto schema = cache.folder / "schema.json";
-    EXPECT_EQ(failure(schema), "Cannot open schema: " + schema.string());
-    test::writeFile(schema, "{\"type\":");
-    EXPECT_TRUE(failure(schema).starts_with("Schema file is not valid JSON: [json.exception.parse_error"));
-    test::writeFile(schema, R"({"type": 12})");
-    EXPECT_TRUE(failure(schema).starts_with("Schema validation error: "));
-}
-
 } // namespace
 } // namespace zorbel

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "imaging/Image.h"
+#include "tests/rendering/SyntheticImage.h"
 #include "viewer/reading/measurements/ImageGrid2D.h"
 #include "viewer/reading/measurements/MeasurementView.h"
 
-#include <cstring>
 #include <functional>
-#include <memory>
 #include <type_traits>
 #include <vector>
 
@@ -37,18 +35,12 @@ template <class T>
 std::shared_ptr<const Image> imageOf(
     const ImageGeometry& geometry, const std::function<double(const Vector3&)>& value,
     const ImageMetadata& metadata = {}, int components = 1) {
-    const auto& size = geometry.dimensions();
-    std::vector<T> values;
-    for (int slice = 0; slice < size[2]; ++slice)
-        for (int row = 0; row < size[1]; ++row)
-            for (int column = 0; column < size[0]; ++column)
-                values.insert(
-                    values.end(), static_cast<std::size_t>(components),
-                    static_cast<T>(value(geometry.indexToWorld({1.0 * column, 1.0 * row, 1.0 * slice}))));
-    const std::size_t bytes = values.size() * sizeof(T);
-    std::shared_ptr<std::byte[]> buffer(new std::byte[bytes]);
-    std::memcpy(buffer.get(), values.data(), bytes);
-    return std::make_shared<const Image>(geometry, voxelTypeOf<T>(), components, buffer, bytes, metadata);
+    return imaging::test::makeImage<T>(
+        geometry, voxelTypeOf<T>(),
+        [&](int column, int row, int slice) {
+            return value(geometry.indexToWorld({1.0 * (column / components), 1.0 * row, 1.0 * slice}));
+        },
+        metadata, components);
 }
 
 inline Measurement
