@@ -273,7 +273,7 @@ void OrthancProcess::writeConfiguration(const std::string& password) const {
 }
 
 bool OrthancProcess::waitUntilReady() const {
-    for (const auto end = std::chrono::steady_clock::now() + 30s; std::chrono::steady_clock::now() < end;) {
+    for (const auto end = std::chrono::steady_clock::now() + 600s; std::chrono::steady_clock::now() < end;) {
         if (keeper_->waitForEnd(10ms)) {
             return false;
         }

@@ -36,7 +36,7 @@ exec {number_fd}< <(exec setpriv --pdeathsig TERM Xvfb -displayfd 3 -screen 0 19
     -nolisten tcp -noreset 3>&1 >/dev/null 2>"$errors")
 screen_pid=$!
 number=
-if ! read -r -t 60 number <&"$number_fd"; then
+if ! read -r -t 600 number <&"$number_fd"; then
     echo "${0##*/}: the virtual screen did not start" >&2
     cat "$errors" >&2
     rm -f "$errors"
