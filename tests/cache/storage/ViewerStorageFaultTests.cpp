@@ -40,16 +40,6 @@ TEST_F(ViewerStorageFaultTest, LeavesStudiesThatAWriterIsAtWorkIn) {
     EXPECT_TRUE(kept().empty());
 }
 
-TEST_F(ViewerStorageFaultTest, LookingForWritersLeavesNoLockFiles) {
-    const auto busy = addStudy("1.1", 100, 300 * day);
-    write(busy / "series" / "1.8.lock", 0);
-    fs::last_write_time(busy, now - 300 * day);
-    const auto lock = FileLock::tryAcquire(busy / "series" / "1.9.lock");
-    storage().applyPolicy({1, plenty}, now);
-    const auto names = namesIn(busy / "series");
-    EXPECT_TRUE(names == (Names{"1.8.lock", "1.9", "1.9.lock"}) || names == (Names{"1.9", "1.9.lock"}));
-}
-
 TEST_F(ViewerStorageFaultTest, KilledInTheMiddleOfARemovalLeavesAWholeStudyOrNone) {
     constexpr int files = 200;
     int cutShort = 0;
