@@ -14,9 +14,9 @@ std::string trimmedText(const std::string& text) {
 } // namespace
 
 StudyIdentity StudyIdentity::trimmed() const {
-    return {
-        trimmedText(orthancId), trimmedText(studyInstanceUid), trimmedText(patientName),
-        trimmedText(modality), trimmedText(studyDate)};
+    return {trimmedText(orthancId), trimmedText(studyInstanceUid), trimmedText(patientName),
+            trimmedText(modality),  trimmedText(studyDate),        trimmedText(studyDescription),
+            trimmedText(bodyPart)};
 }
 
 } // namespace zorbel

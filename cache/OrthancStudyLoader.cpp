@@ -425,7 +425,7 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
         result.outcome = Outcome::Loaded;
     } catch (const LoadCancelled&) {
         fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
-    } catch (const imaging::DicomReadCancelled&) {
+    } catch (const WorkCancelled&) {
         fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
     } catch (const IncompleteDicomSeriesError& error) {
         fail(Outcome::Incomplete, QString::fromUtf8(error.what()), {});

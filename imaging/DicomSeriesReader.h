@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/WorkCancelled.h"
 #include "imaging/DicomFrame.h"
 #include "imaging/Image.h"
 #include "imaging/SplitReason.h"
@@ -20,12 +21,6 @@ namespace zorbel::imaging {
 class DicomReadError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
-};
-
-/// Thrown by DicomSeriesReader when the cancel flag was found set.
-class DicomReadCancelled : public std::runtime_error {
-public:
-    DicomReadCancelled() : std::runtime_error("DICOM reading cancelled") {}
 };
 
 /// Frames that form one regular grid: same series, size, orientation, pixel format and distance, in ascending
@@ -68,7 +63,7 @@ public:
     using Progress = std::function<void(std::size_t done, std::size_t total)>;
 
     /// Reads the headers of all files. A file that is no DICOM image (truncated header, no pixel data, not
-    /// DICOM, a DICOMDIR) is listed in `rejected`. Throws DicomReadCancelled.
+    /// DICOM, a DICOMDIR) is listed in `rejected`. Throws WorkCancelled.
     static DicomAnalysis analyze(
         const std::vector<std::filesystem::path>& files, const std::atomic<bool>* cancel = nullptr,
         const Progress& progress = {});
@@ -77,7 +72,7 @@ public:
     /// uint16, int32 and uint32 that holds what the stored bits could become, or, where that takes more than
     /// 16 bits, what they do become. Otherwise float32. Colours become RGB of 8 bits. Throws DicomReadError
     /// naming the first file that failed, truncated pixel data included (nothing half filled is ever
-    /// returned), DicomReadCancelled, or std::bad_alloc.
+    /// returned), WorkCancelled, or std::bad_alloc.
     static std::shared_ptr<const Image>
     load(const ImageBlock& block, const std::atomic<bool>* cancel = nullptr, const Progress& progress = {});
 };

@@ -315,8 +315,8 @@ TEST_F(PixelDecoding, ProgressRisesAndCancelStops) {
 
     std::atomic<bool> cancel = false;
     const auto cancelSoon = [&cancel](std::size_t done, std::size_t) { cancel = done >= 3; };
-    EXPECT_THROW(DicomSeriesReader::load(analysis.blocks.at(0), &cancel, cancelSoon), DicomReadCancelled);
-    EXPECT_THROW(DicomSeriesReader::analyze(folder_.files(), &cancel), DicomReadCancelled);
+    EXPECT_THROW(DicomSeriesReader::load(analysis.blocks.at(0), &cancel, cancelSoon), WorkCancelled);
+    EXPECT_THROW(DicomSeriesReader::analyze(folder_.files(), &cancel), WorkCancelled);
 }
 
 } // namespace

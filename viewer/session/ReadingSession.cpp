@@ -101,7 +101,9 @@ void ReadingSession::shown(const std::shared_ptr<StudyReading>& reading) {
              study.patientName,
              study.modality,
              study.studyDate,
-             {}});
+             {},
+             study.studyDescription,
+             study.bodyPart});
         post([this, session, recent] {
             say(session);
             say(recent);

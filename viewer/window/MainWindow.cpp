@@ -199,7 +199,8 @@ void MainWindow::bindShortcuts() {
 void MainWindow::onStudyDoubleClicked(
     const QString& orthancId, const QString& studyUID, const QString& patientName, const QString& modality,
     const QString& studyDate) {
-    openStudy({orthancId, studyUID, patientName, modality, studyDate});
+    const ViewerStudySummary row = browser_->summaryOf(studyUID);
+    openStudy({orthancId, studyUID, patientName, modality, studyDate, row.studyDescription, row.bodyPart});
 }
 
 void MainWindow::openStudy(const StudyRequest& study) {
@@ -217,9 +218,10 @@ void MainWindow::openLinkedStudy(const QString& studyInstanceUID) {
 void MainWindow::showImage(const OrthancImageLoadResult& result) {
     const StudyRequest& study = result.study;
     const QString& modality = study.modality.isEmpty() ? result.modality : study.modality;
-    const StudyIdentity identity{
-        study.orthancId.toStdString(), study.studyInstanceUID.toStdString(), study.patientName.toStdString(),
-        modality.toStdString(), study.studyDate.toStdString()};
+    const StudyIdentity identity{study.orthancId.toStdString(),   study.studyInstanceUID.toStdString(),
+                                 study.patientName.toStdString(), modality.toStdString(),
+                                 study.studyDate.toStdString(),   study.studyDescription.toStdString(),
+                                 study.bodyPart.toStdString()};
     status_->say(QStringLiteral("Preparing study"));
     reading_->open(identity, [this, result](const std::shared_ptr<StudyReading>& reading) {
         try {
@@ -268,6 +270,8 @@ void MainWindow::showRecentStudies() {
             row.patientName = QString::fromStdString(study.patientName);
             row.modality = QString::fromStdString(study.modality);
             row.studyDate = QString::fromStdString(study.studyDate);
+            row.studyDescription = QString::fromStdString(study.studyDescription);
+            row.bodyPart = QString::fromStdString(study.bodyPart);
             rows.push_back(std::move(row));
         }
         browser_->setRecentStudies(std::move(rows));
@@ -335,7 +339,8 @@ void MainWindow::askForRecovery(const RecentStudy& study) {
             reading_->acceptRecovery(study);
             openStudy(
                 {QString::fromStdString(study.orthancId), uid, name, QString::fromStdString(study.modality),
-                 QString::fromStdString(study.studyDate)});
+                 QString::fromStdString(study.studyDate), QString::fromStdString(study.studyDescription),
+                 QString::fromStdString(study.bodyPart)});
             return;
         }
         reading_->declineRecovery(study);
