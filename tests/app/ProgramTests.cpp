@@ -57,7 +57,7 @@ protected:
     }
     static void end(QProcess& process, int signalNumber) {
         ::kill(static_cast<pid_t>(process.processId()), signalNumber);
-        EXPECT_TRUE(process.waitForFinished(patienceMs));
+        EXPECT_TRUE(process.waitForFinished(-1));
         if (signalNumber != SIGKILL) {
             EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
             EXPECT_EQ(process.exitCode(), 0);
@@ -194,7 +194,7 @@ TEST_F(ProgramTest, aLinkOpensInTheRunningProgramOrIsRefusedThere) {
     EXPECT_TRUE(
         isTaken(link_ + uid_ + QStringLiteral("&apiBase=") + QString::fromStdString(service_->baseUrl())));
     EXPECT_TRUE(waitForOutput(*running, "Zorbel Cloud: " + uid_.toLatin1()));
-    ASSERT_TRUE(running->waitForFinished(patienceMs));
+    ASSERT_TRUE(running->waitForFinished(-1));
     EXPECT_EQ(running->exitCode(), 0);
     expectCleanEnd();
 }
@@ -206,7 +206,7 @@ TEST_F(ProgramTest, aLinkAtTheSignInTakesThePlaceOfTheOneThatWaits) {
     ASSERT_TRUE(goOn.open(QIODevice::WriteOnly));
     goOn.close();
     EXPECT_TRUE(waitForOutput(*running, "Zorbel Cloud: " + uid_.toLatin1()));
-    ASSERT_TRUE(running->waitForFinished(patienceMs));
+    ASSERT_TRUE(running->waitForFinished(-1));
     EXPECT_EQ(running->exitCode(), 0);
 }
 

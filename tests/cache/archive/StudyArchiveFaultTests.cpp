@@ -119,7 +119,7 @@ TEST_F(StudyArchiveFaultTest, CancelledAtAnyCallItEndsSoonWithOneWholeArchive) {
         {
             auto transaction = begin();
             for (const auto& [id, bytes] : many) {
-                write(root / "incoming" / id, bytes);
+                test::writeFile(root / "incoming" / id, bytes);
                 transaction.adopt(id, root / "incoming" / id);
             }
             DiskFault watching;
