@@ -1,7 +1,5 @@
 #include "imaging/planes/PlaneSampler.h"
 
-#include "imaging/TilePool.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -9,13 +7,6 @@
 namespace zorbel::imaging {
 
 namespace {
-
-/// Pixels: small enough that the voxels around a tile of a slab stay in a core's cache.
-constexpr int tileSide = 64;
-
-int tilesAlong(int pixels) {
-    return (std::max(pixels, 0) + tileSide - 1) / tileSide;
-}
 
 enum class Place { Inside, Across, Outside };
 
@@ -61,14 +52,9 @@ PlaneSampler::PlaneSampler(std::shared_ptr<const Image> image, Code code) : imag
         draw_ = kernel::portable(image_->voxelType());
 }
 
-std::size_t PlaneSampler::tileCount(const PlaneFrame& frame) {
-    return static_cast<std::size_t>(tilesAlong(frame.width)) *
-           static_cast<std::size_t>(tilesAlong(frame.height));
-}
-
 void PlaneSampler::sampleTile(const PlaneFrame& frame, std::size_t number, PlaneValues& values) const {
     const ImageGeometry& geometry = image_->geometry();
-    const auto across = static_cast<std::size_t>(tilesAlong(frame.width));
+    const auto across = static_cast<std::size_t>((frame.width + tileSide - 1) / tileSide);
     const int left = static_cast<int>(number % across) * tileSide;
     const int top = static_cast<int>(number / across) * tileSide;
     // The grid is affine: a step in the patient is the same step in indices everywhere.
@@ -96,11 +82,6 @@ void PlaneSampler::sampleTile(const PlaneFrame& frame, std::size_t number, Plane
     }
     tile.interior = place == Place::Inside;
     draw_(grid_, tile);
-}
-
-void PlaneSampler::sample(const PlaneFrame& frame, PlaneValues& values) const {
-    values.resize(frame.width, frame.height);
-    TilePool::shared().run(tileCount(frame), [&](std::size_t tile) { sampleTile(frame, tile, values); });
 }
 
 LevelWindow windowForSlab(const LevelWindow& window, const Slab& slab) {

@@ -39,7 +39,7 @@ double sampleCount(const PlaneFrame& frame) {
 
 /// One picture on its way. Belongs to the pool's threads until it is finished.
 struct PlaneRenderer::Work {
-    std::shared_ptr<const PlaneSampler> sampler;
+    std::shared_ptr<const PictureSampler> sampler;
     PlaneFrame asked;
     PlaneFrame drawn; ///< reduced where factor is above 1
     int factor = 1;
@@ -70,12 +70,12 @@ PlaneRenderer::~PlaneRenderer() {
     drop();
 }
 
-void PlaneRenderer::setImage(std::shared_ptr<const Image> image) {
+void PlaneRenderer::setSampler(std::shared_ptr<const PictureSampler> sampler) {
     drop();
     picture_.reset();
     spare_ = {};
     requested_ = {};
-    sampler_ = image ? std::make_shared<const PlaneSampler>(std::move(image)) : nullptr;
+    sampler_ = std::move(sampler);
 }
 
 void PlaneRenderer::abandonRunning() {
@@ -175,7 +175,7 @@ void PlaneRenderer::start(const PlaneFrame& frame, Quality quality) {
     running_ = work;
     const auto urgency =
         quality == Quality::Full ? TilePool::Urgency::Refinement : TilePool::Urgency::Interactive;
-    work->job = TilePool::shared().start(PlaneSampler::tileCount(work->drawn), draw, finished, urgency);
+    work->job = TilePool::shared().start(PictureSampler::tileCount(work->drawn), draw, finished, urgency);
 }
 
 void PlaneRenderer::finish(const std::shared_ptr<Work>& work) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/planes/PlaneSampler.h"
+#include "imaging/planes/PictureSampler.h"
 
 #include <QObject>
 
@@ -29,7 +29,7 @@ public:
     ~PlaneRenderer() override;
 
     /// Drops the picture. Null is no image; the earlier one is not held on return.
-    void setImage(std::shared_ptr<const Image> image);
+    void setSampler(std::shared_ptr<const PictureSampler> sampler);
 
     /// Leads to pictureReady(), once or, after a coarse picture, twice. Without an image nothing happens.
     void request(const PlaneFrame& frame);
@@ -69,7 +69,7 @@ private:
     void learn(const PlaneFrame& frame, double milliseconds);
     double& cost(const PlaneFrame& frame) { return nanosecondsASample_[frame.slab.count > 1 ? 1 : 0]; }
 
-    std::shared_ptr<const PlaneSampler> sampler_;
+    std::shared_ptr<const PictureSampler> sampler_;
     std::shared_ptr<Link> link_;
     std::shared_ptr<Work> running_;
     std::shared_ptr<Work> abandoned_; ///< a tile of it may still be drawn

@@ -33,7 +33,7 @@ PlaneView::~PlaneView() {
 void PlaneView::setImage(std::shared_ptr<const Image> image) {
     frameDue_ = true;
     if (image != image_ || !image) { // Nothing of another image may be seen for a moment.
-        renderer_->setImage(image);
+        renderer_->setSampler(image ? std::make_shared<const PlaneSampler>(image) : nullptr);
         picture_ = {};
         pictureIsMapped_ = false;
         pictureIsNew_ = false;

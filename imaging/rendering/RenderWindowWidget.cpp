@@ -1,19 +1,9 @@
 #include "imaging/rendering/RenderWindowWidget.h"
 
-#include "imaging/rendering/RenderingManager.h"
-
 #include <QMouseEvent>
 #include <QWheelEvent>
 
 namespace zorbel::imaging {
-
-RenderWindowWidget::RenderWindowWidget(QWidget* parent) : QWidget(parent) {
-    RenderingManager::instance().add(this);
-}
-
-RenderWindowWidget::~RenderWindowWidget() {
-    RenderingManager::instance().remove(this);
-}
 
 void RenderWindowWidget::announceFrame() {
     QMetaObject::invokeMethod(this, &RenderWindowWidget::frameRendered, Qt::QueuedConnection);

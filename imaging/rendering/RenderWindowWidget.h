@@ -7,14 +7,13 @@
 
 namespace zorbel::imaging {
 
-/// A view into an image: what the plane and volume views have in common, whatever draws them. Known to the
-/// RenderingManager while it lives. User-interface thread.
+/// A view into an image: what the plane and volume views have in common, whatever draws them. User-interface
+/// thread.
 class RenderWindowWidget : public QWidget {
     Q_OBJECT
 
 public:
-    explicit RenderWindowWidget(QWidget* parent = nullptr);
-    ~RenderWindowWidget() override;
+    explicit RenderWindowWidget(QWidget* parent = nullptr) : QWidget(parent) {}
 
     /// Asks for one new frame. Several requests before it is drawn make one frame; a hidden widget draws
     /// none.

@@ -1,4 +1,5 @@
 #include "imaging/rendering/PlaneRenderer.h"
+#include "imaging/planes/PlaneSampler.h"
 
 #include "tests/rendering/SyntheticImage.h"
 #include "tests/support/Waiting.h"
@@ -51,7 +52,7 @@ TEST(PlaneRenderer, AnswersWithTheFullPictureWhereThatIsQuick) {
     PlaneRenderer renderer;
     QSignalSpy ready(&renderer, &PlaneRenderer::pictureReady);
     renderer.request(frameOf(*image)); // there is no image
-    renderer.setImage(image);
+    renderer.setSampler(std::make_shared<const PlaneSampler>(image));
     renderer.setInteractiveMilliseconds(1e9);
     const PlaneFrame frame = frameOf(*image);
     renderer.request(frame);
@@ -69,7 +70,7 @@ TEST(PlaneRenderer, AnswersWithTheFullPictureWhereThatIsQuick) {
 TEST(PlaneRenderer, ShowsACoarsePictureFirstWhereTheFullOneTakesLong) {
     const auto image = rampImage();
     PlaneRenderer renderer;
-    renderer.setImage(image);
+    renderer.setSampler(std::make_shared<const PlaneSampler>(image));
     renderer.setInteractiveMilliseconds(0.0);
     const PlaneFrame frame = frameOf(*image);
     std::vector<double> misses;
@@ -110,7 +111,7 @@ TEST(PlaneRenderer, EndsWithTheNewestOfManyRequests) {
     const auto image = rampImage();
     for (const double budget : {0.0, 1e9}) {
         PlaneRenderer renderer;
-        renderer.setImage(image);
+        renderer.setSampler(std::make_shared<const PlaneSampler>(image));
         renderer.setInteractiveMilliseconds(budget);
         QSignalSpy ready(&renderer, &PlaneRenderer::pictureReady);
         PlaneFrame last;

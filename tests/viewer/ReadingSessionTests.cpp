@@ -136,7 +136,7 @@ TEST_F(ReadingSessionTest, keepsEachStudysRecordsApart) {
     open("1.2.4");
     EXPECT_EQ(measurements().size(), 2u);
     QTest::mouseClick(child<QToolButton>(QStringLiteral("recentScope")), Qt::LeftButton);
-    EXPECT_EQ(child<QListWidget>(QStringLiteral("studyList"))->count(), 2);
+    EXPECT_TRUE(test::waitFor([&] { return child<QListWidget>(QStringLiteral("studyList"))->count() == 2; }));
 }
 
 TEST_F(ReadingSessionTest, remembersStudiesUnderTheTypeOfTheListTheyWereOpenedFrom) {
@@ -150,7 +150,7 @@ TEST_F(ReadingSessionTest, remembersStudiesUnderTheTypeOfTheListTheyWereOpenedFr
         QTest::mouseClick(child<QToolButton>(QStringLiteral("recentScope")), Qt::LeftButton);
         child<QComboBox>(QStringLiteral("studyTypeFilter"))->setCurrentText(QStringLiteral("CBCT"));
         const auto* list = child<QListWidget>(QStringLiteral("studyList"));
-        ASSERT_EQ(list->count(), 1);
+        ASSERT_TRUE(test::waitFor([&] { return list->count() == 1; }));
         EXPECT_TRUE(list->item(0)->toolTip().contains(QStringLiteral("JAW")));
     }
 }
