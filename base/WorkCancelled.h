@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <stdexcept>
 
 namespace zorbel {
@@ -9,5 +10,11 @@ class WorkCancelled : public std::runtime_error {
 public:
     WorkCancelled() : std::runtime_error("Cancelled") {}
 };
+
+/// Throws WorkCancelled once the flag is set; a null flag never is.
+inline void throwIfCancelled(const std::atomic<bool>* cancel) {
+    if (cancel && *cancel)
+        throw WorkCancelled();
+}
 
 } // namespace zorbel

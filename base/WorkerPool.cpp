@@ -31,8 +31,7 @@ void runOnAllCores(
             if (i >= count)
                 return;
             try {
-                if (cancel && *cancel)
-                    throw WorkCancelled();
+                throwIfCancelled(cancel);
                 task(i, worker);
                 const std::lock_guard lock(mutex);
                 ++done;
@@ -60,8 +59,7 @@ void runOnAllCores(
     threads.clear();
     if (failure)
         std::rethrow_exception(failure);
-    if (cancel && *cancel)
-        throw WorkCancelled();
+    throwIfCancelled(cancel);
 }
 
 void parallelFor(

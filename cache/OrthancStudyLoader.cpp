@@ -2,6 +2,7 @@
 
 #include "api/LogReason.h"
 #include "app/log/Logger.h"
+#include "base/WorkCancelled.h"
 #include "cache/ReceivedSeries.h"
 #include "cache/SeriesSuggestion.h"
 #include "cache/SessionWorkspace.h"
@@ -23,8 +24,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr unsigned parallelDownloads = 6;
 constexpr char component[] = "StudyLoader";
-
-class LoadCancelled {};
 
 std::string milliseconds(Clock::time_point start) {
     return std::to_string(
@@ -303,10 +302,7 @@ private:
         throw LocalNodeFailed();
     }
 
-    void stopIfCancelled() const {
-        if (isCancelled(cancel_))
-            throw LoadCancelled();
-    }
+    void stopIfCancelled() const { throwIfCancelled(cancel_.get()); }
 
     void report(LoadProgress progress) {
         progress.sourceLabel = route_.sourceLabel();
@@ -423,8 +419,6 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
         const auto kind = StudyClassification::classify(result.modality, result.series.seriesDescription);
         result.volumetric = kind.isVolumetric() && result.image->isVolumetric();
         result.outcome = Outcome::Loaded;
-    } catch (const LoadCancelled&) {
-        fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
     } catch (const WorkCancelled&) {
         fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
     } catch (const IncompleteDicomSeriesError& error) {

@@ -1,6 +1,7 @@
 #include "cache/StudyArchives.h"
 
 #include "app/log/Logger.h"
+#include "base/WorkCancelled.h"
 #include "cache/archive/StudyArchiveReader.h"
 #include "cache/archive/StudyArchiveTransaction.h"
 #include "imaging/DicomSeriesReader.h"
@@ -148,7 +149,7 @@ void StudyArchives::store(
             transaction.adopt(instance.id.toStdString(), instance.file);
         }
         transaction.commit(closing.get());
-    } catch (const StudyArchiveCancelled&) {
+    } catch (const WorkCancelled&) {
         Logger::instance().info(component, "Study not archived: the session ends");
         return;
     } catch (const std::exception& failure) {

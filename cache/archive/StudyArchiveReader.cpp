@@ -1,5 +1,7 @@
 #include "cache/archive/StudyArchiveReader.h"
 
+#include "base/WorkCancelled.h"
+#include "base/WorkerPool.h"
 #include "cache/archive/ArchiveManifest.h"
 #include "cache/archive/ArchivePlace.h"
 #include "cache/archive/InstanceDigest.h"
@@ -70,31 +72,28 @@ Result describeFolder(const fs::path& folder, const std::string& studyUid, const
     return result;
 }
 
-struct Cancelled {};
-
-/// Empty when every file is what the manifest says; throws Cancelled.
+/// Empty when every file is what the manifest says; throws WorkCancelled.
 std::string faultInFiles(const ArchivedSeries& series, const std::atomic<bool>* cancel) {
     using Step = InstanceDigest::Step;
     try {
-        forEachOnAllCores(series.instances.size(), [&](std::size_t i) {
+        const auto check = [&](std::size_t i, std::size_t) {
             const ArchivedInstance& instance = series.instances[i];
-            if (cancel && *cancel)
-                throw Cancelled();
             const auto digest = digestOfInstance(instance.file, instance.byteLength, cancel);
             const auto fault = [&](const char* text) {
                 throw std::runtime_error(
                     "File " + std::to_string(i + 1) + " of " + std::to_string(series.instances.size()) +
                     text);
             };
-            if (digest.failedAt == Step::Cancelled)
-                throw Cancelled();
             if (digest.failedAt == Step::Length)
                 fault(" has another size than recorded");
             if (digest.failedAt != Step::Done)
                 fault(" is missing or cannot be read");
             if (digest.sha256 != instance.sha256)
                 fault(" has other contents than recorded");
-        });
+        };
+        runOnAllCores(series.instances.size(), check, cancel, {});
+    } catch (const WorkCancelled&) {
+        throw;
     } catch (const std::runtime_error& failure) {
         return failure.what();
     }
@@ -110,7 +109,7 @@ Result verifyFolder(
     try {
         if (auto fault = faultInFiles(result.series, cancel); !fault.empty())
             return damaged(std::move(fault));
-    } catch (const Cancelled&) {
+    } catch (const WorkCancelled&) {
         return result;
     }
     result.state = State::Verified;

@@ -1,5 +1,8 @@
 #include "cache/archive/StudyArchiveTransaction.h"
 
+#include "base/PathText.h"
+#include "base/WorkCancelled.h"
+#include "base/WorkerPool.h"
 #include "cache/archive/ArchiveManifest.h"
 #include "cache/archive/ArchivePlace.h"
 #include "cache/archive/InstanceDigest.h"
@@ -30,17 +33,7 @@ constexpr auto privateFile = fs::perms::owner_read | fs::perms::owner_write;
 }
 
 [[noreturn]] void fail(const std::string& what, const fs::path& path) {
-    const std::u8string text = path.u8string();
-    fail(what + std::string(text.begin(), text.end()));
-}
-
-bool isSet(const std::atomic<bool>* cancel) {
-    return cancel && *cancel;
-}
-
-void stopIf(const std::atomic<bool>* cancel) {
-    if (isSet(cancel))
-        throw StudyArchiveCancelled();
+    fail(what + pathText(path));
 }
 
 FileLock
@@ -59,7 +52,7 @@ lockOf(const ArchivePlace& place, std::chrono::milliseconds timeout, const std::
         }
         if (std::chrono::steady_clock::now() >= deadline)
             fail("Timed out waiting for another study archive writer");
-        stopIf(cancel);
+        throwIfCancelled(cancel);
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
 }
@@ -188,10 +181,9 @@ void StudyArchiveTransaction::commit(const std::atomic<bool>* cancel) {
     state_->validate();
     auto instances = state_->measuredInstances(cancel);
     state_->hash(instances, cancel);
-    stopIf(cancel);
     state_->writeManifest(instances);
     state_->flush(instances, cancel);
-    stopIf(cancel);
+    throwIfCancelled(cancel);
     state_->promote(cancel);
 }
 
@@ -215,7 +207,7 @@ std::vector<ArchivedInstance>
 StudyArchiveTransaction::State::measuredInstances(const std::atomic<bool>* cancel) const {
     std::vector<ArchivedInstance> instances;
     for (const std::string& id : ids) {
-        stopIf(cancel);
+        throwIfCancelled(cancel);
         ArchivedInstance instance{.id = id, .file = fileOf(id), .byteLength = 0, .sha256 = {}};
         std::error_code error;
         const auto status = fs::symlink_status(instance.file, error);
@@ -236,19 +228,17 @@ StudyArchiveTransaction::State::measuredInstances(const std::atomic<bool>* cance
 /// The disk starts to write the files meanwhile.
 void StudyArchiveTransaction::State::hash(
     std::vector<ArchivedInstance>& instances, const std::atomic<bool>* cancel) const {
-    forEachOnAllCores(instances.size(), [&](std::size_t i) {
-        stopIf(cancel);
+    const auto hashOne = [&](std::size_t i, std::size_t) {
         ArchivedInstance& instance = instances[i];
         beginFlush(instance.file);
         auto digest = digestOfInstance(instance.file, instance.byteLength, cancel);
-        if (digest.failedAt == InstanceDigest::Step::Cancelled)
-            throw StudyArchiveCancelled();
         if (digest.failedAt == InstanceDigest::Step::Initialise)
             fail("Cannot initialize SHA-256 for study archive");
         if (digest.failedAt != InstanceDigest::Step::Done)
             fail(textOf(digest.failedAt), instance.file);
         instance.sha256 = std::move(digest.sha256);
-    });
+    };
+    runOnAllCores(instances.size(), hashOne, cancel, {});
 }
 
 void StudyArchiveTransaction::State::writeManifest(const std::vector<ArchivedInstance>& instances) const {
@@ -280,15 +270,14 @@ void StudyArchiveTransaction::State::writeManifest(const std::vector<ArchivedIns
 /// commit.
 void StudyArchiveTransaction::State::flush(
     const std::vector<ArchivedInstance>& instances, const std::atomic<bool>* cancel) const {
-    forEachOnAllCores(instances.size(), [&](std::size_t i) {
-        stopIf(cancel);
+    const auto flushOne = [&](std::size_t i, std::size_t) {
         try {
             flushFile(instances[i].file);
         } catch (const std::system_error&) {
             fail("Cannot store study archive instance: ", instances[i].file);
         }
-    });
-    stopIf(cancel);
+    };
+    runOnAllCores(instances.size(), flushOne, cancel, {});
     const fs::path manifest = staging / archiveManifestName;
     try {
         flushFile(manifest);
@@ -315,7 +304,7 @@ void StudyArchiveTransaction::State::promote(const std::atomic<bool>* cancel) {
         fail("Cannot promote completed study archive: " + error.message());
     }
     committed = true;
-    if (isSet(cancel))
+    if (cancel && *cancel)
         return;
     try {
         flushFolder(place.parent());

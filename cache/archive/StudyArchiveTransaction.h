@@ -5,17 +5,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace zorbel {
-
-/// Thrown when a transaction found its cancel flag set.
-class StudyArchiveCancelled : public std::runtime_error {
-public:
-    StudyArchiveCancelled() : std::runtime_error("Study archive cancelled") {}
-};
 
 /// Writes one series' archive: files are gathered in a staging folder beside the final one, described by a
 /// manifest, and the finished folder takes the place of the earlier copy in one step. Whatever happens, the
@@ -27,7 +20,7 @@ public:
 class StudyArchiveTransaction {
 public:
     /// Takes the lock and creates the staging folder, both private to the user. A lock held elsewhere is
-    /// tried again every 10 ms until the timeout, or until `cancel` is set: StudyArchiveCancelled. Throws
+    /// tried again every 10 ms until the timeout, or until `cancel` is set: WorkCancelled. Throws
     /// std::invalid_argument for an unusable folder or a negative timeout, std::runtime_error otherwise.
     static StudyArchiveTransaction begin(
         const std::filesystem::path& finalDirectory, std::string studyInstanceUid,
@@ -54,7 +47,7 @@ public:
     /// Validates, hashes, writes the manifest and promotes. At most once. Everything is on the disk when it
     /// returns, also after a power cut. What a failure leaves under the final name is whole all the same.
     /// Looks at `cancel` between files and between the blocks it hashes: up to the promotion
-    /// StudyArchiveCancelled is thrown and nothing has changed. From then on a set flag spares the wait for
+    /// WorkCancelled is thrown and nothing has changed. From then on a set flag spares the wait for
     /// the disk: a power cut may bring back the earlier copy, which stays beside the new one until the next
     /// transaction or reader.
     void commit(const std::atomic<bool>* cancel = nullptr);

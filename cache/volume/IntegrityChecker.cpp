@@ -1,8 +1,8 @@
 #include "cache/volume/IntegrityChecker.h"
 
 #include "app/log/Logger.h"
-#include "cache/volume/CacheLoadCancelled.h"
-#include "cache/volume/PathText.h"
+#include "base/PathText.h"
+#include "base/WorkCancelled.h"
 #include "cache/volume/Sha256.h"
 #include "platform/RegularFile.h"
 
@@ -194,7 +194,7 @@ std::string hashFile(const std::filesystem::path& path, const std::atomic<bool>*
         throw std::runtime_error("Cannot initialize SHA-256 for: " + pathText(path));
     std::vector<std::byte> block(65'536);
     for (std::size_t count = block.size(); count == block.size();) {
-        CacheLoadCancelled::throwIfSet(cancel);
+        throwIfCancelled(cancel);
         try {
             count = file->read(block);
         } catch (const std::system_error&) {
@@ -218,7 +218,7 @@ bool isDigestOf(const std::string& digest, std::string expected) {
 
 Failure checkFile(
     const ChunkEntry& chunk, const std::filesystem::path& cacheDirectory, const std::atomic<bool>* cancel) {
-    CacheLoadCancelled::throwIfSet(cancel);
+    throwIfCancelled(cancel);
     const std::filesystem::path path = cacheDirectory / chunkFileName(chunk.index);
     std::error_code error;
     const auto type = std::filesystem::symlink_status(path, error).type();
@@ -236,7 +236,7 @@ Failure checkFile(
     try {
         if (!isDigestOf(hashFile(path, cancel), chunk.sha256))
             return integrity("Chunk SHA-256 mismatch", chunk.index);
-    } catch (const CacheLoadCancelled&) {
+    } catch (const WorkCancelled&) {
         throw;
     } catch (const std::runtime_error& failure) {
         return integrity(failure.what(), chunk.index);

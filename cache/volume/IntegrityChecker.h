@@ -31,7 +31,7 @@ struct IntegrityFailure {
 class IntegrityChecker {
 public:
     /// requestedStudyUid: empty when any study will do. Chunk files are hashed several at a time; the failure
-    /// is that of the first bad chunk in slice order all the same. Any thread; throws CacheLoadCancelled once
+    /// is that of the first bad chunk in slice order all the same. Any thread; throws WorkCancelled once
     /// the flag is set, and std::bad_alloc.
     static std::variant<ValidatedLayout, IntegrityFailure> check(
         const VolumeCacheManifest& manifest, const std::string& requestedStudyUid,

@@ -1,7 +1,7 @@
 #include "cache/volume/ManifestParser.h"
 
 #include "app/log/Logger.h"
-#include "cache/volume/PathText.h"
+#include "base/PathText.h"
 #include "cache/volume/ZorbelError.h"
 #include "platform/RegularFile.h"
 

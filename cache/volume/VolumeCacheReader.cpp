@@ -1,10 +1,10 @@
 #include "cache/volume/VolumeCacheReader.h"
 
 #include "app/log/Logger.h"
-#include "cache/volume/CacheLoadCancelled.h"
+#include "base/PathText.h"
+#include "base/WorkCancelled.h"
 #include "cache/volume/IntegrityChecker.h"
 #include "cache/volume/ManifestParser.h"
-#include "cache/volume/PathText.h"
 #include "cache/volume/VoxelAssembler.h"
 
 #include <new>
@@ -81,7 +81,7 @@ ZorbelVolumeData assemble(
     const std::filesystem::path& cacheDirectory, const std::atomic<bool>* cancel) {
     try {
         return VoxelAssembler::assemble(layout, manifest, cacheDirectory, cancel);
-    } catch (const CacheLoadCancelled&) {
+    } catch (const WorkCancelled&) {
         throw;
     } catch (const ZorbelError& error) {
         Logger::instance().warn(
@@ -144,7 +144,7 @@ VolumeCacheResult VolumeCacheReader::load(const std::atomic<bool>* cancel) const
     Logger& log = Logger::instance();
     try {
         log.info(component, "Load started", {{"cacheDir", pathText(cacheDirectory_)}});
-        CacheLoadCancelled::throwIfSet(cancel);
+        throwIfCancelled(cancel);
         const VolumeCacheManifest manifest = parse(cacheDirectory_, schemaPath_);
         const ValidatedLayout layout = check(manifest, studyInstanceUid_, options_, cacheDirectory_, cancel);
         ZorbelVolumeData volume = assemble(layout, manifest, cacheDirectory_, cancel);
@@ -156,7 +156,7 @@ VolumeCacheResult VolumeCacheReader::load(const std::atomic<bool>* cancel) const
         return volume;
     } catch (LoadFailed& failed) {
         return std::move(failed.error);
-    } catch (const CacheLoadCancelled&) {
+    } catch (const WorkCancelled&) {
         log.info(component, "Load cancelled");
         return failure(CacheErrorCode::ChunkCorrupt, "Load cancelled");
     } catch (const std::bad_alloc&) {

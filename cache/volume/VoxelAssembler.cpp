@@ -1,7 +1,7 @@
 #include "cache/volume/VoxelAssembler.h"
 
 #include "app/log/Logger.h"
-#include "cache/volume/CacheLoadCancelled.h"
+#include "base/WorkCancelled.h"
 #include "cache/volume/ChunkDecompressor.h"
 #include "imaging/volume/VoxelBuffer.h"
 
@@ -73,7 +73,7 @@ ZorbelVolumeData VoxelAssembler::assemble(
 
     const std::jthread memory = prepareMemory(volume);
     for (const ChunkEntry& chunk : layout.chunks) {
-        CacheLoadCancelled::throwIfSet(cancel);
+        throwIfCancelled(cancel);
         // Straight to its place: no second buffer to fill and to copy.
         ChunkDecompressor::decompressInto(
             placeOf(chunk, layout.sliceBytes, volume), cacheDirectory / chunkFileName(chunk.index), chunk);

@@ -1,3 +1,4 @@
+#include "base/WorkCancelled.h"
 #include "tests/imaging/DicomFixture.h"
 
 #include <gtest/gtest.h>

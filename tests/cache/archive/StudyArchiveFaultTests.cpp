@@ -135,7 +135,7 @@ TEST_F(StudyArchiveFaultTest, CancelledAtAnyCallItEndsSoonWithOneWholeArchive) {
             armDiskFault({});
         }
         EXPECT_LE(afterwards, soon);
-        EXPECT_EQ(error, error.empty() ? "" : "Study archive cancelled");
+        EXPECT_EQ(error, error.empty() ? "" : "Cancelled");
         EXPECT_EQ(verified(), error.empty() ? many : oldContents());
         EXPECT_TRUE(leftovers().empty());
         cancelled = cancel;

@@ -1,5 +1,5 @@
 #include "TestVolumeCache.h"
-#include "cache/volume/CacheLoadCancelled.h"
+#include "base/WorkCancelled.h"
 #include "cache/volume/IntegrityChecker.h"
 #include "cache/volume/ManifestParser.h"
 #include "tests/support/LogCapture.h"
@@ -200,7 +200,7 @@ TEST_F(IntegrityCheckerTest, StopsWhenCancelled) {
     const Request good = request();
     EXPECT_THROW(
         IntegrityChecker::check(good.manifest, good.study, good.options, cache.folder, &cancel),
-        CacheLoadCancelled);
+        WorkCancelled);
 }
 
 } // namespace
