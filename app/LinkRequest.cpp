@@ -1,8 +1,8 @@
 #include "app/LinkRequest.h"
 
 #include "app/ApiBaseRule.h"
+#include "base/Uid.h"
 
-#include <QRegularExpression>
 #include <QUrl>
 #include <QUrlQuery>
 
@@ -16,13 +16,10 @@ std::optional<LinkRequest> parseLink(const QString& argument) {
         url.host().compare(QLatin1String("report"), Qt::CaseInsensitive) != 0)
         return std::nullopt;
 
-    constexpr int longestUid = 64;
-    // \z, not $: that one also matches before a line end.
-    static const QRegularExpression uidForm(QStringLiteral("^[0-9]+(?:\\.[0-9]+)*\\z"));
     const QUrlQuery query(url);
     const QString uid =
         query.queryItemValue(QStringLiteral("studyInstanceUID"), QUrl::FullyDecoded).trimmed();
-    if (uid.size() > longestUid || !uidForm.match(uid).hasMatch())
+    if (!isUid(uid.toStdString()))
         return std::nullopt;
     const auto apiBase =
         normalizeApiBase(query.queryItemValue(QStringLiteral("apiBase"), QUrl::FullyDecoded));

@@ -1,6 +1,7 @@
 #include "cache/StudyArchives.h"
 
 #include "app/log/Logger.h"
+#include "base/Uid.h"
 #include "base/WorkCancelled.h"
 #include "cache/archive/StudyArchiveReader.h"
 #include "cache/archive/StudyArchiveTransaction.h"
@@ -83,7 +84,7 @@ std::vector<OrthancSeriesSummary> StudyArchives::series(const QString& studyInst
         for (const auto& entry : fs::directory_iterator(folder, error)) {
             // Beside an archive lie its lock and what a writer is, or was, at work on.
             const std::string uid = seriesOf(entry);
-            if (uid.find_first_not_of("0123456789.") == std::string::npos)
+            if (isUid(uid))
                 uids.insert(uid);
         }
         for (const std::string& uid : uids) {

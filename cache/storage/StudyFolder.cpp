@@ -1,6 +1,8 @@
 #include "cache/storage/StudyFolder.h"
 
 #include "app/log/Logger.h"
+#include "base/PathText.h"
+#include "base/Uid.h"
 #include "platform/FileInUse.h"
 #include "platform/FileLock.h"
 #include "platform/RandomName.h"
@@ -69,21 +71,8 @@ std::uint64_t bytesIn(const fs::path& folder) {
 
 } // namespace
 
-bool isValidUid(std::string_view uid) {
-    constexpr std::size_t longest = 64;
-    bool digitBefore = false;
-    for (const char c : uid) {
-        const bool digit = c >= '0' && c <= '9';
-        if (!digit && (c != '.' || !digitBefore))
-            return false;
-        digitBefore = digit;
-    }
-    return digitBefore && uid.size() <= longest;
-}
-
 bool isStudyName(const fs::path& name) {
-    const std::u8string text = name.u8string();
-    return isValidUid(std::string_view(reinterpret_cast<const char*>(text.data()), text.size()));
+    return isUid(pathText(name));
 }
 
 std::vector<StudyFolder> listStudyFolders(const fs::path& scopeDirectory) {

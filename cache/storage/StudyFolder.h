@@ -2,14 +2,11 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 #include <vector>
 
 namespace zorbel {
 
-/// Digits in groups separated by dots, at most 64 characters.
-bool isValidUid(std::string_view uid);
 /// Whether a folder of this name may be a study's.
 bool isStudyName(const std::filesystem::path& name);
 

@@ -1,6 +1,7 @@
 #include "cache/storage/ViewerStorage.h"
 
 #include "app/log/Logger.h"
+#include "base/Uid.h"
 #include "cache/storage/StudyFolder.h"
 
 #include <algorithm>
@@ -100,7 +101,7 @@ fs::path ViewerStorage::scopeDirectory() const {
 }
 
 fs::path ViewerStorage::studyDirectory(const std::string& studyInstanceUid) const {
-    if (!isValidUid(studyInstanceUid))
+    if (!isUid(studyInstanceUid))
         throw std::invalid_argument(invalidStudyDirectory);
     return scopeDirectory() / studyInstanceUid;
 }
@@ -111,7 +112,7 @@ fs::path ViewerStorage::archivesDirectory(const std::string& studyInstanceUid) c
 
 fs::path ViewerStorage::archiveDirectory(
     const std::string& studyInstanceUid, const std::string& seriesInstanceUid) const {
-    if (!isValidUid(seriesInstanceUid))
+    if (!isUid(seriesInstanceUid))
         throw std::invalid_argument("Invalid viewer cache series directory");
     return archivesDirectory(studyInstanceUid) / seriesInstanceUid;
 }

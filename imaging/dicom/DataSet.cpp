@@ -1,5 +1,7 @@
 #include "imaging/dicom/DataSet.h"
 
+#include "base/Uid.h"
+
 #include <zlib.h>
 
 #include <algorithm>
@@ -252,12 +254,15 @@ bool startsDataSet(Parser& parser, ByteSource& source, std::uint64_t position) {
     return head.length <= source.size() - position;
 }
 
-std::string trimmedUid(const DataSet& meta) {
+/// Empty where the file names none, "unknown" where it does not name one rightly.
+std::string transferSyntaxOf(const DataSet& meta) {
     const auto found = meta.find(Tag{0x0002, 0x0010});
-    std::string uid = found == meta.end() ? std::string() : found->second.value;
-    uid.erase(std::find_if(uid.begin(), uid.end(), [](char c) { return c == '\0' || c == ' '; }), uid.end());
-    const bool sound = uid.find_first_not_of("0123456789.") == std::string::npos;
-    return sound ? uid : std::string("unknown");
+    if (found == meta.end())
+        return {};
+    const std::string_view value = found->second.value.c_str(); // nothing counts behind a null character
+    if (value.find_first_not_of(' ') == std::string_view::npos)
+        return {};
+    return std::string(uidIn(value).value_or("unknown"));
 }
 
 } // namespace
@@ -286,7 +291,7 @@ ParsedFile parseDicom(ByteSource& source, Tag until) {
         std::uint64_t at = before;
         parser.dataSet(at, position, Encoding{}, 0, &behindMeta, file.meta);
     }
-    file.transferSyntax = trimmedUid(file.meta);
+    file.transferSyntax = transferSyntaxOf(file.meta);
     file.bigEndian = file.transferSyntax == "1.2.840.10008.1.2.2";
 
     std::unique_ptr<MemorySource> memory;

@@ -1,6 +1,8 @@
 #include "viewer/reading/state/StateFiles.h"
 
 #include "app/log/Logger.h"
+#include "base/PathText.h"
+#include "base/Uid.h"
 #include "platform/PrivateFile.h"
 #include "platform/RegularFile.h"
 #include "viewer/reading/state/StateKind.h"
@@ -22,8 +24,7 @@ constexpr char lockName[] = ".reading-state.lock";
 constexpr char damagedMark[] = ".damaged-";
 
 std::string nameOf(const fs::path& path) {
-    const std::u8string text = path.filename().u8string();
-    return {text.begin(), text.end()};
+    return pathText(path.filename());
 }
 
 /// "findings/1.2.3.json" is logged as "findings": a kind says enough.
@@ -44,21 +45,8 @@ std::string readAll(RegularFile& file) {
 } // namespace
 
 std::optional<std::string> studyFileName(std::string_view studyInstanceUid) {
-    constexpr std::string_view blanks = " \t\r\n\f\v";
-    const auto first = studyInstanceUid.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
-        return std::nullopt;
-    const auto uid = studyInstanceUid.substr(first, studyInstanceUid.find_last_not_of(blanks) + 1 - first);
-    bool digitBefore = false;
-    for (const char c : uid) {
-        const bool digit = c >= '0' && c <= '9';
-        if (!digit && (c != '.' || !digitBefore))
-            return std::nullopt;
-        digitBefore = digit;
-    }
-    if (!digitBefore || uid.size() > 64)
-        return std::nullopt;
-    return std::string(uid);
+    const auto uid = uidIn(studyInstanceUid);
+    return uid ? std::optional<std::string>(*uid) : std::nullopt;
 }
 
 StateFiles::StateFiles(fs::path root) : root_(std::move(root)) {
