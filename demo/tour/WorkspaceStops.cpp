@@ -1,5 +1,6 @@
 #include "GuidedTour.h"
 #include "TourStops.h"
+#include "base/qt/QtText.h"
 
 #include "imaging/display/VolumePreset.h"
 #include "imaging/planes/Slab.h"
@@ -29,10 +30,6 @@ QString fileName(std::string_view text) {
         name += one.isLetterOrNumber() ? one : QLatin1Char('-');
     }
     return name.replace(QStringLiteral("---"), QStringLiteral("-"));
-}
-
-QString utf8(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
 bool statusIs(const TourHands& hands, const QString& text) {
@@ -144,7 +141,7 @@ void planVolumeDisplay(GuidedTour& tour) {
     const auto choose =
         [&tour,
          &hands](const QString& kind, const QString& list, int index, std::string_view name, bool picture) {
-            const QString status = QStringLiteral("%1: %2  |  GPU rendering").arg(kind, utf8(name));
+            const QString status = QStringLiteral("%1: %2  |  GPU rendering").arg(kind, qtText(name));
             tour.add(
                 kind.toLower() + QLatin1Char('-') + fileName(name),
                 [&hands, list, index] { hands.choose(list, index); },

@@ -1,5 +1,6 @@
 #include "viewer/findings/FindingsDialog.h"
 
+#include "base/qt/QtText.h"
 #include "viewer/findings/DentalChart.h"
 #include "viewer/reading/records/ToothChart.h"
 
@@ -24,10 +25,6 @@ namespace {
 
 constexpr int toothRole = Qt::UserRole;
 constexpr int regionRole = Qt::UserRole + 1;
-
-QString utf8(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 QTableWidgetItem* cell(const QString& text) {
     auto* item = new QTableWidgetItem(text);
@@ -112,7 +109,7 @@ QWidget* FindingsDialog::buildChooser() {
     category_ = new QComboBox;
     category_->setObjectName(QStringLiteral("findingCategory"));
     for (int index = 0; index < findingCategoryCount; ++index)
-        category_->addItem(utf8(findingCategoryLabel(static_cast<FindingCategory>(index))));
+        category_->addItem(qtText(findingCategoryLabel(static_cast<FindingCategory>(index))));
     note_ = new QLineEdit;
     note_->setObjectName(QStringLiteral("findingNote"));
     note_->setPlaceholderText(QStringLiteral("Note (optional)"));
@@ -145,7 +142,7 @@ QWidget* FindingsDialog::buildChooser() {
 void FindingsDialog::fillSites() {
     site_->addItem(QStringLiteral("Choose a tooth or a region"));
     for (int index = 0; index < findingRegionCount; ++index) {
-        site_->addItem(utf8(findingRegionLabel(static_cast<FindingRegion>(index))));
+        site_->addItem(qtText(findingRegionLabel(static_cast<FindingRegion>(index))));
         site_->setItemData(site_->count() - 1, index, regionRole);
     }
     site_->insertSeparator(site_->count());
@@ -199,7 +196,7 @@ void FindingsDialog::refresh() {
     for (std::size_t index = 0; index < findings.size(); ++index) {
         const int row = static_cast<int>(index);
         table_->setItem(row, 0, cell(QString::fromStdString(findings[index].siteLabel())));
-        table_->setItem(row, 1, cell(utf8(findings[index].categoryLabel())));
+        table_->setItem(row, 1, cell(qtText(findings[index].categoryLabel())));
         table_->setItem(row, 2, cell(QString::fromStdString(findings[index].note)));
         if (findings[index].tooth())
             marked.insert(findings[index].tooth()->code());

@@ -1,5 +1,6 @@
 #include "viewer/image/ImageMode.h"
 
+#include "base/qt/QtText.h"
 #include "imaging/display/CephalogramPose.h"
 #include "imaging/rendering/ImageView2D.h"
 #include "viewer/measuring/MeasureTool.h"
@@ -24,10 +25,6 @@
 namespace zorbel {
 
 namespace {
-
-QString utf8(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 QString voiText(const imaging::VoiChoice& voi, const imaging::ImageMetadata& metadata) {
     if (const auto* window = std::get_if<imaging::LevelWindow>(&voi))
@@ -154,7 +151,7 @@ ModeControls ImageMode::controls() const {
     controls.linesShown = linesShown_;
     controls.inverted = state_.isInverted();
     controls.studyChip = QStringLiteral("2D Study");
-    controls.modeChip = utf8(state_.modeChip());
+    controls.modeChip = qtText(state_.modeChip());
     controls.modeToolTip = QStringLiteral("This non-volumetric study opens in the dedicated 2D viewer.");
     return controls;
 }
@@ -238,7 +235,7 @@ void ImageMode::toggleInverted() {
     state_.toggleInverted();
     view_->setInverted(state_.isInverted());
     stateChanged();
-    Q_EMIT statusText(utf8(state_.toneStatus()));
+    Q_EMIT statusText(qtText(state_.toneStatus()));
 }
 
 void ImageMode::toggleLines() {
@@ -382,8 +379,8 @@ void ImageMode::updateTexts() {
     frame_->setInfo(
         hasSeveralFrames() ? QStringLiteral("Frame %1/%2").arg(view_->slice() + 1).arg(view_->sliceCount())
                            : QString());
-    orientationChip_->setText(utf8(state_.orientationChip()));
-    toneChip_->setText(utf8(state_.toneChip()));
+    orientationChip_->setText(qtText(state_.orientationChip()));
+    toneChip_->setText(qtText(state_.toneChip()));
 }
 
 bool ImageMode::eventFilter(QObject* watched, QEvent* event) {

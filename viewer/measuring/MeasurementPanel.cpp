@@ -1,5 +1,6 @@
 #include "viewer/measuring/MeasurementPanel.h"
 
+#include "base/qt/QtText.h"
 #include "viewer/measuring/MeasurementController.h"
 
 #include <QHBoxLayout>
@@ -15,10 +16,6 @@ namespace zorbel {
 namespace {
 
 constexpr int idRole = Qt::UserRole;
-
-QString latin(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 } // namespace
 
@@ -95,7 +92,7 @@ void MeasurementPanel::refresh() {
     list_->clear();
     for (const Measurement& measurement : measurements) {
         auto* item = new QTreeWidgetItem(
-            {latin(measurementTitle(measurement.kind)),
+            {qtText(measurementTitle(measurement.kind)),
              QString::fromStdString(measurements_.valuesOf(measurement).lineLabel()),
              QString::fromStdString(measurementViewName(measurement))});
         item->setData(0, idRole, measurement.id);

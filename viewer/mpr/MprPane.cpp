@@ -1,5 +1,6 @@
 #include "viewer/mpr/MprPane.h"
 
+#include "base/qt/QtText.h"
 #include "imaging/rendering/PlaneView.h"
 #include "viewer/tools/ToolLayer.h"
 #include "viewer/views/OverlayTexts.h"
@@ -21,8 +22,7 @@ QPointF toQt(const Point2& point) {
 }
 
 QString nameOf(imaging::ViewDirection direction) {
-    const auto name = imaging::viewDirectionName(direction);
-    return QString::fromLatin1(name.data(), static_cast<qsizetype>(name.size()));
+    return qtText(imaging::viewDirectionName(direction));
 }
 
 } // namespace

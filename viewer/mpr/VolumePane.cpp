@@ -1,5 +1,6 @@
 #include "viewer/mpr/VolumePane.h"
 
+#include "base/qt/QtText.h"
 #include "imaging/rendering/VolumeView.h"
 #include "resources/Resources.h"
 #include "viewer/tools/ViewTool.h"
@@ -16,14 +17,6 @@
 
 namespace zorbel {
 
-namespace {
-
-QString text(std::string_view utf8) {
-    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
-}
-
-} // namespace
-
 VolumePane::VolumePane(QObject* parent) : QObject(parent) {
     view_ = new imaging::VolumeView;
     view_->setObjectName(QStringLiteral("volumeView"));
@@ -35,11 +28,11 @@ VolumePane::VolumePane(QObject* parent) : QObject(parent) {
     notice_ = new ViewNotice(view_);
     presets_ = addList(QStringLiteral("volumePreset"), QStringLiteral("Colours and opacity of the 3D view"));
     for (const auto name : imaging::volumePresetNames)
-        presets_->addItem(text(name));
+        presets_->addItem(qtText(name));
     blends_ = addList(
         QStringLiteral("volumeBlend"), QStringLiteral("How the values along a line of sight are combined"));
     for (const auto name : imaging::volumeBlendModeNames)
-        blends_->addItem(text(name));
+        blends_->addItem(qtText(name));
     enabled_ = addButton(
         QStringLiteral("volume"), QStringLiteral("volumeEnabled"),
         QStringLiteral("Turn volume rendering on or off"));
@@ -59,15 +52,15 @@ VolumePane::VolumePane(QObject* parent) : QObject(parent) {
     connect(presets_, &QComboBox::activated, this, [this](int index) {
         display_.setPreset(static_cast<imaging::VolumePreset>(index));
         view_->setPreset(display_.preset());
-        Q_EMIT statusText(text(display_.presetText()));
+        Q_EMIT statusText(qtText(display_.presetText()));
     });
     connect(blends_, &QComboBox::activated, this, [this](int index) {
         display_.setBlendMode(static_cast<imaging::VolumeBlendMode>(index));
         view_->setBlendMode(display_.blendMode());
-        Q_EMIT statusText(text(display_.blendText()));
+        Q_EMIT statusText(qtText(display_.blendText()));
     });
     connect(enabled_, &QToolButton::clicked, this, [this](bool on) {
-        Q_EMIT statusText(text(display_.setEnabled(on)));
+        Q_EMIT statusText(qtText(display_.setEnabled(on)));
         show();
     });
     clear();
@@ -112,13 +105,13 @@ void VolumePane::clear() {
     view_->clear();
     texts_->clear();
     show();
-    frame_->setInfo(text(VolumeDisplay::readyText));
+    frame_->setInfo(qtText(VolumeDisplay::readyText));
 }
 
 void VolumePane::show() {
     const bool hasVolume = view_->image() != nullptr;
     view_->setRenderingEnabled(display_.isEnabled());
-    frame_->setInfo(text(
+    frame_->setInfo(qtText(
         display_.isEnabled()      ? VolumeDisplay::shownText
         : !hasVolume              ? VolumeDisplay::readyText
         : display_.isVolumetric() ? VolumeDisplay::pausedText

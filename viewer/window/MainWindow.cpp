@@ -1,6 +1,7 @@
 #include "viewer/window/MainWindow.h"
 
 #include "app/log/Logger.h"
+#include "base/qt/QtText.h"
 #include "resources/Resources.h"
 #include "viewer/findings/FindingsDialog.h"
 #include "viewer/measuring/MeasurementPanel.h"
@@ -176,9 +177,7 @@ void MainWindow::connectLoading() {
 
 void MainWindow::bindShortcuts() {
     for (const ShortcutBinding& binding : ShortcutTable::bindings()) {
-        const QString key =
-            QString::fromLatin1(binding.key.data(), static_cast<qsizetype>(binding.key.size()));
-        auto* shortcut = new QShortcut(QKeySequence(key, QKeySequence::PortableText), this);
+        auto* shortcut = new QShortcut(QKeySequence(qtText(binding.key), QKeySequence::PortableText), this);
         // A key held down goes on with what has steps; anything else would flicker to and fro.
         shortcut->setAutoRepeat(
             binding.action == ReadingAction::StepSlices || binding.action == ReadingAction::ChangeSlab);

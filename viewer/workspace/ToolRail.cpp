@@ -1,5 +1,6 @@
 #include "viewer/workspace/ToolRail.h"
 
+#include "base/qt/QtText.h"
 #include "resources/Resources.h"
 #include "viewer/reading/display/SlabModel.h"
 
@@ -16,10 +17,6 @@ namespace zorbel {
 namespace {
 
 constexpr int entryWidth = 64;
-
-QString text(std::string_view latin) {
-    return QString::fromLatin1(latin.data(), static_cast<qsizetype>(latin.size()));
-}
 
 } // namespace
 
@@ -93,7 +90,7 @@ void ToolRail::buildNavigation() {
     slabMode_ = new QComboBox;
     slabMode_->setObjectName(QStringLiteral("slabMode"));
     for (int mode = 0; mode < imaging::slabModeCount; ++mode)
-        slabMode_->addItem(text(imaging::slabModeName(static_cast<imaging::SlabMode>(mode))));
+        slabMode_->addItem(qtText(imaging::slabModeName(static_cast<imaging::SlabMode>(mode))));
     slabMode_->setToolTip(QStringLiteral("How the selected slices are combined"));
     slabCount_ = new QSpinBox;
     slabCount_->setObjectName(QStringLiteral("slabCount"));
@@ -203,7 +200,7 @@ void ToolRail::buildLayouts() {
           QStringLiteral("The active viewport large, the other three stacked beside it (Ctrl+4)")}}};
     for (std::size_t index = 0; index < looks.size(); ++index) {
         const auto layout = static_cast<Layout>(index);
-        layouts_[index] = addEntry(looks[index][0], text(layoutLabel(layout)), looks[index][1]);
+        layouts_[index] = addEntry(looks[index][0], qtText(layoutLabel(layout)), looks[index][1]);
         layouts_[index]->setCheckable(true);
         request(layouts_[index], ReadingAction::SetLayout, static_cast<int>(index));
     }
