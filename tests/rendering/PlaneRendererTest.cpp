@@ -142,7 +142,7 @@ TEST(PlaneRenderer, LetsGoOfTheImageWhateverIsOnItsWay) {
         auto image = rampImage();
         const std::weak_ptr<const Image> watched = image;
         auto renderer = std::make_unique<PlaneRenderer>();
-        renderer->setImage(image);
+        renderer->setSampler(std::make_shared<const PlaneSampler>(image));
         renderer->setInteractiveMilliseconds(round % 2 == 0 ? 0.0 : 1e9);
         PlaneFrame frame = frameOf(*image);
         frame.slab.count = 21;
@@ -152,7 +152,7 @@ TEST(PlaneRenderer, LetsGoOfTheImageWhateverIsOnItsWay) {
             QTest::qWait(1);
         renderer->request(PlaneFrame{frame.plane, 0.1, 200, 100, {}});
         if (round % 4 < 2)
-            renderer->setImage(nullptr);
+            renderer->setSampler(nullptr);
         else
             renderer.reset();
         EXPECT_TRUE(watched.expired()) << "round " << round;
