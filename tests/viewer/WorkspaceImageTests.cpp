@@ -179,5 +179,44 @@ TEST_F(WorkspaceImages, sayWhatThe3DViewShows) {
     EXPECT_FALSE(child<QToolButton>(QStringLiteral("volumeEnabled"))->isChecked());
 }
 
+TEST_F(WorkspaceImages, hangEachSeriesOfAStudyAsItWas) {
+    const StudyIdentity study{{}, "1.4", "Doe", "CT", {}};
+    imaging::ImageMetadata metadata;
+    metadata.seriesInstanceUID = "1.4.1";
+    const auto volume = test::smallVolume(metadata);
+    metadata.seriesInstanceUID = "1.4.2";
+    metadata.voiTables = {{0.0, 8, {255, 0}, "film"}};
+    const auto film = imaging::test::makeImage<std::uint8_t>(
+        imaging::ImageGeometry({80, 60, 1}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 1}),
+        imaging::VoxelType::UInt8, [](int x, int, int) { return x; }, metadata);
+    const auto showsTheFilesTable = [this] { return view2D().voi().index() == 1; };
+
+    show(study, volume, "CT", {}, true);
+    press(Qt::Key_3);
+    press(Qt::Key_M);
+    press(Qt::Key_4, Qt::ControlModifier);
+    test::settle();
+    view(1).zoomBy(2.0, {10.0, 10.0});
+    const HangingProtocol hung = reading_->hanging();
+
+    show(study, film, "DX", {}, false);
+    EXPECT_TRUE(showsTheFilesTable());
+    press(Qt::Key_P); // a tool is no window
+    EXPECT_TRUE(showsTheFilesTable());
+
+    show(study, volume, "CT", {}, true);
+    test::settle();
+    EXPECT_EQ(reading_->hanging(), hung);
+    EXPECT_EQ(workspace_->tool(), Tool::Crosshair);
+    EXPECT_EQ(view(2).window().width, 400.0);
+    EXPECT_EQ(view(2).slabCount(), 5);
+    EXPECT_EQ(view(1).millimetresPerPixel(), hung.framings.at(1).scale);
+    EXPECT_EQ(layout().layout(), Layout::PrimaryPlusThree);
+
+    show(study, film, "DX", {}, false);
+    EXPECT_TRUE(showsTheFilesTable());
+    EXPECT_EQ(workspace_->tool(), Tool::Pan);
+}
+
 } // namespace
 } // namespace zorbel

@@ -55,8 +55,8 @@ ReadingSaver::Stores::Stores(std::filesystem::path folder, bool previousRunCrash
 
 ReadingSaver::ReadingSaver(
     std::filesystem::path folder, bool previousRunCrashed, std::function<void(const Report&)> report)
-    : report_(std::move(report)), stores_(std::move(folder), previousRunCrashed),
-      thread_([this] { work(); }) {}
+    : report_(std::move(report)),
+      thread_([this, folder = std::move(folder), previousRunCrashed] { work(folder, previousRunCrashed); }) {}
 
 ReadingSaver::~ReadingSaver() {
     {
@@ -92,7 +92,7 @@ void ReadingSaver::run(std::function<void(Stores&)> job) {
         const std::lock_guard lock(mutex_);
         jobs_.push_back([this, job = std::move(job)](Lock& held) {
             held.unlock();
-            job(stores_);
+            job(*stores_);
             held.lock();
         });
     }
@@ -105,7 +105,7 @@ void ReadingSaver::load(const std::string& studyInstanceUid, std::function<void(
         jobs_.push_back([this, uid = studyInstanceUid, loaded = std::move(loaded)](Lock& held) {
             writeAll(held);
             held.unlock();
-            loaded(read(stores_, uid));
+            loaded(read(*stores_, uid));
             held.lock();
         });
     }
@@ -155,14 +155,14 @@ std::vector<ReadingSaver::Attempt> ReadingSaver::takeWaiting(bool all) {
 
 std::string ReadingSaver::write(const Attempt& attempt) {
     if (const auto* findings = std::get_if<FindingList>(attempt.part.get()))
-        return stores_.state.save(attempt.uid, *findings);
+        return stores_->state.save(attempt.uid, *findings);
     if (const auto* measurements = std::get_if<std::vector<Measurement>>(attempt.part.get()))
-        return stores_.state.saveMeasurements(attempt.uid, MeasurementRecords::toJson(*measurements));
+        return stores_->state.saveMeasurements(attempt.uid, MeasurementRecords::toJson(*measurements));
     const auto& hanging = std::get<StudyHanging>(*attempt.part);
     if (attempt.kind == StateKind::HangingProtocol)
-        return stores_.state.save(attempt.uid, hanging);
+        return stores_->state.save(attempt.uid, hanging);
     const auto position = positionOf(attempt.uid, attempt.modality, hanging);
-    return position ? stores_.state.save(*position) : std::string();
+    return position ? stores_->state.save(*position) : std::string();
 }
 
 ReadingSaver::Report ReadingSaver::write(Lock& lock, const std::vector<Attempt>& attempts) {
@@ -206,7 +206,8 @@ std::optional<SaveScheduler::Duration> ReadingSaver::timeUntilDue() const {
     return shortest;
 }
 
-void ReadingSaver::work() {
+void ReadingSaver::work(const std::filesystem::path& folder, bool previousRunCrashed) {
+    stores_.emplace(folder, previousRunCrashed);
     Lock lock(mutex_);
     while (!ending_ || !jobs_.empty()) {
         if (!jobs_.empty()) {

@@ -16,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <variant>
@@ -96,7 +97,7 @@ private:
     };
     using Lock = std::unique_lock<std::mutex>;
 
-    void work();
+    void work(const std::filesystem::path& folder, bool previousRunCrashed);
     std::vector<Attempt> takeWaiting(bool all);
     /// Releases the lock while it writes.
     Report write(Lock& lock, const std::vector<Attempt>& attempts);
@@ -107,7 +108,7 @@ private:
     static std::vector<StateKind> kindsOf(const Part& part);
 
     const std::function<void(const Report&)> report_;
-    Stores stores_;
+    std::optional<Stores> stores_; ///< made by the thread: that, too, waits for the disk
     mutable std::mutex mutex_;
     std::condition_variable wake_;
     std::deque<std::function<void(Lock&)>> jobs_;
