@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/StudyIdentity.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -17,6 +19,10 @@ struct ViewerStudySummary {
     QString studyDate; ///< as the service sent it: ISO 8601 or yyyyMMdd
     QString source;
 };
+
+/// Which study a row names, and the row of a study that is known by its identity alone.
+StudyIdentity identityOf(const ViewerStudySummary& row);
+ViewerStudySummary summaryOf(const StudyIdentity& study);
 
 /// One series of a study as the image archive lists it. instanceIds keep the archive's order, which is not
 /// the order of the slices.

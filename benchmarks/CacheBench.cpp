@@ -161,10 +161,10 @@ void hashAndWrite(const fs::path& folder, const std::vector<std::vector<std::byt
     }
 }
 
-StudyRequest benchStudy(const ZorbelApiClient& client) {
+StudyIdentity benchStudy(const ZorbelApiClient& client) {
     for (const auto& row : client.listStudies({}, 100))
         if (row.studyDescription == QStringLiteral("BENCH"))
-            return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+            return identityOf(row);
     throw std::runtime_error("The demo service does not list the series");
 }
 

@@ -23,9 +23,9 @@ LoadError missing(const std::string& path) {
 }
 
 /// The image is here already: a service that is slow to name the study does not keep it back for long.
-StudyRequest lookUpPatiently(
+StudyIdentity lookUpPatiently(
     const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
-    const StudyRequest& study, const CancelFlag& cancel) {
+    const StudyIdentity& study, const CancelFlag& cancel) {
     const auto deadline = std::chrono::steady_clock::now() + options.archivePatience;
     const auto ended = std::make_shared<std::atomic<bool>>(false);
     auto lookup = std::async(std::launch::async, [&] { return lookUpStudy(*client, study, ended); });
@@ -39,22 +39,22 @@ StudyRequest lookUpPatiently(
 
 CachedStudy loadCachedStudy(
     const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
-    const StudyRequest& study, const CancelFlag& cancel) {
+    const StudyIdentity& study, const CancelFlag& cancel) {
     CachedStudy cached{missing({}), nullptr, study, false};
     if (!options.storage)
         return cached;
-    const std::string uid = study.studyInstanceUID.toStdString();
+    const std::string& uid = study.studyInstanceUid;
     try {
         const auto folder = options.storage->studyDirectory(uid);
         const StudyArchives archives(*options.storage);
-        cached.archived = archives.mayHold(study.studyInstanceUID);
+        cached.archived = archives.mayHold(uid);
         cached.result = VolumeCacheReader(folder, options.manifestSchema, {}, uid).load(cancel.get());
         const auto* volume = std::get_if<ZorbelVolumeData>(&cached.result);
         if (!volume)
             return cached;
         cached.image = imaging::ImageAdapter::adapt(*volume);
-        archives.touch(study.studyInstanceUID);
-        if (study.orthancId.isEmpty())
+        archives.touch(uid);
+        if (study.orthancId.empty())
             cached.study = lookUpPatiently(client, options, study, cancel);
     } catch (const ZorbelApiError& error) {
         Logger::instance().warn(
@@ -76,7 +76,7 @@ OrthancImageLoadResult cachedImageResult(const CachedStudy& cached) {
     result.source = ImageSource::VolumeCache;
     result.image = cached.image;
     result.study = cached.study;
-    result.modality = cached.study.modality;
+    result.modality = QString::fromStdString(cached.study.modality);
     result.sourceLabel = QStringLiteral("local cache");
     result.volumetric = cached.image && cached.image->isVolumetric();
     return result;

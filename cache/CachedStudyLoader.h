@@ -13,7 +13,7 @@ namespace zorbel {
 struct CachedStudy {
     VolumeCacheResult result;
     std::shared_ptr<const imaging::Image> image; ///< null also when a loaded volume could not be adapted
-    StudyRequest study;                          ///< completed where only the UID was known
+    StudyIdentity study;                         ///< completed where only the UID was known
     bool archived = false;                       ///< an archive may hold the study
 };
 
@@ -21,7 +21,7 @@ struct CachedStudy {
 /// UID is known is looked up in the organization's list, where that answers. Never throws. Worker thread.
 CachedStudy loadCachedStudy(
     const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
-    const StudyRequest& study, const CancelFlag& cancel);
+    const StudyIdentity& study, const CancelFlag& cancel);
 
 /// The loaded volume as a result of the load.
 OrthancImageLoadResult cachedImageResult(const CachedStudy& cached);

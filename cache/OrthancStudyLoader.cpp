@@ -93,15 +93,15 @@ public:
         result.image = build(files);
         if (request_.archives)
             result.downloaded = {
-                study_.studyInstanceUID, series_.seriesInstanceUID, std::move(instances), std::move(folder)};
+                study_.studyInstanceUid, series_.seriesInstanceUID, std::move(instances), std::move(folder)};
     }
 
 private:
     bool openArchive(OrthancImageLoadResult& result) {
-        if (!request_.archives->mayHold(study_.studyInstanceUID, series_.seriesInstanceUID))
+        if (!request_.archives->mayHold(study_.studyInstanceUid, series_.seriesInstanceUID))
             return false;
         report({LoadStage::Archive, 0, 0, 0});
-        const auto files = request_.archives->open(study_.studyInstanceUID, series_, cancel_);
+        const auto files = request_.archives->open(study_.studyInstanceUid, series_, cancel_);
         stopIfCancelled();
         if (!files)
             return false;
@@ -123,7 +123,7 @@ private:
         }
         result.source = ImageSource::Archive;
         result.sourceLabel = archiveSourceLabel();
-        request_.archives->touch(study_.studyInstanceUID);
+        request_.archives->touch(study_.studyInstanceUid);
         Logger::instance().info(component, "Local DICOM archive load completed");
         return true;
     }
@@ -131,7 +131,8 @@ private:
     /// The cloud has its own ids for what the node named otherwise.
     void findSeriesInCloud() {
         route_ = client_->cloudRoute();
-        for (const QString& id : client_->studySeriesIds(route_, study_.orthancId, cancel_)) {
+        for (const QString& id :
+             client_->studySeriesIds(route_, QString::fromStdString(study_.orthancId), cancel_)) {
             auto candidate = client_->seriesSummary(route_, id, cancel_);
             if (candidate.seriesInstanceUID == series_.seriesInstanceUID) {
                 series_ = std::move(candidate);
@@ -169,7 +170,7 @@ private:
 
     /// False when the series has to be fetched instance by instance.
     bool stream(ReceivedSeries& received) {
-        if (study_.studyInstanceUID.isEmpty() || series_.seriesInstanceUID.isEmpty())
+        if (study_.studyInstanceUid.empty() || series_.seriesInstanceUID.isEmpty())
             return streamingUnavailable(std::runtime_error("the archive names no study or series UID"));
         if (isTooLargeForAStream())
             return streamingUnavailable(std::runtime_error("the series exceeds the limit of a stream"));
@@ -177,7 +178,8 @@ private:
         std::int64_t bytes = 0;
         try {
             client_->StreamSeries(
-                route_, study_.studyInstanceUID, series_.seriesInstanceUID, series_.instanceIds,
+                route_, QString::fromStdString(study_.studyInstanceUid), series_.seriesInstanceUID,
+                series_.instanceIds,
                 [&](std::int64_t receivedBytes, std::int64_t) {
                     bytes = receivedBytes;
                     report({LoadStage::Streaming, bytes, received.instances().size(), total()});
@@ -313,7 +315,7 @@ private:
 
     const std::shared_ptr<ZorbelApiClient>& client_;
     const SeriesLoadRequest& request_;
-    const StudyRequest& study_;
+    const StudyIdentity& study_;
     OrthancSeriesSummary series_; ///< the cloud's where the node's failed
     ImageDataRoute route_;        ///< likewise
     SessionWorkspace& workspace_;
@@ -321,7 +323,7 @@ private:
     ThrottledProgress progress_;
 };
 
-StudyRoute resolveSource(ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel) {
+StudyRoute resolveSource(ZorbelApiClient& client, const StudyIdentity& study, const CancelFlag& cancel) {
     if (client.sourceKind() != SourceKind::CloudOnly && !client.selectedLocalNode().isEmpty()) {
         try {
             client.listLocalNodes(cancel); // addresses change
@@ -331,7 +333,7 @@ StudyRoute resolveSource(ZorbelApiClient& client, const StudyRequest& study, con
                 {{"reason", logReason(error)}});
         }
     }
-    return client.routeForStudy(study.studyInstanceUID, cancel);
+    return client.routeForStudy(QString::fromStdString(study.studyInstanceUid), cancel);
 }
 
 std::vector<OrthancSeriesSummary> loadableSeries(
@@ -350,36 +352,38 @@ std::vector<OrthancSeriesSummary> loadableSeries(
 }
 
 /// A study that was found on this computer by its UID alone is named by its own images.
-void completeIdentity(StudyRequest& study, const imaging::ImageMetadata& metadata) {
-    if (study.patientName.isEmpty())
-        study.patientName = QString::fromStdString(metadata.patientName);
-    if (study.studyDate.isEmpty())
-        study.studyDate = QString::fromStdString(metadata.studyDate);
+void completeIdentity(StudyIdentity& study, const imaging::ImageMetadata& metadata) {
+    if (study.patientName.empty())
+        study.patientName = metadata.patientName;
+    if (study.studyDate.empty())
+        study.studyDate = metadata.studyDate;
 }
 
 } // namespace
 
-StudyRequest lookUpStudy(const ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel) {
+StudyIdentity
+lookUpStudy(const ZorbelApiClient& client, const StudyIdentity& study, const CancelFlag& cancel) {
     constexpr int largestPage = 200;
-    for (const QString& search : {study.studyInstanceUID, QString()}) {
+    const QString uid = QString::fromStdString(study.studyInstanceUid);
+    for (const QString& search : {uid, QString()}) {
         for (const auto& row : client.listStudies(search, largestPage, cancel))
-            if (row.studyInstanceUID == study.studyInstanceUID)
-                return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality,
-                        row.studyDate, row.studyDescription, row.bodyPart};
+            if (row.studyInstanceUID == uid)
+                return identityOf(row);
     }
     throw ZorbelApiError("The requested study is not in your organization's study list.", 404);
 }
 
 SeriesListing listLoadableSeries(
-    const std::shared_ptr<ZorbelApiClient>& client, StudyRequest study, const CancelFlag& cancel) {
+    const std::shared_ptr<ZorbelApiClient>& client, StudyIdentity study, const CancelFlag& cancel) {
     SeriesListing listing{std::move(study), {}};
-    if (listing.study.orthancId.isEmpty())
+    if (listing.study.orthancId.empty())
         listing.study = lookUpStudy(*client, listing.study, cancel);
     const StudyRoute found = resolveSource(*client, listing.study, cancel);
+    const QString cloudId = QString::fromStdString(listing.study.orthancId);
     listing.route = found.route;
     try {
-        listing.series = loadableSeries(
-            *client, found.route, found.route.isLocalNode ? found.studyId : listing.study.orthancId, cancel);
+        listing.series =
+            loadableSeries(*client, found.route, found.route.isLocalNode ? found.studyId : cloudId, cancel);
     } catch (const ZorbelApiError& error) {
         if (isCancelled(cancel) || error.cause == ZorbelApiError::Cause::SafetyLimit ||
             !client->abandonLocalNode(found.route))
@@ -387,13 +391,13 @@ SeriesListing listLoadableSeries(
         Logger::instance().warn(
             component, "Local Node failed; loading from the cloud", {{"reason", logReason(error)}});
         listing.route = client->cloudRoute();
-        listing.series = loadableSeries(*client, listing.route, listing.study.orthancId, cancel);
+        listing.series = loadableSeries(*client, listing.route, cloudId, cancel);
     }
     return listing;
 }
 
-SeriesListing listArchivedSeries(const StudyArchives& archives, const StudyRequest& study) {
-    return {study, archives.series(study.studyInstanceUID), {}, true};
+SeriesListing listArchivedSeries(const StudyArchives& archives, const StudyIdentity& study) {
+    return {study, archives.series(study.studyInstanceUid), {}, true};
 }
 
 OrthancImageLoadResult LoadStudyFromOrthanc(
@@ -403,7 +407,8 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
     OrthancImageLoadResult result;
     result.study = request.study;
     result.series = request.series;
-    result.modality = request.series.modality.isEmpty() ? request.study.modality : request.series.modality;
+    result.modality = request.series.modality.isEmpty() ? QString::fromStdString(request.study.modality)
+                                                        : request.series.modality;
     result.sourceLabel = request.route.sourceLabel();
     const auto fail = [&result](Outcome outcome, const QString& text, const std::string& reason) {
         result.outcome = outcome;

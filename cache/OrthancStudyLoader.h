@@ -2,8 +2,8 @@
 
 #include "api/ImageDataRoute.h"
 #include "api/ZorbelApiClient.h"
+#include "base/StudyIdentity.h"
 #include "cache/StudyArchives.h"
-#include "cache/StudyRequest.h"
 #include "imaging/Image.h"
 
 #include <cstddef>
@@ -36,7 +36,7 @@ using LoadProgressCallback = std::function<void(const LoadProgress&)>;
 /// The study, completed from the organisation's list where the request lacked its archive id, and its series
 /// that hold images, in the order of their numbers.
 struct SeriesListing {
-    StudyRequest study;
+    StudyIdentity study;
     std::vector<OrthancSeriesSummary> series;
     ImageDataRoute route{}; ///< where it was listed, and the images are to come from
     /// The service could not be asked: these are the series whose archives this computer holds.
@@ -58,7 +58,7 @@ struct OrthancImageLoadResult {
     Outcome outcome = Outcome::Failed;
     ImageSource source = ImageSource::Service;
     std::shared_ptr<const imaging::Image> image;
-    StudyRequest study;
+    StudyIdentity study;
     OrthancSeriesSummary series;
     QString modality;
     QString sourceLabel;
@@ -70,19 +70,20 @@ struct OrthancImageLoadResult {
 
 /// Finds a study of which only the UID is known in the organisation's list. Throws ZorbelApiError. Worker
 /// thread.
-StudyRequest lookUpStudy(const ZorbelApiClient& client, const StudyRequest& study, const CancelFlag& cancel);
+StudyIdentity
+lookUpStudy(const ZorbelApiClient& client, const StudyIdentity& study, const CancelFlag& cancel);
 
 /// Lists a study's loadable series at the Local Node or the cloud, whichever is chosen and answers. Throws
 /// ZorbelApiError. Worker thread.
 SeriesListing listLoadableSeries(
-    const std::shared_ptr<ZorbelApiClient>& client, StudyRequest study, const CancelFlag& cancel);
+    const std::shared_ptr<ZorbelApiClient>& client, StudyIdentity study, const CancelFlag& cancel);
 
 /// The study's series as this computer's archives hold them; empty without any. Worker thread.
-SeriesListing listArchivedSeries(const StudyArchives& archives, const StudyRequest& study);
+SeriesListing listArchivedSeries(const StudyArchives& archives, const StudyIdentity& study);
 
 /// What of a study is to be loaded, and from where it may come.
 struct SeriesLoadRequest {
-    StudyRequest study;
+    StudyIdentity study;
     OrthancSeriesSummary series;
     ImageDataRoute route{};                  ///< of the series' listing
     std::optional<StudyArchives> archives{}; ///< empty: neither look into the archive nor keep a copy

@@ -60,12 +60,11 @@ bool holdsExactly(const ArchivedSeries& archived, const QStringList& ids) {
 
 } // namespace
 
-bool StudyArchives::mayHold(const QString& studyInstanceUID, const QString& seriesInstanceUID) const {
+bool StudyArchives::mayHold(const std::string& studyInstanceUid, const QString& seriesInstanceUID) const {
     try {
         std::error_code error;
         const std::string wanted = seriesInstanceUID.toStdString();
-        const auto folder =
-            fs::directory_iterator(storage_.archivesDirectory(studyInstanceUID.toStdString()), error);
+        const auto folder = fs::directory_iterator(storage_.archivesDirectory(studyInstanceUid), error);
         return std::any_of(fs::begin(folder), fs::end(folder), [&](const fs::directory_entry& entry) {
             std::error_code ignored;
             return (wanted.empty() || seriesOf(entry) == wanted) && entry.is_directory(ignored);
@@ -75,10 +74,10 @@ bool StudyArchives::mayHold(const QString& studyInstanceUID, const QString& seri
     }
 }
 
-std::vector<OrthancSeriesSummary> StudyArchives::series(const QString& studyInstanceUID) const {
+std::vector<OrthancSeriesSummary> StudyArchives::series(const std::string& studyInstanceUid) const {
     std::vector<OrthancSeriesSummary> found;
     try {
-        const auto folder = storage_.archivesDirectory(studyInstanceUID.toStdString());
+        const auto folder = storage_.archivesDirectory(studyInstanceUid);
         std::set<std::string> uids;
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(folder, error)) {
@@ -88,8 +87,7 @@ std::vector<OrthancSeriesSummary> StudyArchives::series(const QString& studyInst
                 uids.insert(uid);
         }
         for (const std::string& uid : uids) {
-            const auto result =
-                StudyArchiveReader::describe(folder / uid, studyInstanceUID.toStdString(), uid);
+            const auto result = StudyArchiveReader::describe(folder / uid, studyInstanceUid, uid);
             if (result.state != StudyArchiveReader::State::Described)
                 continue;
             if (auto summary = summaryOf(result.series))
@@ -102,13 +100,13 @@ std::vector<OrthancSeriesSummary> StudyArchives::series(const QString& studyInst
 }
 
 std::optional<std::vector<fs::path>> StudyArchives::open(
-    const QString& studyInstanceUID, const OrthancSeriesSummary& series, const CancelFlag& cancel) const {
+    const std::string& studyInstanceUid, const OrthancSeriesSummary& series, const CancelFlag& cancel) const {
     using State = StudyArchiveReader::State;
     try {
         const auto folder =
-            storage_.archiveDirectory(studyInstanceUID.toStdString(), series.seriesInstanceUID.toStdString());
+            storage_.archiveDirectory(studyInstanceUid, series.seriesInstanceUID.toStdString());
         const auto result = StudyArchiveReader::verify(
-            folder, studyInstanceUID.toStdString(), series.seriesInstanceUID.toStdString(), cancel.get());
+            folder, studyInstanceUid, series.seriesInstanceUID.toStdString(), cancel.get());
         if (result.state == State::Damaged) {
             warn("Damaged study archive set aside", result.reason);
             if (!StudyArchiveReader::setAside(folder))
@@ -141,9 +139,9 @@ void StudyArchives::store(
             return;
         auto transaction = StudyArchiveTransaction::begin(
             storage_.archiveDirectory(
-                downloaded.studyInstanceUID.toStdString(), downloaded.seriesInstanceUID.toStdString()),
-            downloaded.studyInstanceUID.toStdString(), downloaded.seriesInstanceUID.toStdString(),
-            lockTimeout, closing.get());
+                downloaded.studyInstanceUid, downloaded.seriesInstanceUID.toStdString()),
+            downloaded.studyInstanceUid, downloaded.seriesInstanceUID.toStdString(), lockTimeout,
+            closing.get());
         for (const ReceivedInstance& instance : downloaded.instances) {
             if (isCancelled(closing))
                 return;
@@ -157,7 +155,7 @@ void StudyArchives::store(
         warn("Study could not be archived", failure.what());
         return;
     }
-    touch(downloaded.studyInstanceUID);
+    touch(downloaded.studyInstanceUid);
     Logger::instance().info(
         component, "Study archived for future local reopen",
         {{"seriesInstanceUID", downloaded.seriesInstanceUID.toStdString()},
@@ -178,9 +176,9 @@ void StudyArchives::enforce(const StoragePolicy& policy) const {
     }
 }
 
-void StudyArchives::touch(const QString& studyInstanceUID) const {
+void StudyArchives::touch(const std::string& studyInstanceUid) const {
     try {
-        storage_.touch(storage_.studyDirectory(studyInstanceUID.toStdString()));
+        storage_.touch(storage_.studyDirectory(studyInstanceUid));
     } catch (const std::exception& failure) {
         warn("The opened study keeps its age in the cache", failure.what());
     }

@@ -67,7 +67,7 @@ void StudyLoadController::stopTasks() {
             flag->store(true);
 }
 
-void StudyLoadController::begin(const StudyRequest& study) {
+void StudyLoadController::begin(const StudyIdentity& study) {
     stopTasks(); // what an older request still downloads is of no use to anybody
     cancelFlag_ = std::make_shared<std::atomic<bool>>(false);
     offeredSeries_.clear();
@@ -75,13 +75,13 @@ void StudyLoadController::begin(const StudyRequest& study) {
     notice_.clear();
     mayBeArchived_ = localListing_ = pastOwnCopies_ = false;
     study_ = study;
-    load_ = {guard_.take(), CorrelationId::generate(), study.studyInstanceUID.toStdString()};
+    load_ = {guard_.take(), CorrelationId::generate(), study.studyInstanceUid};
     loading_ = true;
     Q_EMIT loadingChanged(true);
     Q_EMIT statusChanged(QStringLiteral("Preparing study"));
 }
 
-void StudyLoadController::openStudy(const StudyRequest& study) {
+void StudyLoadController::openStudy(const StudyIdentity& study) {
     begin(study);
     Q_EMIT stageChanged(
         {QStringLiteral("Checking volume cache…"),
@@ -94,7 +94,7 @@ void StudyLoadController::openStudy(const StudyRequest& study) {
 void StudyLoadController::sendAudit() {
     runInBackground(
         auditPool_, this,
-        [client = client_, uid = study_->studyInstanceUID, closing = closing_] {
+        [client = client_, uid = QString::fromStdString(study_->studyInstanceUid), closing = closing_] {
             client->sendViewerAudit(
                 QStringLiteral("STUDY_OPEN"), uid, {}, closing); // a failure stops no reading
             return 0;
@@ -105,7 +105,7 @@ void StudyLoadController::sendAudit() {
 void StudyLoadController::retry() {
     if (!study_)
         return;
-    begin(StudyRequest(*study_)); // a copy: begin() writes to it
+    begin(StudyIdentity(*study_)); // a copy: begin() writes to it
     pastOwnCopies_ = true;
     startOrthancFallbackLoad();
 }
@@ -199,7 +199,7 @@ std::optional<StudyArchives> StudyLoadController::ownArchives() const {
 
 StudyLoadController::ListingResult StudyLoadController::listSeries(
     const std::shared_ptr<ZorbelApiClient>& client, const std::optional<StudyArchives>& archives,
-    const StudyRequest& study, const CancelFlag& cancel, const CancelFlag& patience) {
+    const StudyIdentity& study, const CancelFlag& cancel, const CancelFlag& patience) {
     ListingResult result;
     bool outage = false;
     bool refused = false;

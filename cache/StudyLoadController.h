@@ -50,7 +50,7 @@ public:
     /// may still have to get one file written, so the window should be gone by then.
     ~StudyLoadController() override;
 
-    void openStudy(const StudyRequest& study);
+    void openStudy(const StudyIdentity& study);
     /// Loads the current study anew from the image service, past this computer's own copies; does nothing
     /// before the first openStudy().
     void retry();
@@ -60,7 +60,7 @@ public:
     /// Cancels what runs, silently, and waits for nothing; nothing may be opened afterwards.
     void shutDown();
     bool isLoading() const { return loading_; }
-    const std::optional<StudyRequest>& currentStudy() const { return study_; }
+    const std::optional<StudyIdentity>& currentStudy() const { return study_; }
 
     /// The answer to seriesChoiceNeeded(): a row of the offered list, or nothing to give up the load. Answers
     /// to a question that is no longer open are ignored.
@@ -97,7 +97,7 @@ private:
         std::string studyInstanceUID;
     };
 
-    void begin(const StudyRequest& study);
+    void begin(const StudyIdentity& study);
     void sendAudit();
     void startCacheLoad();
     void onCacheLoaded(const Load& load, const CachedStudy& cached);
@@ -105,7 +105,7 @@ private:
     /// `cancel` is the user's; `patience` ends the question to the service, so that an archive may answer it.
     static ListingResult listSeries(
         const std::shared_ptr<ZorbelApiClient>& client, const std::optional<StudyArchives>& archives,
-        const StudyRequest& study, const CancelFlag& cancel, const CancelFlag& patience);
+        const StudyIdentity& study, const CancelFlag& cancel, const CancelFlag& patience);
     std::optional<StudyArchives> ownArchives() const;
     void onListingOverdue();
     void stopTasks();
@@ -128,7 +128,7 @@ private:
     CancelFlag cancelFlag_;
     CancelFlag closing_ = std::make_shared<std::atomic<bool>>(false); ///< ends what outlives a single load
     Load load_;                                                       ///< the current one, or the last
-    std::optional<StudyRequest> study_;
+    std::optional<StudyIdentity> study_;
     std::vector<OrthancSeriesSummary> offeredSeries_; ///< while a series choice is open
     std::optional<SeriesListing> offeredCopy_;        ///< while its offer is open
     QString offersFailure_;                           ///< why it is offered

@@ -72,8 +72,10 @@ void recentStudies(std::string_view text) {
     if (!read)
         return;
     fuzz::require(read->studies().size() <= RecentStudies::most, "the recent studies are not too many");
-    for (const RecentStudy& study : read->studies())
-        fuzz::require(studyFileName(study.studyUid) == study.studyUid, "a recent study has a UID");
+    for (const RecentStudy& opened : read->studies())
+        fuzz::require(
+            studyFileName(opened.study.studyInstanceUid) == opened.study.studyInstanceUid,
+            "a recent study has a UID");
     fuzz::require(recentStudiesFrom(recentStudiesText(*read)) == read, "recent studies read back");
 }
 

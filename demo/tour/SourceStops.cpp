@@ -46,7 +46,7 @@ void planArchive(GuidedTour& tour, DemoControl& control) {
         [&control, &hands] {
             // The jaw volume, shown before, is archived beside the reading.
             const QString uid = hands.studyOfRow(hands.rowContaining(jawRow));
-            return control.isIdle() && !StudyArchives(readersStorage()).series(uid).empty();
+            return control.isIdle() && !StudyArchives(readersStorage()).series(uid.toStdString()).empty();
         },
         false);
     tour.addOpening(QStringLiteral("from-archive"), jawRow, [&hands] {

@@ -3,6 +3,7 @@
 #include "imaging/rendering/PlaneView.h"
 #include "imaging/rendering/VolumeView.h"
 #include "viewer/mpr/MprMode.h"
+#include "viewer/studies/StudyBrowserWidget.h"
 #include "viewer/window/MainWindow.h"
 #include "viewer/window/StatusLine.h"
 
@@ -24,8 +25,6 @@
 namespace zorbel {
 
 namespace {
-
-constexpr int studyUidRole = Qt::UserRole + 3;
 
 /// What the mouse meets there: the widget, or what lies over all of it.
 QWidget* underPointer(QWidget* widget, const QPointF& position) {
@@ -194,7 +193,10 @@ int TourHands::rowOfStudy(const QString& studyUid) const {
 
 QString TourHands::studyOfRow(int row) const {
     const auto* list = find<QListWidget>(QStringLiteral("studyList"));
-    return row >= 0 && row < rowCount() ? list->item(row)->data(studyUidRole).toString() : QString();
+    if (row < 0 || row >= rowCount())
+        return {};
+    const auto study = list->item(row)->data(StudyBrowserWidget::studyRole).value<StudyIdentity>();
+    return QString::fromStdString(study.studyInstanceUid);
 }
 
 int TourHands::rowCount() const {

@@ -102,7 +102,7 @@ protected:
     QString tempFolder() const { return folder_.filePath(QStringLiteral("tmp")); }
 
     /// Puts the series into the archive and returns its study as the list names it.
-    StudyRequest upload(const std::vector<TestSeries>& series) {
+    StudyIdentity upload(const std::vector<TestSeries>& series) {
         const auto folder = std::filesystem::path(folder_.filePath(QStringLiteral("upload")).toStdString());
         std::filesystem::remove_all(folder);
         for (const auto& one : series)
@@ -112,7 +112,7 @@ protected:
         const QString uid = QString::fromStdString(series.front().studyUid());
         for (const auto& row : client_->listStudies({}, 200))
             if (row.studyInstanceUID == uid)
-                return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+                return identityOf(row);
         ADD_FAILURE() << "the uploaded study is not listed";
         return {};
     }

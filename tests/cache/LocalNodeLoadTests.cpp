@@ -67,7 +67,7 @@ protected:
     }
 
     const TestSeries series_{.study = "at the clinic"};
-    StudyRequest study_;
+    StudyIdentity study_;
 };
 
 TEST_F(LocalNodeLoadTest, readsFromTheNodeAndLeavesTheCloudAlone) {
@@ -90,16 +90,17 @@ TEST_F(LocalNodeLoadTest, leadsNoOtherRequestToTheNode) {
     // Meanwhile another thread, with the same client.
     const std::size_t askedOfNode = node().requestCount();
     std::thread([&] {
-        const QByteArray cloudStudy = client_->proxyGet("studies/" + study_.orthancId, 30000, 1 << 20);
+        const QString orthancId = QString::fromStdString(study_.orthancId);
+        const QByteArray cloudStudy = client_->proxyGet("studies/" + orthancId, 30000, 1 << 20);
         EXPECT_TRUE(cloudStudy.contains("Series"));
         const ImageDataRoute cloud = client_->cloudRoute();
-        const QString series = client_->studySeriesIds(cloud, study_.orthancId).value(0);
+        const QString series = client_->studySeriesIds(cloud, orthancId).value(0);
         const QStringList instances = client_->seriesInstanceIds(cloud, series);
         client_->DownloadInstances(
             instances, [](auto&&...) {}, {}, 2);
         client_->StreamSeries(
-            study_.studyInstanceUID, QString::fromStdString(series_.seriesUid()), instances, {}, {},
-            [](auto&&...) {});
+            QString::fromStdString(study_.studyInstanceUid), QString::fromStdString(series_.seriesUid()),
+            instances, {}, {}, [](auto&&...) {});
     }).join();
     EXPECT_EQ(node().requestCount(), askedOfNode);
     EXPECT_EQ(service_->requestCount("*/viewer-proxy/*"), 3u + series_.slices + 1u);

@@ -67,7 +67,7 @@ public:
             [this](const StudyLoadFailure& failure) { end("failed " + failure.status.toStdString()); });
     }
 
-    std::string open(const StudyRequest& study) {
+    std::string open(const StudyIdentity& study) {
         controller_.openStudy(study);
         return wait();
     }
@@ -118,9 +118,8 @@ int main(int argc, char** argv) {
     options.manifestSchema = arguments[3].toStdString();
     {
         Viewer viewer(client, options, *log);
-        StudyRequest study;
-        study.orthancId = arguments[4];
-        study.studyInstanceUID = arguments[5];
+        const StudyIdentity study{
+            .orthancId = arguments[4].toStdString(), .studyInstanceUid = arguments[5].toStdString()};
         std::string outcome = viewer.open(study);
         if (arguments.contains(QStringLiteral("again")))
             outcome = viewer.openAgain();

@@ -55,23 +55,23 @@ TEST_F(StudyLoadControllerTest, opensAVolumeAndSaysHowFarItIs) {
     EXPECT_FALSE(capture_->contains("Patient"));
     const auto audits = service_->auditRecords();
     EXPECT_TRUE(std::any_of(audits.begin(), audits.end(), [&](const demo::AuditRecord& audit) {
-        return audit.event == "STUDY_OPEN" && audit.targetId == study.studyInstanceUID.toStdString();
+        return audit.event == "STUDY_OPEN" && audit.targetId == study.studyInstanceUid;
     }));
 }
 
 TEST_F(StudyLoadControllerTest, findsALinkedStudyByItsUidAlone) {
     const TestSeries series{.study = "linked"};
-    StudyRequest linked;
-    linked.studyInstanceUID = upload({series}).studyInstanceUID;
+    StudyIdentity linked;
+    linked.studyInstanceUid = upload({series}).studyInstanceUid;
     StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(linked);
     ASSERT_TRUE(recorder.waitForEnd());
     ASSERT_EQ(recorder.images.size(), 1u);
-    EXPECT_FALSE(recorder.images.front().study.patientName.isEmpty());
+    EXPECT_FALSE(recorder.images.front().study.patientName.empty());
 
     LoadRecorder unknown(controller);
-    linked.studyInstanceUID = QStringLiteral("1.2.3.4");
+    linked.studyInstanceUid = "1.2.3.4";
     controller.openStudy(linked);
     ASSERT_TRUE(unknown.waitForEnd());
     ASSERT_EQ(unknown.failures.size(), 1u);
@@ -146,10 +146,10 @@ TEST_F(StudyLoadControllerTest, keepsTheGeometryOfARealHead) {
     if (data.empty())
         GTEST_SKIP() << "no folder of real images: set ZORBEL_TEST_DATA to run this test";
     ASSERT_TRUE(service_->uploadFolder(data / "ct-head-teeth").failures.empty());
-    StudyRequest head;
+    StudyIdentity head;
     for (const auto& row : client_->listStudies({}, 200))
         if (row.patientName.contains(QStringLiteral("CRANIUM"), Qt::CaseInsensitive))
-            head = {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+            head = identityOf(row);
     StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
     controller.openStudy(head);
@@ -169,7 +169,7 @@ TEST_F(StudyLoadControllerTest, showsOnlyTheNewestRequest) {
     const auto slow = upload({{.study = "slow"}});
     const TestSeries wanted{.study = "wanted", .slices = 4};
     const auto study = upload({wanted});
-    const std::string listing = "*/studies/" + slow.orthancId.toStdString();
+    const std::string listing = "*/studies/" + slow.orthancId;
     service_->setFault(demo::Fault::delayed(listing, std::chrono::hours(1)));
     StudyLoadController controller(client_, {});
     LoadRecorder recorder(controller);
@@ -184,8 +184,7 @@ TEST_F(StudyLoadControllerTest, showsOnlyTheNewestRequest) {
     EXPECT_TRUE(recorder.failures.empty());
 
     service_->clearFaults();
-    service_->setFault(
-        demo::Fault::throttle("*/dicom-web/studies/" + slow.studyInstanceUID.toStdString() + "/*", 4000));
+    service_->setFault(demo::Fault::throttle("*/dicom-web/studies/" + slow.studyInstanceUid + "/*", 4000));
     LoadRecorder second(controller);
     controller.openStudy(slow);
     ASSERT_TRUE(test::waitFor(

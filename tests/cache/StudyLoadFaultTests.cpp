@@ -28,7 +28,7 @@ protected:
         return {values, recorder.failures.empty() ? QString() : recorder.failures.front().text};
     }
 
-    StudyRequest study_;
+    StudyIdentity study_;
     const std::vector<double> whole_{0, 100, 200, 300, 400, 500, 600, 700};
 };
 

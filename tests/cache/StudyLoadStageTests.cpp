@@ -42,7 +42,7 @@ protected:
             open();
         if (stage == Stage::Download)
             service_->setFault(
-                Fault::throttle("*/dicom-web/studies/" + study_.studyInstanceUID.toStdString() + "/*", 4000));
+                Fault::throttle("*/dicom-web/studies/" + study_.studyInstanceUid + "/*", 4000));
         capture_->clear();
         {
             StudyLoadController controller(client_, options_);
@@ -146,8 +146,8 @@ protected:
     }
 
     const TestSeries otherSeries_{.study = "stages-other", .slices = 4};
-    StudyRequest several_;
-    StudyRequest other_;
+    StudyIdentity several_;
+    StudyIdentity other_;
 };
 
 TEST_F(StudyLoadStageTest, anotherStudyTakesThePlaceOfTheFirst) {
@@ -160,7 +160,7 @@ TEST_F(StudyLoadStageTest, anotherStudyTakesThePlaceOfTheFirst) {
                 ASSERT_TRUE(test::waitFor([&] { return recorder.images.size() > before; }));
                 ASSERT_EQ(recorder.images.size(), before + 1);
                 const auto& image = recorder.images.back();
-                EXPECT_EQ(image.study.studyInstanceUID, other_.studyInstanceUID);
+                EXPECT_EQ(image.study.studyInstanceUid, other_.studyInstanceUid);
                 EXPECT_EQ(image.image->geometry().dimensions()[2], otherSeries_.slices);
                 EXPECT_TRUE(recorder.failures.empty());
                 expectNoLoadFolders();

@@ -73,7 +73,8 @@ protected:
             QStringLiteral(ZORBEL_OPEN_STUDY),
             QStringList{
                 QString::fromStdString(service_->baseUrl()), settingsFile(),
-                QStringLiteral(ZORBEL_MANIFEST_SCHEMA), study_.orthancId, study_.studyInstanceUID} +
+                QStringLiteral(ZORBEL_MANIFEST_SCHEMA), QString::fromStdString(study_.orthancId),
+                QString::fromStdString(study_.studyInstanceUid)} +
                 extra);
         return process;
     }

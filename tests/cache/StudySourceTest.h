@@ -30,7 +30,7 @@ protected:
     };
 
     /// Opens, or loads anew, and waits for the end and for the archive.
-    Opened open(const StudyRequest& study, bool past = false) {
+    Opened open(const StudyIdentity& study, bool past = false) {
         capture_->clear();
         StudyLoadController controller(client_, options_);
         LoadRecorder recorder(controller);
@@ -68,10 +68,10 @@ protected:
     }
 
     std::filesystem::path studyFolder() const {
-        return options_.storage->studyDirectory(study_.studyInstanceUID.toStdString());
+        return options_.storage->studyDirectory(study_.studyInstanceUid);
     }
     std::filesystem::path archiveFolder() const {
-        return options_.storage->archiveDirectory(study_.studyInstanceUID.toStdString(), series_.seriesUid());
+        return options_.storage->archiveDirectory(study_.studyInstanceUid, series_.seriesUid());
     }
     std::size_t imageRequests() const {
         return service_->requestCount(demo::Fault::instanceFiles) +
@@ -105,7 +105,7 @@ protected:
 
     const TestSeries series_{.study = "sources"};
     StudyLoadOptions options_;
-    StudyRequest study_;
+    StudyIdentity study_;
 };
 
 } // namespace zorbel::test

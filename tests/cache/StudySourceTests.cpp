@@ -36,8 +36,8 @@ TEST_F(StudySourceTest, opensAVolumeCacheWithoutAskingForImages) {
     EXPECT_EQ(service_->requestCount(imageRoute), 0u);
     EXPECT_TRUE(capture_->contains("Cache load succeeded"));
 
-    StudyRequest linked;
-    linked.studyInstanceUID = study_.studyInstanceUID;
+    StudyIdentity linked;
+    linked.studyInstanceUid = study_.studyInstanceUid;
     EXPECT_EQ(open(linked).result->study.patientName, study_.patientName) << "a link names no patient";
     options_.archivePatience = short_;
     service_->setFault(Fault::delayed("*/studies*", std::chrono::hours(1)));
@@ -95,7 +95,7 @@ TEST_F(StudySourceTest, reopensFromTheArchiveWithoutDownloading) {
 TEST_F(StudySourceTest, archivesEachImageUnderItsOwnIdWhateverTheOrderOfTheStream) {
     service_->setFault(Fault::stream(Fault::Kind::ShuffledParts));
     open();
-    const auto archived = StudyArchives(*options_.storage).series(study_.studyInstanceUID);
+    const auto archived = StudyArchives(*options_.storage).series(study_.studyInstanceUid);
     ASSERT_EQ(archived.size(), 1u);
     for (const QString& id : archived.front().instanceIds) {
         const fs::path file = archiveFolder() / (id.toStdString() + ".dcm");
@@ -121,9 +121,9 @@ TEST_F(StudySourceTest, opensAStudySeenBeforeWithoutTheService) {
             opened.result->notice,
             QStringLiteral("The imaging service does not answer. This is the copy kept on this computer."));
         EXPECT_EQ(opened.result->series.seriesDescription, QStringLiteral("CBCT test"));
-        StudyRequest linked;
-        linked.studyInstanceUID = study_.studyInstanceUID;
-        EXPECT_FALSE(open(linked).result->study.patientName.isEmpty());
+        StudyIdentity linked;
+        linked.studyInstanceUid = study_.studyInstanceUid;
+        EXPECT_FALSE(open(linked).result->study.patientName.empty());
         service_->clearFaults();
     }
     options_.archivePatience = long_;
@@ -266,7 +266,7 @@ TEST_F(StudySourceTest, discardsTheCacheOfAStudyThatIsNoLongerAskedFor) {
     controller.openStudy(second);
     ASSERT_TRUE(recorder.waitForEnd());
     ASSERT_EQ(recorder.images.size(), 1u);
-    EXPECT_EQ(recorder.images.front().study.studyInstanceUID, second.studyInstanceUID);
+    EXPECT_EQ(recorder.images.front().study.studyInstanceUid, second.studyInstanceUid);
     EXPECT_TRUE(
         test::waitFor([this] { return capture_->contains("Discarded stale volume-cache load result"); }));
 }

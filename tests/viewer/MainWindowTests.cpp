@@ -31,23 +31,27 @@ protected:
         window_->show();
     }
 
-    StudyRequest upload(const test::TestSeries& series) {
+    StudyIdentity upload(const test::TestSeries& series) {
         const auto folder = std::filesystem::path(folder_.path().toStdString()) / series.study;
         series.write(folder);
         EXPECT_TRUE(service_.uploadFolder(folder).failures.empty());
         const QString uid = QString::fromStdString(series.studyUid());
         for (const auto& row : client_->listStudies({}, 200))
             if (row.studyInstanceUID == uid)
-                return {row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate};
+                return identityOf(row);
         ADD_FAILURE() << "the uploaded study is not listed";
         return {};
     }
-    bool open(const StudyRequest& study) {
+    bool open(const StudyIdentity& study) {
         QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);
+        const ViewerStudySummary row = summaryOf(study);
         window_->onStudyDoubleClicked(
-            study.orthancId, study.studyInstanceUID, study.patientName, study.modality, study.studyDate);
+            row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate);
         EXPECT_TRUE(window_->findChild<QProgressBar*>(QStringLiteral("statusBusy"))->isVisible());
         return test::waitFor(displayed);
+    }
+    static QString uidOf(const StudyIdentity& study) {
+        return QString::fromStdString(study.studyInstanceUid);
     }
     QString text(const char* name) { return window_->findChild<QLabel*>(QString::fromLatin1(name))->text(); }
 
@@ -66,11 +70,9 @@ TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
     EXPECT_EQ(
         text("statusText"),
         QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (CT).  |  Series: CBCT test"));
-    EXPECT_EQ(
-        text("statusSource"), QStringLiteral("Loaded volume from Zorbel Cloud: ") + volume.studyInstanceUID);
+    EXPECT_EQ(text("statusSource"), QStringLiteral("Loaded volume from Zorbel Cloud: ") + uidOf(volume));
     EXPECT_EQ(text("viewerTitle"), QStringLiteral("Test Patient"));
-    EXPECT_EQ(
-        text("viewerSubtitle"), QStringLiteral("CT  ·  31 Jan 2024  ·  Study ") + volume.studyInstanceUID);
+    EXPECT_EQ(text("viewerSubtitle"), QStringLiteral("CT  ·  31 Jan 2024  ·  Study ") + uidOf(volume));
     EXPECT_FALSE(window_->findChild<QProgressBar*>(QStringLiteral("statusBusy"))->isVisible());
 
     // Higher than wide, and no orientation in the file: a panorama that has to be turned.
@@ -81,8 +83,7 @@ TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
         text("statusText"),
         QStringLiteral("Non-volumetric study loaded in 2D mode (PX).  |  Series: PANORAMIC"));
     EXPECT_EQ(
-        text("statusSource"),
-        QStringLiteral("Loaded in 2D mode from Zorbel Cloud: ") + panorama.studyInstanceUID);
+        text("statusSource"), QStringLiteral("Loaded in 2D mode from Zorbel Cloud: ") + uidOf(panorama));
     EXPECT_EQ(text("studyChip"), QStringLiteral("2D Study"));
     EXPECT_EQ(text("modeChip"), QStringLiteral("PANO · upright"));
     EXPECT_EQ(text("orientationChip"), QStringLiteral("Panorama corrected upright"));
@@ -101,14 +102,14 @@ TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
     ASSERT_TRUE(test::waitFor([&] { return box() != nullptr; }));
     EXPECT_EQ(box()->windowTitle(), QStringLiteral("Load Error"));
     EXPECT_EQ(text("statusText"), QStringLiteral("Load failed — Under maintenance"));
-    EXPECT_TRUE(text("viewerSubtitle").endsWith(shown.studyInstanceUID));
+    EXPECT_TRUE(text("viewerSubtitle").endsWith(uidOf(shown)));
     box()->button(QMessageBox::Ok)->click();
 
     service_.clearFaults();
     QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);
     QTest::mouseClick(window_->findChild<QToolButton*>(QStringLiteral("toolbar-retry")), Qt::LeftButton);
     ASSERT_TRUE(test::waitFor(displayed));
-    EXPECT_TRUE(text("viewerSubtitle").endsWith(broken.studyInstanceUID));
+    EXPECT_TRUE(text("viewerSubtitle").endsWith(uidOf(broken)));
 }
 
 TEST_F(MainWindowTest, asksWhetherToOpenTheCopyOfAStudyThatTheServiceDoesNotServe) {
@@ -120,7 +121,7 @@ TEST_F(MainWindowTest, asksWhetherToOpenTheCopyOfAStudyThatTheServiceDoesNotServ
     window_ = std::make_unique<MainWindow>(client_, options);
     window_->show();
     ASSERT_TRUE(open(study));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !archives.series(study.studyInstanceUID).empty(); }, 60000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !archives.series(study.studyInstanceUid).empty(); }, 60000));
 
     client_->selectSource(SourceKind::LocalNodeRequired, {});
     QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);

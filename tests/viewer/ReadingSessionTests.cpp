@@ -48,11 +48,8 @@ protected:
     std::filesystem::path folder() const { return folder_.filePath(QStringLiteral("state")).toStdString(); }
 
     /// As if the load of a study had brought it.
-    void open(const char* uid) {
-        const QString modality = QStringLiteral("CT");
-        open({{}, QString::fromLatin1(uid), QStringLiteral("Doe"), modality, {}}, modality);
-    }
-    void open(const StudyRequest& study, const QString& modality) {
+    void open(const char* uid) { open({{}, uid, "Doe", "CT", {}}, QStringLiteral("CT")); }
+    void open(const StudyIdentity& study, const QString& modality) {
         OrthancImageLoadResult result;
         result.outcome = OrthancImageLoadResult::Outcome::Loaded;
         result.image = test::smallVolume();
@@ -140,9 +137,11 @@ TEST_F(ReadingSessionTest, keepsEachStudysRecordsApart) {
 }
 
 TEST_F(ReadingSessionTest, remembersStudiesUnderTheTypeOfTheListTheyWereOpenedFrom) {
-    StudyRequest study{{}, QStringLiteral("1.2.3"), {}, QStringLiteral("CT"), {}};
-    study.studyDescription = QStringLiteral("CBCT lower jaw");
-    study.bodyPart = QStringLiteral("JAW");
+    const StudyIdentity study{
+        .studyInstanceUid = "1.2.3",
+        .modality = "CT",
+        .studyDescription = "CBCT lower jaw",
+        .bodyPart = "JAW"};
     open(study, QStringLiteral("OT")); // one of its series is of another modality
     for (const bool again : {false, true}) {
         if (again)

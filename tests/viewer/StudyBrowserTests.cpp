@@ -93,7 +93,7 @@ TEST_F(StudyBrowserTest, listsTheNewestFirstAndNamesTheStudyToOpen) {
         arguments, (QStringList{
                        QStringLiteral("o-1"), QStringLiteral("1.1"), QStringLiteral("Doe Anna"),
                        QStringLiteral("PX"), QStringLiteral("20240131")}));
-    EXPECT_EQ(browser_->summaryOf(QStringLiteral("1.1")).studyDescription, QStringLiteral("PANORAMIC"));
+    EXPECT_EQ(browser_->studyOf(QStringLiteral("1.1")).studyDescription, "PANORAMIC");
     QTest::keyClick(list_, Qt::Key_Up);
     QTest::keyClick(list_, Qt::Key_Return);
     ASSERT_EQ(opened.count(), 2);

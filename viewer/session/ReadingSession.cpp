@@ -94,16 +94,8 @@ void ReadingSession::shown(const std::shared_ptr<StudyReading>& reading) {
     }
     forgetWritten();
     saver_->run([this, study](ReadingSaver::Stores& stores) {
-        const auto session = stores.session.studyOpened(study.studyInstanceUid, study.orthancId);
-        const auto recent = stores.recent.recordOpened(
-            {study.studyInstanceUid,
-             study.orthancId,
-             study.patientName,
-             study.modality,
-             study.studyDate,
-             {},
-             study.studyDescription,
-             study.bodyPart});
+        const auto session = stores.session.studyOpened(study);
+        const auto recent = stores.recent.recordOpened(study);
         post([this, session, recent] {
             say(session);
             say(recent);
@@ -182,17 +174,17 @@ void ReadingSession::recentStudies(std::function<void(RecentStudies)> then) {
     });
 }
 
-void ReadingSession::recoverable(std::function<void(std::optional<RecentStudy>)> then) {
+void ReadingSession::recoverable(std::function<void(std::optional<StudyIdentity>)> then) {
     saver_->run([this, then](ReadingSaver::Stores& stores) {
         post([then, study = stores.recovery.question()] { then(study); });
     });
 }
 
-void ReadingSession::acceptRecovery(const RecentStudy& study) {
+void ReadingSession::acceptRecovery(const StudyIdentity& study) {
     saver_->run([study](ReadingSaver::Stores& stores) { stores.recovery.accept(study); });
 }
 
-void ReadingSession::declineRecovery(const RecentStudy& study) {
+void ReadingSession::declineRecovery(const StudyIdentity& study) {
     saver_->run([this, study](ReadingSaver::Stores& stores) {
         const auto failure = stores.recovery.decline(study);
         post([this, failure] { say(failure); });

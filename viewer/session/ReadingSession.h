@@ -45,9 +45,9 @@ public:
 
     void recentStudies(std::function<void(RecentStudies)> then);
     /// The study that a crashed program left open and the reader is to be asked about; see CrashRecovery.
-    void recoverable(std::function<void(std::optional<RecentStudy>)> then);
-    void acceptRecovery(const RecentStudy& study);
-    void declineRecovery(const RecentStudy& study);
+    void recoverable(std::function<void(std::optional<StudyIdentity>)> then);
+    void acceptRecovery(const StudyIdentity& study);
+    void declineRecovery(const StudyIdentity& study);
 
     /// Nothing waits to be written, failed or not.
     bool isAllWritten() const { return saver_->unsaved().empty(); }

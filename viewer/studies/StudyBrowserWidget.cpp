@@ -30,16 +30,14 @@ namespace {
 constexpr int pageSize = 200; // the most that the service hands out at once
 constexpr int searchDelayMs = 400;
 
-enum ItemRole { PatientName = Qt::UserRole, StudyDate, Modality, StudyUID, OrthancId };
+StudyIdentity studyIn(const QListWidgetItem& item) {
+    return item.data(StudyBrowserWidget::studyRole).value<StudyIdentity>();
+}
 
 QListWidgetItem* newRow(const ViewerStudySummary& study) {
     auto* item = new QListWidgetItem(StudyRows::text(study));
     item->setToolTip(plainToolTip(StudyRows::toolTip(study)));
-    item->setData(PatientName, study.patientName);
-    item->setData(StudyDate, study.studyDate);
-    item->setData(Modality, study.modality);
-    item->setData(StudyUID, study.studyInstanceUID);
-    item->setData(OrthancId, study.orthancId);
+    item->setData(StudyBrowserWidget::studyRole, QVariant::fromValue(identityOf(study)));
     return item;
 }
 
@@ -236,18 +234,18 @@ void StudyBrowserWidget::setRecentStudies(std::vector<ViewerStudySummary> studie
         rebuildRows();
 }
 
-ViewerStudySummary StudyBrowserWidget::summaryOf(const QString& studyUID) const {
+StudyIdentity StudyBrowserWidget::studyOf(const QString& studyUID) const {
     for (const auto* list : {&studies_, &recent_})
         for (const auto& study : *list)
             if (study.studyInstanceUID == studyUID)
-                return study;
+                return identityOf(study);
     return {};
 }
 
 void StudyBrowserWidget::rebuildRows() {
     const auto& source = showsRecent() ? recent_ : studies_;
     const auto* current = list_->currentItem();
-    const QString currentUid = current ? current->data(StudyUID).toString() : QString();
+    const std::string currentUid = current ? studyIn(*current).studyInstanceUid : std::string();
     list_->clear();
     // What the service found for this very text may match by fields that the rows do not carry, such as a
     // patient id.
@@ -258,7 +256,7 @@ void StudyBrowserWidget::rebuildRows() {
             continue;
         auto* item = newRow(study);
         list_->addItem(item);
-        if (study.studyInstanceUID == currentUid)
+        if (study.studyInstanceUID.toStdString() == currentUid)
             list_->setCurrentItem(item);
     }
     updateStatus();
@@ -268,9 +266,9 @@ void StudyBrowserWidget::openCurrentRow() {
     const auto* item = list_->currentItem();
     if (!item)
         return;
+    const ViewerStudySummary row = summaryOf(studyIn(*item));
     Q_EMIT studyDoubleClicked(
-        item->data(OrthancId).toString(), item->data(StudyUID).toString(), item->data(PatientName).toString(),
-        item->data(Modality).toString(), item->data(StudyDate).toString());
+        row.orthancId, row.studyInstanceUID, row.patientName, row.modality, row.studyDate);
 }
 
 void StudyBrowserWidget::updateStatus() {

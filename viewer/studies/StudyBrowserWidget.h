@@ -1,6 +1,7 @@
 #pragma once
 
 #include "api/ZorbelApiClient.h"
+#include "base/StudyIdentity.h"
 
 #include <QThreadPool>
 #include <QWidget>
@@ -25,6 +26,9 @@ class StudyBrowserWidget : public QWidget {
     Q_OBJECT
 
 public:
+    /// Where a row of the list holds its StudyIdentity.
+    static constexpr int studyRole = Qt::UserRole;
+
     explicit StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, QWidget* parent = nullptr);
     /// Ends a running list request.
     ~StudyBrowserWidget() override;
@@ -34,7 +38,7 @@ public:
     /// Newest first.
     void setRecentStudies(std::vector<ViewerStudySummary> studies);
     /// What the service's list says of a study, or else the recent ones; all empty where neither names it.
-    ViewerStudySummary summaryOf(const QString& studyUID) const;
+    StudyIdentity studyOf(const QString& studyUID) const;
 
 Q_SIGNALS:
     void studyDoubleClicked(

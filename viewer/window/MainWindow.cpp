@@ -198,31 +198,31 @@ void MainWindow::bindShortcuts() {
 void MainWindow::onStudyDoubleClicked(
     const QString& orthancId, const QString& studyUID, const QString& patientName, const QString& modality,
     const QString& studyDate) {
-    const ViewerStudySummary row = browser_->summaryOf(studyUID);
-    openStudy({orthancId, studyUID, patientName, modality, studyDate, row.studyDescription, row.bodyPart});
+    StudyIdentity study = browser_->studyOf(studyUID); // with what makes its study type
+    study.orthancId = orthancId.toStdString();
+    study.studyInstanceUid = studyUID.toStdString();
+    study.patientName = patientName.toStdString();
+    study.modality = modality.toStdString();
+    study.studyDate = studyDate.toStdString();
+    openStudy(study);
 }
 
-void MainWindow::openStudy(const StudyRequest& study) {
+void MainWindow::openStudy(const StudyIdentity& study) {
     sinceRequest_.start();
     loader_->openStudy(study);
 }
 
 void MainWindow::openLinkedStudy(const QString& studyInstanceUID) {
     delete recoveryBox_; // asked again when the link's study is here
-    StudyRequest study;
-    study.studyInstanceUID = studyInstanceUID;
-    openStudy(study);
+    openStudy({.studyInstanceUid = studyInstanceUID.toStdString()});
 }
 
 void MainWindow::showImage(const OrthancImageLoadResult& result) {
-    const StudyRequest& study = result.study;
-    const QString& modality = study.modality.isEmpty() ? result.modality : study.modality;
-    const StudyIdentity identity{study.orthancId.toStdString(),   study.studyInstanceUID.toStdString(),
-                                 study.patientName.toStdString(), modality.toStdString(),
-                                 study.studyDate.toStdString(),   study.studyDescription.toStdString(),
-                                 study.bodyPart.toStdString()};
+    StudyIdentity study = result.study;
+    if (study.modality.empty())
+        study.modality = result.modality.toStdString();
     status_->say(QStringLiteral("Preparing study"));
-    reading_->open(identity, [this, result](const std::shared_ptr<StudyReading>& reading) {
+    reading_->open(study, [this, result](const std::shared_ptr<StudyReading>& reading) {
         try {
             present(reading, result);
         } catch (const std::bad_alloc&) {
@@ -262,17 +262,8 @@ void MainWindow::connectReading() {
 void MainWindow::showRecentStudies() {
     reading_->recentStudies([this](const RecentStudies& recent) {
         std::vector<ViewerStudySummary> rows;
-        for (const RecentStudy& study : recent.studies()) {
-            ViewerStudySummary row;
-            row.orthancId = QString::fromStdString(study.orthancId);
-            row.studyInstanceUID = QString::fromStdString(study.studyUid);
-            row.patientName = QString::fromStdString(study.patientName);
-            row.modality = QString::fromStdString(study.modality);
-            row.studyDate = QString::fromStdString(study.studyDate);
-            row.studyDescription = QString::fromStdString(study.studyDescription);
-            row.bodyPart = QString::fromStdString(study.bodyPart);
-            rows.push_back(std::move(row));
-        }
+        for (const RecentStudy& opened : recent.studies())
+            rows.push_back(summaryOf(opened.study));
         browser_->setRecentStudies(std::move(rows));
     });
 }
@@ -311,35 +302,31 @@ bool MainWindow::mayAskForRecovery() const {
 void MainWindow::offerRecovery() {
     if (!mayAskForRecovery())
         return;
-    reading_->recoverable([this](const std::optional<RecentStudy>& study) {
+    reading_->recoverable([this](const std::optional<StudyIdentity>& study) {
         if (study && mayAskForRecovery())
             askForRecovery(*study);
     });
 }
 
-void MainWindow::askForRecovery(const RecentStudy& study) {
-    const QString name = QString::fromStdString(study.patientName);
-    const QString uid = QString::fromStdString(study.studyUid);
+void MainWindow::askForRecovery(const StudyIdentity& study) {
+    const std::string& name = study.patientName.empty() ? study.studyInstanceUid : study.patientName;
     auto* box = new QMessageBox(
         QMessageBox::NoIcon, QStringLiteral("Recover the last session"),
         QStringLiteral(
             "The viewer did not close properly while the study of %1 was open.\n\nReopen it where you left "
             "off?")
-            .arg(name.isEmpty() ? uid : name),
+            .arg(QString::fromStdString(name)),
         QMessageBox::Yes | QMessageBox::No, this);
     recoveryBox_ = box;
     box->setObjectName(QStringLiteral("recoveryBox"));
     box->setTextFormat(Qt::PlainText);
     box->setDefaultButton(QMessageBox::Yes);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    connect(box, &QMessageBox::finished, this, [this, study, name, uid](int answer) {
+    connect(box, &QMessageBox::finished, this, [this, study](int answer) {
         recoveryBox_ = nullptr;
         if (answer == QMessageBox::Yes) {
             reading_->acceptRecovery(study);
-            openStudy(
-                {QString::fromStdString(study.orthancId), uid, name, QString::fromStdString(study.modality),
-                 QString::fromStdString(study.studyDate), QString::fromStdString(study.studyDescription),
-                 QString::fromStdString(study.bodyPart)});
+            openStudy(study);
             return;
         }
         reading_->declineRecovery(study);
@@ -351,15 +338,16 @@ void MainWindow::askForRecovery(const RecentStudy& study) {
 void MainWindow::tellSource(const OrthancImageLoadResult& result) {
     notice_->setText(result.notice);
     notice_->setVisible(!result.notice.isEmpty());
-    const QString& uid = result.study.studyInstanceUID;
+    const std::string& uid = result.study.studyInstanceUid;
+    const QString shownUid = QString::fromStdString(uid);
     auto& logger = Logger::instance();
     if (result.source == ImageSource::VolumeCache && result.volumetric) {
         const auto& dims = result.image->geometry().dimensions();
         status_->say(QStringLiteral("Volumetric study loaded in MPR mode (%1).").arg(result.modality));
-        source_->setText(QStringLiteral("Loaded from local cache: %1").arg(uid));
+        source_->setText(QStringLiteral("Loaded from local cache: %1").arg(shownUid));
         logger.info(
             component, "Volume displayed",
-            {{"study", uid.toStdString()},
+            {{"study", uid},
              {"dims", QStringLiteral("%1×%2×%3").arg(dims[0]).arg(dims[1]).arg(dims[2]).toStdString()}});
         return;
     }
@@ -369,16 +357,13 @@ void MainWindow::tellSource(const OrthancImageLoadResult& result) {
     if (result.volumetric) {
         status_->say(QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (%1).%2")
                          .arg(result.modality, series));
-        source_->setText(QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, uid));
-        logger.info(
-            component, "DICOM fallback volume displayed", {{"study", uid.toStdString()}, {"mode", "MPR"}});
+        source_->setText(QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, shownUid));
+        logger.info(component, "DICOM fallback volume displayed", {{"study", uid}, {"mode", "MPR"}});
     } else {
         status_->say(
             QStringLiteral("Non-volumetric study loaded in 2D mode (%1).%2").arg(result.modality, series));
-        source_->setText(QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, uid));
-        logger.info(
-            component, "DICOM fallback image displayed in 2D mode",
-            {{"study", uid.toStdString()}, {"mode", "2D"}});
+        source_->setText(QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, shownUid));
+        logger.info(component, "DICOM fallback image displayed in 2D mode", {{"study", uid}, {"mode", "2D"}});
     }
 }
 

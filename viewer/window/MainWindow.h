@@ -18,7 +18,6 @@ namespace zorbel {
 
 class MainToolBar;
 class ReadingSession;
-struct RecentStudy;
 class StatusLine;
 class StudyBrowserWidget;
 class StudyReading;
@@ -34,7 +33,7 @@ public:
     MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOptions options, QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    void openStudy(const StudyRequest& study);
+    void openStudy(const StudyIdentity& study);
     /// Opens a study of which only the UID is known, as from a link.
     void openLinkedStudy(const QString& studyInstanceUID);
 
@@ -75,7 +74,7 @@ private:
     /// Asks about a study that a run left open, unless something else is under way.
     void offerRecovery();
     bool mayAskForRecovery() const;
-    void askForRecovery(const RecentStudy& study);
+    void askForRecovery(const StudyIdentity& study);
     void signOut();
 
     std::shared_ptr<ZorbelApiClient> client_;

@@ -14,12 +14,12 @@ struct Program {
         : files(root), recovery(session, recent, previousRunCrashed) {}
 
     void open(const std::string& uid) {
-        EXPECT_EQ(session.studyOpened(uid, "id of " + uid), "");
-        EXPECT_EQ(recent.recordOpened({.studyUid = uid, .patientName = "Doe"}), "");
+        EXPECT_EQ(session.studyOpened({.orthancId = "id of " + uid, .studyInstanceUid = uid}), "");
+        EXPECT_EQ(recent.recordOpened({.studyInstanceUid = uid, .patientName = "Doe"}), "");
     }
     std::string asksAbout() {
         const auto study = recovery.question();
-        return study ? study->studyUid : std::string();
+        return study ? study->studyInstanceUid : std::string();
     }
     void end() { EXPECT_EQ(recovery.endSession(), ""); }
 
@@ -81,7 +81,7 @@ TEST_F(CrashRecoveryTest, anotherStudyThatIsOpenedFirstPutsTheQuestionOff) {
     auto linked = start();
     linked->open("1.2");
     ASSERT_EQ(linked->asksAbout(), "1.1");
-    linked->recovery.decline({.studyUid = "1.2"}); // which is open here, and stays in the file
+    linked->recovery.decline({.studyInstanceUid = "1.2"}); // which is open here, and stays in the file
     linked.reset();
     auto next = start();
     ASSERT_EQ(next->asksAbout(), "1.2") << "the newer one first";
@@ -103,7 +103,7 @@ TEST_F(CrashRecoveryTest, eachOfSeveralProgramsIsRecoverableAndNoLivingOne) {
     second.reset();
     EXPECT_EQ(left(), "1.2");
     first->open("1.3");
-    start()->recovery.decline({.studyUid = "1.2"});
+    start()->recovery.decline({.studyInstanceUid = "1.2"});
     first.reset();
     EXPECT_EQ(left(), "1.3");
 }
@@ -111,7 +111,7 @@ TEST_F(CrashRecoveryTest, eachOfSeveralProgramsIsRecoverableAndNoLivingOne) {
 TEST_F(CrashRecoveryTest, ofAnOlderVersionsFileTheSessionLockTellsWhetherItsProgramDied) {
     const auto older = R"({"lastStudyInstanceUID": "1.1", "lastOrthancId": "7", "savedAt": "then"})";
     put("session.json", older);
-    ASSERT_EQ(start(true)->recovery.question(), (RecentStudy{.studyUid = "1.1", .orthancId = "7"}));
+    ASSERT_EQ(start(true)->recovery.question(), (StudyIdentity{.orthancId = "7", .studyInstanceUid = "1.1"}));
     EXPECT_EQ(start(false)->asksAbout(), "");
     EXPECT_EQ(left(), "") << "forgotten: its program ended properly";
     for (const char* none : {"[]", "{", R"({"lastStudyInstanceUID": "../x", "others": [7, {}]})"}) {

@@ -49,9 +49,11 @@ public:
     bool saveAtOnce(int kind) {
         const auto text = std::to_string(state.numbers[static_cast<std::size_t>(kind)]);
         if (kind == SessionState::recent)
-            return RecentStudiesFile(files_).recordOpened({.studyUid = study_, .orthancId = text}).empty();
+            return RecentStudiesFile(files_)
+                .recordOpened({.orthancId = text, .studyInstanceUid = study_})
+                .empty();
         if (kind == SessionState::session)
-            return SessionFile(files_).studyOpened(study_, text).empty();
+            return SessionFile(files_).studyOpened({.orthancId = text, .studyInstanceUid = study_}).empty();
         const auto png = pictureOf(text);
         return KeyImageStore(files_).add(study_, images_, {png, 8, 8, text}).captured;
     }
@@ -75,8 +77,8 @@ public:
             numbers[3] = std::stoi(measurements.substr(1));
         numbers[4] = foundImage();
         const auto recent = RecentStudiesFile(files_).load().studies();
-        if (!recent.empty() && recent[0].studyUid == study_)
-            numbers[5] = std::stoi(recent[0].orthancId);
+        if (!recent.empty() && recent[0].study.studyInstanceUid == study_)
+            numbers[5] = std::stoi(recent[0].study.orthancId);
         const auto open = SessionFile(files_).recoverable(true);
         if (!open.empty() && open[0].studyInstanceUid == study_)
             numbers[6] = std::stoi(open[0].orthancId);

@@ -62,10 +62,10 @@ TEST_F(ReadingStateStoreTest, withoutARootTheSessionRemembersAndNothingIsWritten
         saveAll(store, uid);
         expectAll(store, uid);
         RecentStudiesFile recent(files);
-        recent.recordOpened({.studyUid = uid});
+        recent.recordOpened({.studyInstanceUid = uid});
         EXPECT_EQ(recent.load().studies().size(), 1U);
         SessionFile session(files);
-        session.studyOpened(uid, "id");
+        session.studyOpened({.orthancId = "id", .studyInstanceUid = uid});
         KeyImageStore images(files);
         KeyImageList list;
         const auto png = pngBytes("x");
@@ -168,7 +168,7 @@ TEST_F(ReadingStateStoreTest, studiesOpenedByTwoProgramsAtOnceAreAllRecent) {
         RecentStudiesFile recent(files);
         for (int study = 0; study < 10; ++study) {
             const auto name = std::to_string(program) + "." + std::to_string(study);
-            EXPECT_EQ(recent.recordOpened({.studyUid = name}), "");
+            EXPECT_EQ(recent.recordOpened({.studyInstanceUid = name}), "");
         }
     };
     std::thread first([&] { open(1); });

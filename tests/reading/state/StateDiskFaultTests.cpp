@@ -132,7 +132,7 @@ TEST_F(StateDiskFaultTest, aFailedCaptureLeavesTheListAndNoFile) {
 TEST_F(StateDiskFaultTest, theRecentStudiesSurviveAFailure) {
     const auto open = [&](const char* study) {
         StateFiles files(root);
-        return RecentStudiesFile(files).recordOpened({.studyUid = study});
+        return RecentStudiesFile(files).recordOpened({.studyInstanceUid = study});
     };
     for (const Kind& kind : kinds) {
         sweep(
@@ -141,7 +141,7 @@ TEST_F(StateDiskFaultTest, theRecentStudiesSurviveAFailure) {
                 StateFiles files(root);
                 const auto studies = RecentStudiesFile(files).load().studies();
                 ASSERT_FALSE(studies.empty());
-                EXPECT_EQ(studies.back().studyUid, "1.1");
+                EXPECT_EQ(studies.back().study.studyInstanceUid, "1.1");
                 if (!run.killed) {
                     EXPECT_EQ(studies.size(), run.exception.empty() ? 2U : 1U);
                 }
@@ -157,7 +157,7 @@ TEST_F(StateDiskFaultTest, aStudyThatWasClosedIsNotRecoverable) {
             [&] {
                 StateFiles files(root);
                 SessionFile session(files);
-                const auto opening = session.studyOpened(uid, "id");
+                const auto opening = session.studyOpened({.orthancId = "id", .studyInstanceUid = uid});
                 const auto closing = session.studyClosed();
                 return kind.error == ENOSPC ? closing : opening + closing;
             },

@@ -153,14 +153,14 @@ TEST(RecordListsTest, measurementsAreHandedThrough) {
 TEST(RecentStudiesTest, newestFirstNoneTwiceAndAtMostTwenty) {
     RecentStudies studies;
     for (int index = 0; index < 25; ++index)
-        studies.opened({.studyUid = "1." + std::to_string(index), .lastOpenedAt = "2026"});
-    studies.opened({.studyUid = " 1.10 ", .patientName = "again", .lastOpenedAt = "1999"});
-    studies.opened({.studyUid = "not a uid"});
+        studies.opened({{.studyInstanceUid = "1." + std::to_string(index)}, "2026"});
+    studies.opened({{.studyInstanceUid = " 1.10 ", .patientName = "again"}, "1999"});
+    studies.opened({{.studyInstanceUid = "not a uid"}});
     ASSERT_EQ(studies.studies().size(), RecentStudies::most);
-    EXPECT_EQ(studies.studies()[0].studyUid, "1.10");
-    EXPECT_EQ(studies.studies()[0].patientName, "again");
-    EXPECT_EQ(studies.studies()[1].studyUid, "1.24");
-    EXPECT_EQ(studies.studies().back().studyUid, "1.5");
+    EXPECT_EQ(studies.studies()[0].study.studyInstanceUid, "1.10");
+    EXPECT_EQ(studies.studies()[0].study.patientName, "again");
+    EXPECT_EQ(studies.studies()[1].study.studyInstanceUid, "1.24");
+    EXPECT_EQ(studies.studies().back().study.studyInstanceUid, "1.5");
     EXPECT_EQ(recentStudiesFrom(recentStudiesText(studies)), studies);
 }
 
@@ -169,7 +169,7 @@ TEST(RecentStudiesTest, ofARepeatedEntryTheNewestIsRead) {
         R"([{"studyUID": "1.2", "patientName": "new"}, 5, {"studyUID": "x"}, {"studyUID": "1.2", "patientName": "old"}])");
     ASSERT_TRUE(studies);
     ASSERT_EQ(studies->studies().size(), 1U);
-    EXPECT_EQ(studies->studies()[0].patientName, "new");
+    EXPECT_EQ(studies->studies()[0].study.patientName, "new");
     EXPECT_FALSE(recentStudiesFrom("{}"));
 }
 

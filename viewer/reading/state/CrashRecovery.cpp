@@ -4,7 +4,7 @@
 
 namespace zorbel {
 
-std::optional<RecentStudy> CrashRecovery::question() {
+std::optional<StudyIdentity> CrashRecovery::question() {
     if (over_)
         return std::nullopt;
     const auto left = session_.recoverable(previousRunCrashed_);
@@ -15,20 +15,18 @@ std::optional<RecentStudy> CrashRecovery::question() {
     const auto recent = recent_.load();
     const auto known =
         std::find_if(recent.studies().begin(), recent.studies().end(), [&](const RecentStudy& opened) {
-            return opened.studyUid == study.studyInstanceUid;
+            return opened.study.studyInstanceUid == study.studyInstanceUid;
         });
-    if (known != recent.studies().end())
-        return *known;
-    return RecentStudy{.studyUid = study.studyInstanceUid, .orthancId = study.orthancId};
+    return known != recent.studies().end() ? known->study : study;
 }
 
-void CrashRecovery::accept(const RecentStudy& study) {
-    accepted_ = study.studyUid;
+void CrashRecovery::accept(const StudyIdentity& study) {
+    accepted_ = study.studyInstanceUid;
     over_ = true;
 }
 
-std::string CrashRecovery::decline(const RecentStudy& study) {
-    return session_.forget(study.studyUid);
+std::string CrashRecovery::decline(const StudyIdentity& study) {
+    return session_.forget(study.studyInstanceUid);
 }
 
 std::string CrashRecovery::endSession() {

@@ -20,10 +20,10 @@ public:
 
     /// The study to ask about now, with what is known of it; certain is its UID alone. Nothing where there is
     /// none, or one was accepted: others wait for the next start.
-    std::optional<RecentStudy> question();
-    void accept(const RecentStudy& study);
+    std::optional<StudyIdentity> question();
+    void accept(const StudyIdentity& study);
     /// Returns what the status bar has to say, empty for nothing.
-    std::string decline(const RecentStudy& study);
+    std::string decline(const StudyIdentity& study);
     /// At the session's proper end; likewise.
     std::string endSession();
 

@@ -9,26 +9,26 @@ namespace zorbel {
 
 using nlohmann::json;
 
-void RecentStudies::opened(RecentStudy study) {
-    const auto uid = studyFileName(study.studyUid);
+void RecentStudies::opened(RecentStudy opened) {
+    const auto uid = studyFileName(opened.study.studyInstanceUid);
     if (!uid)
         return;
-    study.studyUid = *uid;
-    std::erase_if(studies_, [&](const RecentStudy& other) { return other.studyUid == *uid; });
-    studies_.insert(studies_.begin(), std::move(study));
+    opened.study.studyInstanceUid = *uid;
+    std::erase_if(studies_, [&](const RecentStudy& other) { return other.study.studyInstanceUid == *uid; });
+    studies_.insert(studies_.begin(), std::move(opened));
     studies_.resize(std::min(studies_.size(), most));
 }
 
 std::string recentStudiesText(const RecentStudies& studies) {
     json file = json::array();
-    for (const RecentStudy& study : studies.studies()) {
+    for (const auto& [study, lastOpenedAt] : studies.studies()) {
         file.push_back(
-            {{"studyUID", study.studyUid},
+            {{"studyUID", study.studyInstanceUid},
              {"orthancId", study.orthancId},
              {"patientName", study.patientName},
              {"modality", study.modality},
              {"studyDate", study.studyDate},
-             {"lastOpenedAt", study.lastOpenedAt},
+             {"lastOpenedAt", lastOpenedAt},
              {"studyDescription", study.studyDescription},
              {"bodyPart", study.bodyPart}});
     }
@@ -44,10 +44,14 @@ std::optional<RecentStudies> recentStudiesFrom(std::string_view text) {
     for (auto entry = file->rbegin(); entry != file->rend(); ++entry) {
         if (entry->is_object())
             studies.opened(
-                {json_text::text(*entry, "studyUID"), json_text::text(*entry, "orthancId"),
-                 json_text::text(*entry, "patientName"), json_text::text(*entry, "modality"),
-                 json_text::text(*entry, "studyDate"), json_text::text(*entry, "lastOpenedAt"),
-                 json_text::text(*entry, "studyDescription"), json_text::text(*entry, "bodyPart")});
+                {{.orthancId = json_text::text(*entry, "orthancId"),
+                  .studyInstanceUid = json_text::text(*entry, "studyUID"),
+                  .patientName = json_text::text(*entry, "patientName"),
+                  .modality = json_text::text(*entry, "modality"),
+                  .studyDate = json_text::text(*entry, "studyDate"),
+                  .studyDescription = json_text::text(*entry, "studyDescription"),
+                  .bodyPart = json_text::text(*entry, "bodyPart")},
+                 json_text::text(*entry, "lastOpenedAt")});
     }
     return studies;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/StudyIdentity.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,14 +11,8 @@ namespace zorbel {
 
 /// A study that the user opened, in the words of the list that it was opened from.
 struct RecentStudy {
-    std::string studyUid{};
-    std::string orthancId{}; ///< the service's identifier of the study
-    std::string patientName{};
-    std::string modality{};
-    std::string studyDate{};
+    StudyIdentity study{};
     std::string lastOpenedAt{}; ///< ISO 8601, UTC
-    std::string studyDescription{};
-    std::string bodyPart{};
 
     friend bool operator==(const RecentStudy&, const RecentStudy&) = default;
 };
@@ -29,7 +25,7 @@ public:
     const std::vector<RecentStudy>& studies() const { return studies_; }
     /// Puts the study first, whatever its time says: the clock may have been set back. One without a valid
     /// UID is left out.
-    void opened(RecentStudy study);
+    void opened(RecentStudy opened);
 
     friend bool operator==(const RecentStudies&, const RecentStudies&) = default;
 

@@ -16,13 +16,12 @@ RecentStudies RecentStudiesFile::load() {
     return read();
 }
 
-std::string RecentStudiesFile::recordOpened(RecentStudy study, std::chrono::system_clock::time_point now) {
-    study.lastOpenedAt = utcTimeStamp(now);
+std::string RecentStudiesFile::recordOpened(StudyIdentity study, std::chrono::system_clock::time_point now) {
     return attemptSave(saveFailedText, [&] {
         files_.createFolder("");
         const auto lock = files_.lock();
         auto studies = read();
-        studies.opened(std::move(study));
+        studies.opened({std::move(study), utcTimeStamp(now)});
         files_.write(fileName, recentStudiesText(studies));
     });
 }

@@ -18,10 +18,9 @@ public:
 
     /// Empty where there is no readable file.
     RecentStudies load();
-    /// Puts the study first, with the time as lastOpenedAt. Returns what the status bar has to say, empty for
-    /// nothing.
+    /// Puts the study first, as opened now. Returns what the status bar has to say, empty for nothing.
     std::string recordOpened(
-        RecentStudy study, std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
+        StudyIdentity study, std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
 
 private:
     RecentStudies read();

@@ -29,7 +29,7 @@ json recordOf(const OpenStudy& open) {
     json record = {
         {"lastStudyInstanceUID", open.study.studyInstanceUid},
         {"lastOrthancId", open.study.orthancId},
-        {"savedAt", open.study.savedAt}};
+        {"savedAt", open.savedAt}};
     if (!open.program.empty())
         record["program"] = open.program;
     return record;
@@ -42,7 +42,8 @@ std::optional<OpenStudy> openStudyFrom(const json& record) {
     if (!uid)
         return std::nullopt;
     OpenStudy open{
-        {*uid, json_text::text(record, "lastOrthancId"), json_text::text(record, "savedAt")},
+        {.orthancId = json_text::text(record, "lastOrthancId"), .studyInstanceUid = *uid},
+        json_text::text(record, "savedAt"),
         json_text::text(record, "program")};
     if (!isProgram(open.program))
         open.program.clear();
@@ -51,23 +52,21 @@ std::optional<OpenStudy> openStudyFrom(const json& record) {
 
 } // namespace
 
-std::vector<RecoverableStudy> SessionFile::recoverable(bool previousRunCrashed) {
+std::vector<StudyIdentity> SessionFile::recoverable(bool previousRunCrashed) {
     const auto lock = files_.lock();
     auto open = read();
     const auto isOlder = [](const OpenStudy& study) { return study.program.empty(); };
     if (!previousRunCrashed && std::erase_if(open, isOlder) > 0)
         attemptSave(saveFailedText, [&] { write(open, std::chrono::system_clock::now()); });
-    std::vector<RecoverableStudy> studies;
+    std::vector<StudyIdentity> studies;
     for (const OpenStudy& study : open)
         if (isOlder(study) || isDead(study))
             studies.push_back(study.study);
     return studies;
 }
 
-std::string SessionFile::studyOpened(
-    std::string_view studyInstanceUid, const std::string& orthancId,
-    std::chrono::system_clock::time_point now) {
-    const auto uid = studyFileName(studyInstanceUid);
+std::string SessionFile::studyOpened(const StudyIdentity& study, std::chrono::system_clock::time_point now) {
+    const auto uid = studyFileName(study.studyInstanceUid);
     if (!uid)
         return studyClosed(now);
     return attemptSave(saveFailedText, [&] {
@@ -76,7 +75,9 @@ std::string SessionFile::studyOpened(
         const auto lock = files_.lock();
         auto studies = read();
         std::erase_if(studies, [&](const OpenStudy& open) { return isOwn(open) || isDead(open, *uid); });
-        studies.insert(studies.begin(), {{*uid, orthancId, utcTimeStamp(now)}, program_});
+        studies.insert(
+            studies.begin(),
+            {{.orthancId = study.orthancId, .studyInstanceUid = *uid}, utcTimeStamp(now), program_});
         studies.resize(std::min(studies.size(), mostStudies));
         write(studies, now);
     });
@@ -152,7 +153,7 @@ void SessionFile::write(const std::vector<OpenStudy>& studies, std::chrono::syst
 }
 
 std::string sessionText(const std::vector<OpenStudy>& studies, const std::string& now) {
-    json file = recordOf(studies.empty() ? OpenStudy{{{}, {}, now}, {}} : studies.front());
+    json file = recordOf(studies.empty() ? OpenStudy{{}, now, {}} : studies.front());
     for (std::size_t other = 1; other < studies.size(); ++other)
         file["others"].push_back(recordOf(studies[other]));
     return json_text::write(file);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/StudyIdentity.h"
 #include "viewer/reading/state/StateFiles.h"
 
 #include <chrono>
@@ -10,19 +11,11 @@
 
 namespace zorbel {
 
-/// The study that was open when a program ended without closing it.
-struct RecoverableStudy {
-    std::string studyInstanceUid;
-    std::string orthancId;
-    std::string savedAt; ///< ISO 8601, UTC
-
-    friend bool operator==(const RecoverableStudy&, const RecoverableStudy&) = default;
-};
-
 /// Which study a program has open.
 struct OpenStudy {
-    RecoverableStudy study;
-    std::string program; ///< 16 hexadecimal digits of its own; empty in a file that an older version wrote
+    StudyIdentity study;   ///< its UID and orthancId alone
+    std::string savedAt{}; ///< ISO 8601, UTC
+    std::string program{}; ///< 16 hexadecimal digits of its own; empty in a file that an older version wrote
 
     friend bool operator==(const OpenStudy&, const OpenStudy&) = default;
 };
@@ -39,16 +32,17 @@ public:
     /// The files must outlive this.
     explicit SessionFile(StateFiles& files) : files_(files) {}
 
-    /// The studies of programs that died with them open, the newest first; none where the file is missing or
-    /// not to be read. One that an older version wrote does not say whose it is: previousRunCrashed tells
-    /// whether its program died, and if not, its study is forgotten.
-    std::vector<RecoverableStudy> recoverable(bool previousRunCrashed);
+    /// By UID and orthancId, the studies of programs that died with them open, the newest first; none where
+    /// the file is missing or not to be read. One that an older version wrote does not say whose it is:
+    /// previousRunCrashed tells whether its program died, and if not, its study is forgotten.
+    std::vector<StudyIdentity> recoverable(bool previousRunCrashed);
 
     // Each returns what the status bar has to say, empty for nothing.
 
-    /// This program's study, which is no longer recoverable then; a UID that is none names no study.
+    /// This program's study, which is no longer recoverable then; a UID that is none names no study. Its UID
+    /// and orthancId are written.
     std::string studyOpened(
-        std::string_view studyInstanceUid, const std::string& orthancId,
+        const StudyIdentity& study,
         std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
     std::string studyClosed(std::chrono::system_clock::time_point now = std::chrono::system_clock::now());
     /// A study that is no longer to be recoverable.
