@@ -2,6 +2,7 @@
 #include "benchmarks/BenchReport.h"
 #include "benchmarks/CacheBench.h"
 #include "benchmarks/DecodingBench.h"
+#include "benchmarks/PauseBench.h"
 #include "benchmarks/PlaneBench.h"
 #include "benchmarks/ReadingBench.h"
 #include "benchmarks/StreamingBench.h"
@@ -59,6 +60,7 @@ std::vector<Group> groups() {
         {{archiveCommitRowName}, measureArchiveCommit},
         {{archiveReopenRowName}, measureArchiveReopen},
         {{policyRowName}, measurePolicy},
+        {{pauseRowName}, measurePause},
         {planeRowNames(), measurePlanes},
         {startRowNames(), measureStart},
         {readingRowNames(), measureReading},
@@ -165,6 +167,8 @@ int measureAsChild(int argc, char** argv) {
         result = planesChild(argc, argv);
     } else if (what == "volume") {
         result = volumeChild();
+    } else if (what == "pause") {
+        result = pauseChild(argc, argv, argument);
     } else {
         QCoreApplication application(argc, argv);
         if (what == "streaming-memory")

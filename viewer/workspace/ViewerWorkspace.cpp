@@ -152,7 +152,7 @@ void ViewerWorkspace::enter(ReadingMode* mode) {
     showControls();
     // The views have their sizes only after the event loop has come round.
     if (!hanging.framings.empty())
-        QTimer::singleShot(0, mode, [this, mode, framings = hanging.framings] {
+        QTimer::singleShot(0, this, [this, mode, framings = hanging.framings] {
             if (mode == mode_)
                 mode->setFramings(framings);
         });
@@ -295,7 +295,10 @@ void ViewerWorkspace::applyChange(const LayoutChange& change) {
     if (change.layout) {
         grid_->apply(layout.cellPlan());
         // The views have their new sizes only after the event loop has come round.
-        QTimer::singleShot(0, mode_, [mode = mode_] { mode->perform(ReadingAction::FitViews, 0); });
+        QTimer::singleShot(0, this, [this, mode = mode_] {
+            if (mode == mode_) // one that left has no views any more
+                mode->perform(ReadingAction::FitViews, 0);
+        });
         reading_->editHanging([&](HangingProtocol& hanging) {
             hanging.layout = layout.layout();
             hanging.primary = layout.primary();

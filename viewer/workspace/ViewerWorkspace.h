@@ -86,7 +86,6 @@ private:
     void setTool(Tool tool);
     void applyTool(Tool tool);
     void applyChange(const LayoutChange& change);
-    void refitLater();
     void toggleOverlays();
 
     std::vector<Hosted> modes_;
