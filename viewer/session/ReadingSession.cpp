@@ -133,6 +133,9 @@ void ReadingSession::save(const std::string& uid, StudyReading::Change change) {
         put(reading.findings());
         break;
     case StudyReading::Change::Series:
+        if (reading.shown().image && reading.series().size() > 1) // which one is shown last
+            put(reading.hangings());
+        break;
     case StudyReading::Change::MeasurementsSelection:
     case StudyReading::Change::KeyImages: // written with each capture
         break;
