@@ -1,8 +1,11 @@
 #include "ReadingWindowTest.h"
 #include "cache/StudyLoadController.h"
+#include "tests/faults/DiskFaults.h"
 #include "viewer/findings/DentalChart.h"
 #include "viewer/measuring/MeasurementController.h"
 #include "viewer/tools/ToolLayer.h"
+
+#include <cerrno>
 
 #include <QComboBox>
 #include <QDialog>
@@ -195,6 +198,32 @@ TEST_F(ReadingSessionTest, recordsFindingsByToothAndRegion) {
     rows->selectRow(0);
     QTest::mouseClick(again.findChild<QPushButton*>(QStringLiteral("findingsJump")), Qt::LeftButton);
     test::expectNear(crosshair(), recordedAt);
+}
+
+TEST_F(ReadingSessionTest, tellsWhatIsNotOnTheDiskAndAsksBeforeItIsLost) {
+    open("1.2.3");
+    EXPECT_TRUE(test::waitFor([this] { return std::filesystem::exists(folder() / "recent-studies.json"); }));
+    test::settle();
+    auto* unsaved = child<QLabel>(QStringLiteral("statusUnsaved"));
+    EXPECT_FALSE(unsaved->isVisible());
+    tests::armDiskFault(
+        {.at = 1, .error = ENOSPC, .lasting = true, .under = folder().string(), .report = {}});
+    measure(10.0);
+    EXPECT_TRUE(
+        test::waitFor([&] { return unsaved->text().contains(QStringLiteral("measurements of Doe")); }));
+    EXPECT_TRUE(unsaved->isVisible());
+    open("1.2.4"); // another study takes nothing of it away
+    EXPECT_TRUE(unsaved->isVisible());
+    window_->close();
+    answer("unsavedBox", QMessageBox::Cancel);
+    EXPECT_TRUE(window_->isVisible());
+    open("1.2.3");
+    EXPECT_EQ(measurements().size(), 1u);
+    tests::armDiskFault({});
+    EXPECT_TRUE(test::waitFor([&] { return !unsaved->isVisible(); })) << "tried again by itself";
+    restart();
+    open("1.2.3");
+    EXPECT_EQ(measurements().size(), 1u);
 }
 
 TEST_F(ReadingSessionTest, capturesTheActiveViewportWithItsOverlays) {
