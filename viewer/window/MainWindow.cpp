@@ -449,11 +449,12 @@ void MainWindow::finishAndClose() {
             return;
         }
         auto* box = new QMessageBox(
-            QMessageBox::Warning, QStringLiteral("Not everything is saved"),
+            QMessageBox::NoIcon, QStringLiteral("Not everything is saved"),
             QStringLiteral(
-                "What was recorded could not be written to the disk:\n\n%1\n\nWhoever closes now loses it.")
+                "What was recorded could not be written to the disk:\n\n%1\n\nIf you close now, it is lost.")
                 .arg(left),
             QMessageBox::Retry | QMessageBox::Discard | QMessageBox::Cancel, this);
+        box->setIconPixmap(toolIcon(QStringLiteral("warning")).pixmap(QSize(40, 40), devicePixelRatio()));
         box->setObjectName(QStringLiteral("unsavedBox"));
         box->setTextFormat(Qt::PlainText);
         box->setDefaultButton(QMessageBox::Retry);
