@@ -51,6 +51,8 @@ public:
 
     /// Nothing waits to be written, failed or not.
     bool isAllWritten() const { return saver_->unsaved().empty(); }
+    /// What waits, in words.
+    QString unsavedText() const { return words(saver_->unsaved()); }
     /// The program ends properly.
     void endSession();
     /// Tries to write all that is not written. left: empty, or what the reader would lose, in words.

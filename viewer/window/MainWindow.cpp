@@ -418,8 +418,7 @@ void MainWindow::closeStudy() {
 }
 
 void MainWindow::signOut() {
-    loader_->cancel(); // or its tasks would end in "not authenticated"
-    client_->signOut();
+    signsOut_ = true;
     close();
 }
 
@@ -427,46 +426,60 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     if (!mayClose_ && !reading_->isAllWritten()) {
         // The disk is waited for, but the window is not held up by it.
         event->ignore();
-        if (!closing_)
-            finishAndClose();
+        finishAndClose();
         return;
     }
     Q_EMIT sessionEnding();
     delete recoveryBox_; // what was not answered is asked again
     closeStudy();
     reading_->endSession();
+    if (signsOut_) // the loads have been cancelled, or they would end in "not authenticated"
+        client_->signOut();
     loader_->shutDown(); // what winds down is waited for when the window is gone
     event->accept();
 }
 
 void MainWindow::finishAndClose() {
+    if (closing_) { // and the disk does not answer
+        askWhetherToLose(reading_->unsavedText());
+        return;
+    }
     closing_ = true;
     status_->say(QStringLiteral("Saving what was recorded…"));
     reading_->finish([this](const QString& left) {
         closing_ = false;
-        if (left.isEmpty()) {
+        delete unsavedBox_; // of a disk that has answered meanwhile
+        if (left.isEmpty())
             close();
-            return;
-        }
-        auto* box = new QMessageBox(
-            QMessageBox::NoIcon, QStringLiteral("Not everything is saved"),
-            QStringLiteral(
-                "What was recorded could not be written to the disk:\n\n%1\n\nIf you close now, it is lost.")
-                .arg(left),
-            QMessageBox::Retry | QMessageBox::Discard | QMessageBox::Cancel, this);
-        box->setIconPixmap(toolIcon(QStringLiteral("warning")).pixmap(QSize(40, 40), devicePixelRatio()));
-        box->setObjectName(QStringLiteral("unsavedBox"));
-        box->setTextFormat(Qt::PlainText);
-        box->setDefaultButton(QMessageBox::Retry);
-        box->button(QMessageBox::Discard)->setText(QStringLiteral("Close and Lose It"));
-        box->setAttribute(Qt::WA_DeleteOnClose);
-        connect(box, &QMessageBox::finished, this, [this](int answer) {
-            mayClose_ = answer == QMessageBox::Discard;
-            if (answer == QMessageBox::Retry || mayClose_)
-                close();
-        });
-        box->open();
+        else
+            askWhetherToLose(left);
     });
+}
+
+void MainWindow::askWhetherToLose(const QString& left) {
+    if (unsavedBox_)
+        return;
+    auto* box = new QMessageBox(
+        QMessageBox::NoIcon, QStringLiteral("Not everything is saved"),
+        QStringLiteral(
+            "What was recorded could not be written to the disk:\n\n%1\n\nIf you close now, it is lost.")
+            .arg(left),
+        QMessageBox::Retry | QMessageBox::Discard | QMessageBox::Cancel, this);
+    unsavedBox_ = box;
+    box->setIconPixmap(toolIcon(QStringLiteral("warning")).pixmap(QSize(40, 40), devicePixelRatio()));
+    box->setObjectName(QStringLiteral("unsavedBox"));
+    box->setTextFormat(Qt::PlainText);
+    box->setDefaultButton(QMessageBox::Retry);
+    box->button(QMessageBox::Discard)->setText(QStringLiteral("Close and Lose It"));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(box, &QMessageBox::finished, this, [this](int answer) {
+        unsavedBox_ = nullptr;
+        mayClose_ = answer == QMessageBox::Discard;
+        signsOut_ = signsOut_ && answer != QMessageBox::Cancel;
+        if (answer != QMessageBox::Cancel)
+            close();
+    });
+    box->open();
 }
 
 } // namespace zorbel

@@ -68,6 +68,7 @@ private:
     void closeStudy();
     /// Writes what is not written, then closes; what cannot be written is asked about.
     void finishAndClose();
+    void askWhetherToLose(const QString& left);
     void connectReading();
     void showRecentStudies();
     void showFindings();
@@ -90,6 +91,8 @@ private:
     QProgressBar* busy_ = nullptr;
     QPointer<QMessageBox> recoveryBox_;
     QElapsedTimer sinceRequest_;
+    QPointer<QMessageBox> unsavedBox_;
+    bool signsOut_ = false; ///< when it closes
     bool closing_ = false;  ///< once all is written
     bool mayClose_ = false; ///< whatever is not written
 };

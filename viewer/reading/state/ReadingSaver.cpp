@@ -175,8 +175,8 @@ ReadingSaver::Report ReadingSaver::write(Lock& lock, const std::vector<Attempt>&
         Study& study = studies_[attempt.uid];
         Slot& slot = study.slots[static_cast<std::size_t>(attempt.kind)];
         if (!failure.empty()) {
-            report.failures.push_back(failure);
-            slot.failing = true;
+            if (!std::exchange(slot.failing, true)) // told once; that it lasts is in report.failing
+                report.failures.push_back(failure);
             study.scheduler.failed(attempt.kind, Clock::now());
             continue;
         }

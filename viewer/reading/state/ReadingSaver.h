@@ -42,7 +42,7 @@ public:
         friend bool operator==(const Unsaved&, const Unsaved&) = default;
     };
     struct Report {
-        /// What the last attempts failed in, for the status bar.
+        /// What attempts failed in that had not failed before, for the status bar.
         std::vector<std::string> failures;
         /// What could not be written so far. It is tried again.
         std::vector<Unsaved> failing;
