@@ -1,5 +1,6 @@
 #include "tools/CommandLine.h"
 
+#include "tools/ReportAppend.h"
 #include "tools/VolumeInfo.h"
 #include "tools/VolumePack.h"
 #include "tools/VolumeVerify.h"
@@ -37,6 +38,11 @@ constexpr std::array commands{
         "loads a volume cache as the viewer does; prints the volume as volume info --json does, or as JSON\n"
         "      why it was refused, with exit status 1",
         runVolumeVerify},
+    Command{
+        "report", "append", "IN.docx OUT.docx --packet PACKET.json",
+        "writes the Word document with the packet's findings, measurements and key images at the end of its\n"
+        "      body; the packet's pictures are PNG files beside it",
+        runReportAppend},
 };
 
 void printUsage(std::ostream& stream) {
