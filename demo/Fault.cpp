@@ -10,9 +10,10 @@ namespace zorbel::demo {
 
 namespace {
 
-constexpr std::array<std::pair<Fault::Kind, const char*>, 18> kindNames{{
+constexpr std::array<std::pair<Fault::Kind, const char*>, 19> kindNames{{
     {Fault::Kind::Delay, "delay"},
     {Fault::Kind::NoReply, "no-reply"},
+    {Fault::Kind::LostReply, "lost-reply"},
     {Fault::Kind::Reply, "reply"},
     {Fault::Kind::Redirect, "redirect"},
     {Fault::Kind::Oversize, "oversize"},
@@ -48,6 +49,10 @@ Fault Fault::delayed(std::string path, std::chrono::milliseconds delay) {
 
 Fault Fault::noReply(std::string path) {
     return make(Kind::NoReply, std::move(path));
+}
+
+Fault Fault::lostReply(std::string path) {
+    return make(Kind::LostReply, std::move(path));
 }
 
 Fault Fault::reply(std::string path, int status, std::string body, std::string contentType) {
@@ -116,6 +121,12 @@ Fault Fault::times(int requests) const {
 Fault Fault::after(int requests) const {
     Fault fault = *this;
     fault.skip = requests;
+    return fault;
+}
+
+Fault Fault::on(std::string verb) const {
+    Fault fault = *this;
+    fault.method = std::move(verb);
     return fault;
 }
 

@@ -14,6 +14,7 @@ struct Fault {
     enum class Kind {
         Delay,         ///< answers as usual, but `delay` later
         NoReply,       ///< closes the connection without a word
+        LostReply,     ///< carries the request out, then closes the connection without a word
         Reply,         ///< answers `status` with `body` instead of the real reply
         Redirect,      ///< answers 302 with `location`
         Oversize,      ///< pads the body with blanks after its end until it is `bytes` long
@@ -34,8 +35,9 @@ struct Fault {
 
     Kind kind = Kind::Reply;
     std::string path = "*";
-    int count = -1; ///< how many matching requests it hits; -1 means all
-    int skip = 0;   ///< how many matching requests it lets pass first
+    std::string method; ///< empty means every one
+    int count = -1;     ///< how many matching requests it hits; -1 means all
+    int skip = 0;       ///< how many matching requests it lets pass first
     int status = 500;
     std::string contentType;
     std::string body;
@@ -53,6 +55,7 @@ struct Fault {
     static Fault
     reply(std::string path, int status, std::string body = {}, std::string contentType = "application/json");
     static Fault noReply(std::string path);
+    static Fault lostReply(std::string path);
     /// {"error": message, "code": code}
     static Fault error(std::string path, int status, const std::string& message, const std::string& code);
     /// 200 with JSON that ends too early.
@@ -70,6 +73,8 @@ struct Fault {
 
     Fault times(int requests) const;
     Fault after(int requests) const;
+    /// Of this method alone.
+    Fault on(std::string verb) const;
 
     /// "delay", "reply", "drop-body", …: the names that the control endpoint uses.
     static const char* kindName(Kind kind);

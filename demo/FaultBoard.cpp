@@ -24,11 +24,12 @@ void FaultBoard::clear() {
     faults_.clear();
 }
 
-std::vector<Fault> FaultBoard::take(const std::string& path) {
+std::vector<Fault> FaultBoard::take(const std::string& method, const std::string& path) {
     const std::lock_guard lock(mutex_);
     std::vector<Fault> hits;
     for (auto& [id, fault] : faults_) {
-        if (fault.count == 0 || fnmatch(fault.path.c_str(), path.c_str(), 0) != 0) {
+        if (fault.count == 0 || (!fault.method.empty() && fault.method != method) ||
+            fnmatch(fault.path.c_str(), path.c_str(), 0) != 0) {
             continue;
         }
         if (fault.skip > 0) {
@@ -49,6 +50,7 @@ nlohmann::json FaultBoard::toJson() const {
             {{"id", id},
              {"kind", Fault::kindName(fault.kind)},
              {"path", fault.path},
+             {"method", fault.method},
              {"count", fault.count},
              {"skip", fault.skip}});
     }
@@ -60,6 +62,7 @@ Fault FaultBoard::fromJson(const nlohmann::json& object) {
         Fault fault;
         fault.kind = Fault::kindOfName(object.at("kind").get<std::string>());
         fault.path = object.value("path", fault.path);
+        fault.method = object.value("method", fault.method);
         fault.count = object.value("count", fault.count);
         fault.skip = object.value("skip", fault.skip);
         fault.status = object.value("status", fault.status);

@@ -16,8 +16,8 @@ public:
     int add(Fault fault);
     void remove(int id);
     void clear();
-    /// The faults that hit a request for the path, each counted as used once.
-    std::vector<Fault> take(const std::string& path);
+    /// The faults that hit the request, each counted as used once.
+    std::vector<Fault> take(const std::string& method, const std::string& path);
 
     nlohmann::json toJson() const;
     /// From the control endpoint's request body. Throws std::invalid_argument with a text for the caller.

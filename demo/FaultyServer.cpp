@@ -86,7 +86,7 @@ HttpReply FaultyServer::serve(const Request& request) {
 }
 
 HttpReply FaultyServer::misbehave(const Request& request) {
-    const std::vector<Fault> faults = faults_.take(request.path);
+    const std::vector<Fault> faults = faults_.take(request.method, request.path);
     std::optional<HttpReply> early;
     for (const Fault& fault : faults) {
         if (fault.kind == Fault::Kind::Delay) {
@@ -101,7 +101,11 @@ HttpReply FaultyServer::misbehave(const Request& request) {
             early->headers.emplace("Location", fault.location);
         }
     }
-    return withBodyFaults(early ? std::move(*early) : answer_(request), faults);
+    HttpReply reply = early ? std::move(*early) : answer_(request);
+    for (const Fault& fault : faults) {
+        reply.silent = reply.silent || fault.kind == Fault::Kind::LostReply;
+    }
+    return withBodyFaults(std::move(reply), faults);
 }
 
 HttpReply FaultyServer::withBodyFaults(HttpReply reply, const std::vector<Fault>& faults) {
