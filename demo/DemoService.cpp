@@ -32,7 +32,7 @@ struct DemoService::Parts {
     OrthancProcess orthanc;
     DemoArchive archive{orthanc};
     std::unique_ptr<DemoLocalNode> node = starting.get();
-    Gateway gateway{archive, node.get()};
+    Gateway gateway{archive, node.get(), readDeskTemplates(deskTemplateFolder())};
 };
 
 DemoService::DemoService() = default;
@@ -153,6 +153,10 @@ DemoLocalNode& DemoService::localNode() {
         throw std::logic_error("The demo service runs without a Local Node.");
     }
     return *parts_->node;
+}
+
+WordDesk& DemoService::wordDesk() {
+    return parts_->gateway.wordDesk();
 }
 
 } // namespace zorbel::demo

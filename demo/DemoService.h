@@ -16,6 +16,8 @@ namespace zorbel::demo {
 
 class DemoLocalNode;
 class OrthancProcess;
+class WordDesk;
+class WordDesk;
 
 /// The imaging service for development, tests and a first look: a gateway that speaks the service's REST API
 /// on a free loopback port in front of an Orthanc of its own. Everything it holds lies in a temporary folder
@@ -81,6 +83,8 @@ public:
     OrthancProcess& orthanc();
     /// Only with the option localNode.
     DemoLocalNode& localNode();
+    /// The reports and their versions.
+    WordDesk& wordDesk();
 
 private:
     struct Parts;

@@ -71,8 +71,13 @@ numberItem(const HttpServer::Request& request, const char* name, std::size_t fal
 
 } // namespace
 
-Gateway::Gateway(DemoArchive& archive, DemoLocalNode* node)
-    : archive_(archive), proxy_(archive), node_(node),
+Gateway::Gateway(DemoArchive& archive, DemoLocalNode* node, std::vector<DeskTemplate> templates)
+    : archive_(archive), proxy_(archive), node_(node), wordDesk_(std::move(templates)),
+      wordRoutes_(
+          wordDesk_,
+          [this](const std::string& organizationId, const std::string& studyInstanceUid) {
+              return !archive_.studyWithUid(organizationId, studyInstanceUid).empty();
+          }),
       server_(
           [this](const Request& request) { return route(request); },
           [this](const Request& request) { return control(request); }) {}
@@ -118,11 +123,15 @@ HttpReply Gateway::route(const Request& request) {
     if (request.path == "/api/auth/me" && get) {
         return jsonReply({{"user", userOf(*account)}});
     }
-    if (!startsWith(request.path, apps)) {
+    const bool word = startsWith(request.path, WordRoutes::prefix);
+    if (!word && !startsWith(request.path, apps)) {
         return notFound();
     }
     if (*account->organizationId == '\0') {
         return failure(403, "A clinical organization is required", "ORGANIZATION_REQUIRED");
+    }
+    if (word) {
+        return wordRoutes_.answer(request, *account);
     }
     if (request.path == "/apps/pacs/api/studies" && get) {
         return studies(request, *account);
@@ -293,10 +302,33 @@ HttpReply controlFaults(FaultBoard& board, const std::string& what, const std::s
 
 } // namespace
 
-HttpReply Gateway::control(const Request& request) {
+bool Gateway::isAdministrator(const Request& request) const {
     const DemoAccount* account = accountOf(request);
-    if (account == nullptr || account->id != std::string(administratorAccount.id)) {
-        return failure(account == nullptr ? 401 : 403, "Only the administrator may do this", "FORBIDDEN");
+    if (account != nullptr || !startsWith(request.path, WordControl::path)) {
+        return account != nullptr && account->id == std::string(administratorAccount.id);
+    }
+    // A browser also sends what other pages told it to.
+    const std::string origin = request.get_header_value("Origin");
+    return request.get_header_value("Authorization") ==
+               basicAuthorization(administratorAccount.email, administratorAccount.password) &&
+           (origin.empty() || origin == "http://" + request.get_header_value("Host"));
+}
+
+HttpReply Gateway::notAdministrator(const Request& request) const {
+    const bool known = accountOf(request) != nullptr;
+    HttpReply reply = failure(known ? 403 : 401, "Only the administrator may do this", "FORBIDDEN");
+    if (!known && startsWith(request.path, WordControl::path)) {
+        reply.headers.emplace("WWW-Authenticate", "Basic realm=\"Administrator of the demo service\"");
+    }
+    return reply;
+}
+
+HttpReply Gateway::control(const Request& request) {
+    if (!isAdministrator(request)) {
+        return notAdministrator(request);
+    }
+    if (startsWith(request.path, WordControl::path)) {
+        return wordControl_.answer(request);
     }
     const std::string faults = "/demo/faults";
     const std::string nodeFaults = "/demo/node/faults";

@@ -4,6 +4,9 @@
 #include "demo/DemoArchive.h"
 #include "demo/FaultyServer.h"
 #include "demo/RequestRecord.h"
+#include "demo/word/WordControl.h"
+#include "demo/word/WordDesk.h"
+#include "demo/word/WordRoutes.h"
 
 #include <map>
 #include <mutex>
@@ -15,14 +18,17 @@ namespace zorbel::demo {
 class DemoLocalNode;
 struct DemoAccount;
 
-/// The service's REST API: sign-in, study list, audit, the viewer proxy in front of the archive and the
-/// organization's Local Nodes, plus the control endpoint under /demo that only the administrator may use:
+/// The service's REST API: sign-in, study list, audit, the viewer proxy in front of the archive, the Word
+/// desk and the organization's Local Nodes, plus the control endpoint under /demo that only the administrator
+/// may use:
 ///   GET, POST, DELETE /demo/faults and DELETE /demo/faults/ID; GET /demo/requests; GET /demo/audit;
-///   the same of the Local Node below /demo/node/faults and /demo/node/requests
+///   the same of the Local Node below /demo/node/faults and /demo/node/requests;
+///   and what WordControl answers, there also for a browser that brings the account in place of a token
 class Gateway {
 public:
     /// Without a node the organization has none.
-    explicit Gateway(DemoArchive& archive, DemoLocalNode* node = nullptr);
+    explicit Gateway(
+        DemoArchive& archive, DemoLocalNode* node = nullptr, std::vector<DeskTemplate> templates = {});
 
     void start(int port) { server_.start(port); }
     void stop() { server_.stop(); }
@@ -36,6 +42,7 @@ public:
     }
     void resetRequests() { server_.resetRequests(); }
     std::vector<AuditRecord> auditRecords() const;
+    WordDesk& wordDesk() { return wordDesk_; }
 
 private:
     using Request = FaultyServer::Request;
@@ -50,11 +57,16 @@ private:
     bool ownsNode(const DemoAccount& account) const;
     std::string nodeAddress() const;
     HttpReply control(const Request& request);
+    HttpReply notAdministrator(const Request& request) const;
+    bool isAdministrator(const Request& request) const;
     const DemoAccount* accountOf(const Request& request) const;
 
     DemoArchive& archive_;
     ArchiveProxy proxy_;
     DemoLocalNode* node_;
+    WordDesk wordDesk_;
+    WordRoutes wordRoutes_;
+    WordControl wordControl_{wordDesk_};
     mutable std::mutex mutex_;
     std::map<std::string, const DemoAccount*> tokens_;
     std::vector<AuditRecord> audit_;
