@@ -89,6 +89,8 @@ void ReadingSession::shown(const std::shared_ptr<StudyReading>& reading) {
     auto& kept = kept_[study.studyInstanceUid];
     if (kept.reading != reading) {
         kept.reading = reading;
+        kept.keyImages = reading->keyImages();
+        kept.edits = {};
         kept.subscription = reading->observe(
             [this, uid = study.studyInstanceUid](StudyReading::Change change) { save(uid, change); });
     }
@@ -136,10 +138,33 @@ void ReadingSession::save(const std::string& uid, StudyReading::Change change) {
         if (reading.shown().image && reading.series().size() > 1) // which one is shown last
             put(reading.hangings());
         break;
+    case StudyReading::Change::KeyImages:
+        saveKeyImages(uid);
+        break;
     case StudyReading::Change::MeasurementsSelection:
-    case StudyReading::Change::KeyImages: // written with each capture
         break;
     }
+}
+
+void ReadingSession::saveKeyImages(const std::string& uid) {
+    Kept& kept = kept_.at(uid);
+    const KeyImageList& images = kept.reading->keyImages();
+    KeyImageEdits edits;
+    edits.note(kept.keyImages, images);
+    if (!edits.isEmpty()) { // a capture is on the disk already
+        kept.edits.note(kept.keyImages, images);
+        saver_->save(uid, kept.reading->shown().modality, ReadingSaver::EditedKeyImages{images, kept.edits});
+    }
+    kept.keyImages = images;
+}
+
+void ReadingSession::adoptKeyImages(
+    const std::shared_ptr<StudyReading>& reading, const KeyImageList& stored) {
+    const auto kept = kept_.find(reading->identity().studyInstanceUid);
+    if (kept == kept_.end() || kept->second.reading != reading)
+        return;
+    kept->second.keyImages = kept->second.edits.appliedTo(stored);
+    reading->setKeyImages(kept->second.keyImages);
 }
 
 void ReadingSession::forgetWritten() {
@@ -165,9 +190,40 @@ void ReadingSession::addKeyImage(const QPixmap& picture, const std::string& capt
         const auto result = store(stores.keyImages, uid, held, image, caption);
         post([this, reading, held, result] {
             if (result.captured)
-                reading->setKeyImages(held);
+                adoptKeyImages(reading, held);
             say(result.text);
         });
+    });
+}
+
+void ReadingSession::refreshKeyImages(std::function<void()> then) {
+    if (!current_) {
+        post([then] {
+            if (then)
+                then();
+        });
+        return;
+    }
+    saver_->run([this, reading = current_, then](ReadingSaver::Stores& stores) {
+        const auto stored = stores.keyImages.list(reading->identity().studyInstanceUid);
+        post([this, reading, stored, then] {
+            if (stored)
+                adoptKeyImages(reading, *stored);
+            if (then)
+                then();
+        });
+    });
+}
+
+void ReadingSession::keyImagePngs(
+    const StudyIdentity& study, std::vector<KeyImage> images,
+    std::function<void(std::vector<KeyImagePng>)> then) {
+    saver_->run([this, uid = study.studyInstanceUid, images = std::move(images),
+                 then = std::move(then)](ReadingSaver::Stores& stores) {
+        std::vector<KeyImagePng> pictures;
+        for (const KeyImage& image : images)
+            pictures.push_back({image, stores.keyImages.png(uid, image)});
+        post([then, pictures = std::move(pictures)] { then(pictures); });
     });
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "base/StudyIdentity.h"
+#include "viewer/reading/records/KeyImageEdits.h"
+#include "viewer/reading/records/KeyImagePng.h"
 #include "viewer/reading/state/ReadingSaver.h"
 #include "viewer/reading/study/StudyReading.h"
 
@@ -14,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zorbel {
 
@@ -42,6 +45,13 @@ public:
 
     /// A picture of the open study, for the report; statusText() says what became of it.
     void addKeyImage(const QPixmap& picture, const std::string& caption);
+    /// The open study's list takes up what another program captured or removed meanwhile. then: when it has,
+    /// or it cannot be read.
+    void refreshKeyImages(std::function<void()> then = {});
+    /// Reads pictures of a study, in the given order.
+    void keyImagePngs(
+        const StudyIdentity& study, std::vector<KeyImage> images,
+        std::function<void(std::vector<KeyImagePng>)> then);
 
     void recentStudies(std::function<void(RecentStudies)> then);
     /// The study that a crashed program left open and the reader is to be asked about; see CrashRecovery.
@@ -69,6 +79,9 @@ private:
     /// Called by the saver's thread; does nothing once this object is gone.
     void post(OnUi call);
     void save(const std::string& uid, StudyReading::Change change);
+    void saveKeyImages(const std::string& uid);
+    /// The list on the disk becomes the reading's, with what the reader did to it.
+    void adoptKeyImages(const std::shared_ptr<StudyReading>& reading, const KeyImageList& stored);
     void forgetWritten();
     void say(const std::string& text);
     QString words(const std::vector<ReadingSaver::Unsaved>& unsaved) const;
@@ -77,6 +90,8 @@ private:
     struct Kept {
         std::shared_ptr<StudyReading> reading;
         StudyReading::Subscription subscription;
+        KeyImageList keyImages; ///< those whose edits are noted
+        KeyImageEdits edits;    ///< since it was opened
     };
     std::map<std::string, Kept> kept_; ///< by the study's UID
     std::shared_ptr<StudyReading> current_;

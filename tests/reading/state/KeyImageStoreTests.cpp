@@ -56,6 +56,41 @@ TEST_F(KeyImageStoreTest, twoProgramsKeepEachOthersCaptures) {
     EXPECT_EQ(list.images()[1].caption, "other's");
 }
 
+TEST_F(KeyImageStoreTest, whatOneProgramRemovesTakesNothingOfTheOthersAndStaysRemoved) {
+    StateFiles files(root), otherFiles(root);
+    KeyImageStore store(files), other(otherFiles);
+    KeyImageList list;
+    for (const char* caption : {"one", "two", "three"})
+        add(store, list, caption);
+    KeyImageList otherList = other.load(uid);
+    const KeyImageList before = list;
+    list.remove("key-3.png");
+    list.remove("key-1.png");
+    list.setCaption("key-2.png", "two, described");
+    KeyImageEdits edits;
+    edits.note(before, list);
+    add(other, otherList, "other's");    // between the edit and its write
+    for (int time = 0; time < 2; ++time) // as after a write whose answer was lost
+        EXPECT_EQ(store.edit(uid, list, edits), "");
+    const std::vector<KeyImage> expected{
+        {"key-2.png", "two, described", 640, 480}, {"key-4.png", "other's", 640, 480}};
+    EXPECT_EQ(store.list(uid)->images(), expected);
+    EXPECT_EQ(names(), (std::set<std::string>{in("index.json"), in("key-2.png"), in("key-4.png")}));
+    EXPECT_EQ(add(other, otherList, "more").text, "Key image 5 captured (3 held for the report)")
+        << "what was removed came back, or a removed picture's name means another one now";
+
+    const KeyImageList held = *store.list(uid);
+    KeyImageList sorted = held;
+    EXPECT_TRUE(sorted.move("key-5.png", 0));
+    EXPECT_TRUE(sorted.setInReport("key-4.png", false));
+    edits.note(held, sorted);
+    EXPECT_EQ(other.edit(uid, sorted, edits), "");
+    const KeyImageList found = KeyImageStore(files).load(uid);
+    EXPECT_EQ(found, sorted);
+    EXPECT_EQ(found.images()[0].fileName, "key-5.png");
+    EXPECT_FALSE(found.images()[2].inReport);
+}
+
 TEST_F(KeyImageStoreTest, picturesThatNoListNamesGoAndThoseOfADamagedListStay) {
     StateFiles files(root);
     KeyImageStore store(files);

@@ -129,6 +129,46 @@ TEST_F(StateDiskFaultTest, aFailedCaptureLeavesTheListAndNoFile) {
     }
 }
 
+TEST_F(StateDiskFaultTest, aRemovedPictureIsInTheListWithItsFileOrInNeither) {
+    const auto png = pngBytes(std::string(10000, 'p'));
+    KeyImageList before;
+    for (const Kind& kind : kinds) {
+        sweep(
+            kind,
+            [&] {
+                StateFiles files(root);
+                before = {};
+                for (const char* caption : {"goes", "stays"})
+                    ASSERT_TRUE(KeyImageStore(files).add(uid, before, {png, 2, 2, caption}).captured);
+            },
+            [&] {
+                StateFiles files(root);
+                KeyImageList list = before;
+                list.remove("key-1.png");
+                KeyImageEdits edits;
+                edits.note(before, list);
+                return KeyImageStore(files).edit(uid, list, edits);
+            },
+            [&](const FaultyRun& run) {
+                EXPECT_TRUE(run.exception.empty() || run.exception == "Could not save key images");
+                const std::string folderName = "keyimages/" + std::string(uid);
+                EXPECT_TRUE(names().contains(folderName + "/key-2.png"));
+                StateFiles files(root);
+                KeyImageStore store(files);
+                const auto list = store.load(uid);
+                const bool isRemoved = list.images().size() == 1;
+                EXPECT_TRUE(isRemoved || list == before);
+                if (!run.killed) {
+                    EXPECT_EQ(isRemoved, run.exception.empty());
+                }
+                for (const auto& image : list.images())
+                    EXPECT_EQ(store.png(uid, image), png);
+                EXPECT_EQ(names().contains(folderName + "/key-1.png"), !isRemoved);
+                EXPECT_EQ(damagedCount() + unfinishedCount(), 0U);
+            });
+    }
+}
+
 TEST_F(StateDiskFaultTest, theRecentStudiesSurviveAFailure) {
     const auto open = [&](const char* study) {
         StateFiles files(root);

@@ -12,6 +12,7 @@ struct KeyImage {
     std::string caption;  ///< UTF-8
     int width = 0;        ///< pixels
     int height = 0;
+    bool inReport = true; ///< goes into the report with the next one that is opened
 
     friend bool operator==(const KeyImage&, const KeyImage&) = default;
 };

@@ -48,6 +48,11 @@ inline std::optional<double> number(const nlohmann::json& object, const char* ke
     return std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
+inline bool flag(const nlohmann::json& object, const char* key, bool otherwise) {
+    const auto found = object.find(key);
+    return found != object.end() && found->is_boolean() ? found->get<bool>() : otherwise;
+}
+
 /// Nothing where there is no such whole number within the limits.
 inline std::optional<int> integer(const nlohmann::json& object, const char* key, int lowest, int highest) {
     const auto value = number(object, key);

@@ -62,11 +62,7 @@ KeyImageStore::add(std::string_view studyInstanceUid, KeyImageList& list, const 
         return {false, failure};
 
     const auto lock = files_.lock();
-    KeyImageList merged = withPictures(folder, readIndex(folder).value_or(KeyImageList()));
-    for (const KeyImage& image : list.images()) {
-        if (!merged.holds(image.fileName))
-            merged.add(image);
-    }
+    KeyImageList merged = withPictures(folder, readIndex(folder).value_or(list));
     int number = merged.nextNumber();
     while (merged.holds(keyImageFileName(number)) || files_.exists(folder + "/" + keyImageFileName(number)))
         ++number;
@@ -75,7 +71,7 @@ KeyImageStore::add(std::string_view studyInstanceUid, KeyImageList& list, const 
         KeyImageList::writeFailedText, [&] { files_.write(name, picture.png, StateFiles::largestPicture); });
     if (!failure.empty())
         return {false, failure};
-    merged.add({keyImageFileName(number), picture.caption, picture.width, picture.height});
+    merged.add({keyImageFileName(number), picture.caption, picture.width, picture.height, true});
     failure = attemptSave(
         saveFailedText(StateKind::KeyImages), [&] { files_.write(indexOf(folder), keyImagesText(merged)); });
     if (!failure.empty()) {
@@ -84,6 +80,28 @@ KeyImageStore::add(std::string_view studyInstanceUid, KeyImageList& list, const 
     }
     list = std::move(merged);
     return {true, list.capturedText(number)};
+}
+
+std::optional<KeyImageList> KeyImageStore::list(std::string_view studyInstanceUid) {
+    const auto uid = studyFileName(studyInstanceUid);
+    return uid ? readIndex(folderOf(*uid)) : std::nullopt;
+}
+
+std::string
+KeyImageStore::edit(std::string_view studyInstanceUid, const KeyImageList& list, const KeyImageEdits& edits) {
+    return attemptSave(saveFailedText(StateKind::KeyImages), [&] {
+        const auto uid = studyFileName(studyInstanceUid);
+        if (!uid)
+            throw std::invalid_argument("The study has no valid UID");
+        const auto folder = folderOf(*uid);
+        files_.createFolder(folder);
+        const auto lock = files_.lock();
+        files_.write(indexOf(folder), keyImagesText(edits.appliedTo(readIndex(folder).value_or(list))));
+        // One that cannot be removed goes when the study is next loaded: no list names it.
+        for (const std::string& fileName : edits.removed())
+            if (keyImageNumber(fileName))
+                files_.remove(folder + "/" + fileName);
+    });
 }
 
 std::optional<std::string> KeyImageStore::png(std::string_view studyInstanceUid, const KeyImage& image) {
@@ -104,7 +122,7 @@ std::optional<KeyImageList> KeyImageStore::readIndex(const std::string& folder) 
 }
 
 KeyImageList KeyImageStore::withPictures(const std::string& folder, const KeyImageList& listed) const {
-    KeyImageList list;
+    KeyImageList list({}, listed.removedUpTo());
     for (const KeyImage& image : listed.images()) {
         if (files_.exists(folder + "/" + image.fileName))
             list.add(image);

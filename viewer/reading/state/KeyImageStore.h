@@ -1,5 +1,6 @@
 #pragma once
 
+#include "viewer/reading/records/KeyImageEdits.h"
 #include "viewer/reading/records/KeyImageList.h"
 #include "viewer/reading/state/StateFiles.h"
 
@@ -34,9 +35,16 @@ public:
     /// Empty where there is no readable list. Never throws. Pictures that no list names, which a program left
     /// that was killed, are removed; those of a list that was set aside stay.
     KeyImageList load(std::string_view studyInstanceUid);
-    /// Writes picture and list and adds to `list`, also what another program captured meanwhile. A failure
-    /// leaves `list` as it is and no file behind.
+    /// The list as it lies there, also with pictures that are missing; nothing where none can be read.
+    std::optional<KeyImageList> list(std::string_view studyInstanceUid);
+    /// Writes picture and list. `list` becomes what lies there then, with what another program captured and
+    /// without what it removed; where no list can be read, it says what is in the new one. A failure leaves
+    /// it as it is and no file behind.
     KeyImageCapture add(std::string_view studyInstanceUid, KeyImageList& list, const Picture& picture);
+    /// Does the edits to the list that lies there, or to `list` where none can be read; then the files of
+    /// removed pictures go. Returns what the status bar has to say, empty for nothing; the list and the
+    /// pictures are then as they were.
+    std::string edit(std::string_view studyInstanceUid, const KeyImageList& list, const KeyImageEdits& edits);
     /// The picture's bytes; nothing where it cannot be read.
     std::optional<std::string> png(std::string_view studyInstanceUid, const KeyImage& image);
 

@@ -70,6 +70,8 @@ ReadingSaver::~ReadingSaver() {
 std::vector<StateKind> ReadingSaver::kindsOf(const Part& part) {
     if (std::holds_alternative<StudyHanging>(part))
         return {StateKind::ReadingPosition, StateKind::HangingProtocol};
+    if (std::holds_alternative<EditedKeyImages>(part))
+        return {StateKind::KeyImages};
     return {std::holds_alternative<FindingList>(part) ? StateKind::Findings : StateKind::Measurements};
 }
 
@@ -158,6 +160,8 @@ std::string ReadingSaver::write(const Attempt& attempt) {
         return stores_->state.save(attempt.uid, *findings);
     if (const auto* measurements = std::get_if<std::vector<Measurement>>(attempt.part.get()))
         return stores_->state.saveMeasurements(attempt.uid, MeasurementRecords::toJson(*measurements));
+    if (const auto* keyImages = std::get_if<EditedKeyImages>(attempt.part.get()))
+        return stores_->keyImages.edit(attempt.uid, keyImages->list, keyImages->edits);
     const auto& hanging = std::get<StudyHanging>(*attempt.part);
     if (attempt.kind == StateKind::HangingProtocol)
         return stores_->state.save(attempt.uid, hanging);

@@ -33,8 +33,14 @@ namespace zorbel {
 /// saver's.
 class ReadingSaver {
 public:
-    /// A part of a study's reading. Measurements are complete; positions lie in the hanging of their series.
-    using Part = std::variant<StudyHanging, FindingList, std::vector<Measurement>>;
+    /// What was done to the key images; list: as they are after it.
+    struct EditedKeyImages {
+        KeyImageList list;
+        KeyImageEdits edits;
+    };
+    /// A part of a study's reading. Measurements are complete, and edits of key images are all of the
+    /// session; positions lie in the hanging of their series.
+    using Part = std::variant<StudyHanging, FindingList, std::vector<Measurement>, EditedKeyImages>;
 
     struct Unsaved {
         std::string studyInstanceUid;

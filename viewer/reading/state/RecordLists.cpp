@@ -76,9 +76,13 @@ std::string keyImagesText(const KeyImageList& images) {
             {{"fileName", image.fileName},
              {"caption", image.caption},
              {"width", image.width},
-             {"height", image.height}});
+             {"height", image.height},
+             {"inReport", image.inReport}});
     }
-    return json_text::write({{"keyImages", std::move(records)}});
+    json file{{"keyImages", std::move(records)}};
+    if (images.removedUpTo() > 0)
+        file["removedUpTo"] = images.removedUpTo();
+    return json_text::write(file);
 }
 
 std::optional<KeyImageList> keyImagesFrom(std::string_view text) {
@@ -86,7 +90,8 @@ std::optional<KeyImageList> keyImagesFrom(std::string_view text) {
     const json* records = file ? json_text::array(*file, "keyImages") : nullptr;
     if (records == nullptr)
         return std::nullopt;
-    KeyImageList images;
+    KeyImageList images(
+        {}, json_text::integer(*file, "removedUpTo", 0, KeyImageList::highestRemembered).value_or(0));
     for (const json& record : *records) {
         if (!record.is_object())
             continue;
@@ -94,7 +99,7 @@ std::optional<KeyImageList> keyImagesFrom(std::string_view text) {
         const auto height = json_text::integer(record, "height", 1, longestKeyImageSide);
         KeyImage image{
             json_text::text(record, "fileName"), json_text::text(record, "caption"), width.value_or(0),
-            height.value_or(0)};
+            height.value_or(0), json_text::flag(record, "inReport", true)};
         if (width && height && keyImageNumber(image.fileName) && !images.holds(image.fileName))
             images.add(std::move(image));
     }
