@@ -24,6 +24,8 @@ void MeasurementController::setReading(std::shared_ptr<StudyReading> reading) {
             else if (
                 change == StudyReading::Change::Measurements ||
                 change == StudyReading::Change::MeasurementsSelection) {
+                if (change == StudyReading::Change::Measurements)
+                    keepValues();
                 Q_EMIT listChanged();
                 Q_EMIT repaintNeeded();
             }
@@ -35,6 +37,7 @@ void MeasurementController::sampleShownSeries() {
     editor_->reset();
     const auto image = reading_ ? reading_->shown().image : nullptr;
     sampler_ = image ? std::make_unique<VoxelSampler>(image) : nullptr;
+    keepValues();
     Q_EMIT listChanged(); // values depend on the image
     Q_EMIT repaintNeeded();
 }
@@ -56,6 +59,44 @@ void MeasurementController::setLabelsShown(bool shown) {
 
 MeasurementValues MeasurementController::valuesOf(const Measurement& measurement) const {
     return MeasurementValues::of(measurement, sampler_.get());
+}
+
+bool MeasurementController::isOfShownSeries(const Measurement& measurement) const {
+    return sampler_ && measurement.isOfSeries(sampler_->image().metadata().seriesInstanceUID) &&
+           measurement.isOnImage() != reading_->shown().isVolume();
+}
+
+void MeasurementController::keepValues() {
+    if (!sampler_)
+        return;
+    const std::string_view unit = valueUnit(sampler_->image().metadata());
+    reading_->measurements().setValues([&](const Measurement& measurement) -> std::optional<std::string> {
+        if (!isOfShownSeries(measurement))
+            return std::nullopt;
+        return valuesOf(measurement).reportLine(unit);
+    });
+}
+
+QString MeasurementController::lineOf(const Measurement& measurement) const {
+    return QString::fromStdString(
+        isOfShownSeries(measurement) || measurement.value.empty() ? valuesOf(measurement).lineLabel()
+                                                                  : measurement.value);
+}
+
+std::string MeasurementController::drawnLabelOf(const Measurement& measurement) const {
+    constexpr int longest = 32; // characters: it must not lie over the whole view
+    const std::string values = valuesOf(measurement).label;
+    if (measurement.label.empty())
+        return values;
+    QString label = QString::fromStdString(measurement.label);
+    if (label.size() > longest)
+        label = label.left(longest - 1) + QChar(0x2026);
+    return label.toStdString() + '\n' + values;
+}
+
+void MeasurementController::setLabel(int id, const QString& label) {
+    if (reading_)
+        reading_->measurements().setLabel(id, label.simplified().toStdString());
 }
 
 bool MeasurementController::press(const MeasurementView& view, const Point2& pointer) {

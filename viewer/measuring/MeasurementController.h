@@ -33,6 +33,10 @@ public:
     const MeasurementList& list() const;
     const MeasurementEditor& editor() const { return *editor_; }
     MeasurementValues valuesOf(const Measurement& measurement) const;
+    /// Its value on one line; of one that was drawn on another series than the shown one, as last read there.
+    QString lineOf(const Measurement& measurement) const;
+    /// For the drawing: the reader's name for it above its value.
+    std::string drawnLabelOf(const Measurement& measurement) const;
 
     /// Mouse events of a view; true where the event was used.
     bool press(const MeasurementView& view, const Point2& pointer);
@@ -48,6 +52,8 @@ public:
     void deleteMeasurement(const std::function<bool(const Measurement&)>& isShown);
     void remove(int id);
     void select(int id);
+    /// The reader's own name for it; empty for none.
+    void setLabel(int id, const QString& label);
 
 Q_SIGNALS:
     void statusText(const QString& text);
@@ -59,6 +65,9 @@ Q_SIGNALS:
 private:
     bool apply(const MeasurementEditor::Outcome& outcome);
     void sampleShownSeries();
+    bool isOfShownSeries(const Measurement& measurement) const;
+    /// Keeps what is read from the shown series with the measurements of it.
+    void keepValues();
 
     MeasurementList none_; ///< while no study is open
     std::shared_ptr<StudyReading> reading_;

@@ -49,6 +49,29 @@ bool MeasurementList::replace(const Measurement& measurement) {
     return true;
 }
 
+bool MeasurementList::setLabel(int id, const std::string& label) {
+    const Measurement* known = find(id);
+    if (!known)
+        return false;
+    Measurement labelled = *known;
+    labelled.label = label;
+    return replace(labelled);
+}
+
+void MeasurementList::setValues(
+    const std::function<std::optional<std::string>(const Measurement&)>& valueOf) {
+    bool changed = false;
+    for (Measurement& measurement : measurements_) {
+        const auto value = valueOf(measurement);
+        if (!value || *value == measurement.value)
+            continue;
+        measurement.value = *value;
+        changed = true;
+    }
+    if (changed)
+        tell(Change::Records);
+}
+
 bool MeasurementList::remove(int id) {
     const auto found = position(id);
     if (found == measurements_.end())

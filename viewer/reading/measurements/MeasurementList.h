@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace zorbel {
@@ -25,6 +26,10 @@ public:
     int add(Measurement measurement);
     /// Takes the place of the measurement with the same id; false where there is none.
     bool replace(const Measurement& measurement);
+    /// The reader's own name for it; an empty one takes it away. False for an unknown id.
+    bool setLabel(int id, const std::string& label);
+    /// What each of them measures, see Measurement::value; valueOf: nothing where it stays as it is.
+    void setValues(const std::function<std::optional<std::string>(const Measurement&)>& valueOf);
     /// False for an unknown id.
     bool remove(int id);
     /// Another study's, as read from a file. Those that lack points or hold numbers that are not finite are

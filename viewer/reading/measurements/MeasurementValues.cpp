@@ -188,6 +188,15 @@ std::string MeasurementValues::lineLabel() const {
     return line;
 }
 
+std::string MeasurementValues::reportLine(std::string_view unit) const {
+    std::string line = lineLabel();
+    if (!unit.empty() && (value || samples)) {
+        line += ' ';
+        line += unit;
+    }
+    return line;
+}
+
 std::string measurementViewName(const Measurement& measurement) {
     if (measurement.isOnImage())
         return "2D";

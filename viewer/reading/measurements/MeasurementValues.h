@@ -52,6 +52,9 @@ struct MeasurementValues {
 
     /// The label on one line, for lists and the status bar.
     std::string lineLabel() const;
+    /// The same with the unit of the voxel values, see valueUnit(), where it says any: it is read away from
+    /// the image.
+    std::string reportLine(std::string_view unit) const;
 };
 
 /// Where it was drawn, for lists and reports: "Axial", "Coronal", "Sagittal", for a plane more than 1° from

@@ -39,6 +39,13 @@ struct Measurement {
     /// What it was drawn on; empty fits any series of the study.
     std::string seriesInstanceUid;
 
+    // In files `label` and `value`, where they are not empty.
+    /// The reader's own name for it, UTF-8; may be empty.
+    std::string label;
+    /// On one line, as last read from the voxels of the series that it was drawn on; see
+    /// MeasurementValues::reportLine().
+    std::string value;
+
     bool isOnImage() const { return calibration != MeasurementCalibration::World; }
     /// Holds the points that its kind needs.
     bool isComplete() const { return points.size() >= measurementPointCount(kind); }

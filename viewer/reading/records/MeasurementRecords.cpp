@@ -98,6 +98,8 @@ std::optional<Measurement> measurementFrom(const json& record) {
             return std::nullopt;
         measurement.points.push_back(*point);
     }
+    measurement.label = textFrom(member(record, "label")).value_or("");
+    measurement.value = textFrom(member(record, "value")).value_or("");
     return readCalibration(record, measurement) ? std::optional(measurement) : std::nullopt;
 }
 
@@ -134,6 +136,10 @@ std::string MeasurementRecords::toJson(const std::vector<Measurement>& measureme
         }
         if (!measurement.seriesInstanceUid.empty())
             record["seriesInstanceUid"] = measurement.seriesInstanceUid;
+        if (!measurement.label.empty())
+            record["label"] = measurement.label;
+        if (!measurement.value.empty())
+            record["value"] = measurement.value;
         array.push_back(std::move(record));
     }
     // A UID from a broken file may be no UTF-8; the measurements are worth more than its letters.
