@@ -1,4 +1,3 @@
-#include "cache/StudyLoadGuard.h"
 #include "cache/rules/IncompleteDicomSeries.h"
 
 #include <gtest/gtest.h>
@@ -45,16 +44,6 @@ TEST(IncompleteDicomSeries, reportsTheLargestBlock) {
         findIncompleteSeries({blockWithGap(9, "3"), blockWithGap(10, "5")}, 19), (IncompleteSeries{10, 5}));
     // A larger block without a gap of its own replaces the recorded one: its files are what is missing.
     EXPECT_EQ(findIncompleteSeries({blockWithGap(5, "3"), block(12)}, 17), (IncompleteSeries{12, 5}));
-}
-
-TEST(StudyLoadGuard, makesOlderTicketsStale) {
-    StudyLoadGuard guard;
-    EXPECT_FALSE(guard.isCurrent(guard.take()) && guard.isCurrent(StudyLoadGuard::Ticket()));
-    const auto first = guard.take();
-    EXPECT_TRUE(guard.isCurrent(first));
-    const auto second = guard.take();
-    EXPECT_FALSE(guard.isCurrent(first));
-    EXPECT_TRUE(guard.isCurrent(second));
 }
 
 } // namespace

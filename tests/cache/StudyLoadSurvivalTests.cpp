@@ -269,30 +269,6 @@ TEST_F(StudyLoadSurvivalTest, sessionOnlyStorageGoesWithTheLastViewer) {
     EXPECT_TRUE(cleared());
 }
 
-TEST_F(StudyLoadSurvivalTest, aCacheFolderThatVanishesIsBuiltAgain) {
-    expectWhole(open(), ImageSource::Service);
-    for (const int after : {0, 1, 3, 10}) { // milliseconds; somewhere in the archiving
-        SCOPED_TRACE(after);
-        capture_->clear();
-        StudyLoadController controller(client_, options_);
-        test::LoadRecorder recorder(controller);
-        controller.openStudy(study_);
-        ASSERT_TRUE(recorder.waitForEnd());
-        controller.retry();
-        ASSERT_TRUE(test::waitFor([&] { return recorder.images.size() == 2; }));
-        QTest::qSleep(after);
-        std::error_code error;
-        fs::remove_all(cacheFolder(), error);
-        EXPECT_TRUE(test::waitFor([this] {
-            return capture_->contains("Study could not be archived") ||
-                   capture_->contains("Viewer cache quota enforced after study download");
-        }));
-        fs::remove_all(cacheFolder());
-        expectWhole(open(), ImageSource::Service);
-        expectWhole(open(), ImageSource::Archive);
-    }
-}
-
 TEST_F(StudyLoadSurvivalTest, aClockSetBackNeitherHidesNorKeepsAStudyForEver) {
     expectWhole(open(), ImageSource::Service);
     const auto now = ViewerStorage::Time::clock::now();

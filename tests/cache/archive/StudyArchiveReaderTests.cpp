@@ -88,21 +88,9 @@ TEST_F(StudyArchiveReaderTest, EveryDamageOfTheManifestIsFound) {
                described.series.instances.empty() && verify().state == State::Damaged;
     };
     // Every member in turn is absent, or of another type, or holds what it must not.
-    const json strange[] = {
-        nullptr,
-        true,
-        -1,
-        0,
-        1.5,
-        "",
-        json::array(),
-        json::object(),
-        json::array({json::array()}),
-        "../x",
-        "a.b",
-        "1.2.3.4",
-        "zorbel-study-archive.v1",
-        std::string(63, 'a') + "."};
+    json strange = json::parse(
+        R"([null, true, -1, 0, 1.5, "", [], {}, [[]], "../x", "a.b", "1.2.3.4", "zorbel-study-archive.v1"])");
+    strange.push_back(std::string(63, 'a') + ".");
     std::vector<json::json_pointer> members;
     const json flat = good.flatten();
     for (const auto& item : flat.items())

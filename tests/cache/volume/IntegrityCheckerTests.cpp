@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
 #include <functional>
 #include <limits>
 
@@ -130,27 +128,6 @@ TEST_F(IntegrityCheckerTest, TheFirstBrokenRuleIsToldAndTheDiskNotAsked) {
     }
 }
 
-TEST_F(IntegrityCheckerTest, GivesTheLayoutInSliceOrder) {
-    Request good = request();
-    std::reverse(good.manifest.chunks.begin(), good.manifest.chunks.end());
-    for (char& digit : good.chunk(1).sha256)
-        digit = static_cast<char>(std::toupper(static_cast<unsigned char>(digit)));
-    good.study.clear();
-    good.manifest.hasTotalUncompressedByteLength = true;
-    good.manifest.totalUncompressedByteLength = 144;
-    good.options.decodedVolumeLimit = 144;
-    good.options.sha256Policy = Sha256Policy::Required;
-    test::fs::permissions(cache.folder, test::fs::perms::owner_read | test::fs::perms::owner_exec);
-    const auto result = check(good, cache.folder);
-    const auto* const layout = std::get_if<ValidatedLayout>(&result);
-    ASSERT_TRUE(layout);
-    EXPECT_EQ(layout->sliceBytes, 24U);
-    EXPECT_EQ(layout->volumeBytes, 144U);
-    ASSERT_EQ(layout->chunks.size(), 3U);
-    for (std::int32_t i = 0; i < 3; ++i)
-        EXPECT_EQ(layout->chunks[static_cast<std::size_t>(i)].index, i);
-}
-
 TEST_F(IntegrityCheckerTest, FilesThatAreNotWhatTheManifestSays) {
     const auto file = cache.chunk(1);
     const std::string whole = test::readFile(file);
@@ -184,15 +161,6 @@ TEST_F(IntegrityCheckerTest, FilesThatAreNotWhatTheManifestSays) {
     expectFailure(
         request(), loop,
         {{}, "Cannot stat chunk file: " + (loop / "chunk-0.bin.gz").string(), ChunkMissing, 0}, "loop");
-}
-
-TEST_F(IntegrityCheckerTest, OnlyAStatedDigestIsHeldAgainstTheFile) {
-    std::string changed = test::readFile(cache.chunk(0));
-    changed[20] = static_cast<char>(changed[20] ^ 1);
-    test::writeFile(cache.chunk(0), changed);
-    Request undigested = request();
-    undigested.chunk(0).sha256.clear();
-    EXPECT_TRUE(std::holds_alternative<ValidatedLayout>(check(undigested, cache.folder)));
 }
 
 TEST_F(IntegrityCheckerTest, StopsWhenCancelled) {

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <functional>
-#include <thread>
 
 namespace zorbel {
 namespace {
@@ -28,6 +28,8 @@ TEST(VolumeCacheReader, LoadsTheVolumeWhateverTheOrderOfItsChunks) {
     std::reverse(cache.manifest["chunks"].begin(), cache.manifest["chunks"].end());
     cache.manifest["chunks"][1].erase("compression");
     cache.manifest["chunks"][1].erase("sha256");
+    auto& digest = cache.manifest["chunks"][0]["sha256"].get_ref<std::string&>();
+    std::ranges::transform(digest, digest.begin(), [](unsigned char digit) { return std::toupper(digit); });
     cache.save();
     const VolumeCacheResult result = load(cache);
     const auto* const volume = std::get_if<ZorbelVolumeData>(&result);
@@ -110,24 +112,6 @@ TEST(VolumeCacheReader, EndsWhenCancelled) {
     const VolumeCacheResult result = load(cache, &cancel);
     ASSERT_TRUE(std::holds_alternative<LoadError>(result));
     EXPECT_EQ(std::get<LoadError>(result).severity, CacheSeverity::Degraded);
-}
-
-TEST(VolumeCacheReader, ACacheThatVanishesDuringTheLoadIsAMiss) {
-    for (int attempt = 0; attempt < 20; ++attempt) {
-        const TestVolumeCache cache({64, 64, 128}, 4);
-        std::thread remover([&] {
-            std::this_thread::sleep_for(std::chrono::microseconds(attempt * 150));
-            std::error_code ignored;
-            test::fs::remove_all(cache.folder, ignored);
-        });
-        const VolumeCacheResult result = load(cache);
-        remover.join();
-        if (const auto* const volume = std::get_if<ZorbelVolumeData>(&result)) {
-            EXPECT_EQ(voxelsOf(*volume), cache.voxels);
-        } else {
-            EXPECT_EQ(std::get<LoadError>(result).severity, CacheSeverity::Degraded);
-        }
-    }
 }
 
 TEST(ChunkDecompressor, ReadsBothContainersAndNoMoreThanWasPlanned) {
