@@ -74,22 +74,6 @@ TEST(LayoutModel, maximisesAndComesBackToTheLayoutBefore) {
     EXPECT_EQ(model.primary(), CoronalViewport);
 }
 
-TEST(LayoutModel, comesBackFromASingleLayoutHoweverItWasReached) {
-    LayoutModel model = shownVolume();
-    model.setLayoutFromShortcut(Layout::SideBySide);
-    model.setLayoutFromShortcut(Layout::Single);
-    model.setLayoutFromShortcut(Layout::Single);
-    EXPECT_EQ(model.toggleMaximise(model.activeViewport()).layoutText, "Layout restored");
-    EXPECT_EQ(model.layout(), Layout::SideBySide);
-
-    // The volume stands for the axial plane, which then becomes the active one.
-    model.setActiveViewport(VolumeViewport);
-    const LayoutChange change = model.toggleMaximise(model.activeViewport());
-    EXPECT_TRUE(change.active);
-    EXPECT_EQ(change.layoutText, "Axial maximised");
-    EXPECT_EQ(model.activeViewport(), AxialViewport);
-}
-
 TEST(LayoutModel, focusesTheVolumeAndRestoresWhatWasThere) {
     LayoutModel model = shownVolume();
     model.setActiveViewport(CoronalViewport);
@@ -111,9 +95,6 @@ TEST(LayoutModel, focusesTheVolumeAndRestoresWhatWasThere) {
     model.toggleFocus(VolumeViewport);
     EXPECT_EQ(model.toggleMaximise(model.activeViewport()).layoutText, "Axial maximised");
     EXPECT_LT(model.focusedViewport(), 0);
-    model.toggleFocus(VolumeViewport);
-    EXPECT_EQ(model.toggleMaximise(AxialViewport).layoutText, "Axial maximised");
-    EXPECT_TRUE(model.cellPlan().cells[AxialViewport].visible);
 }
 
 TEST(LayoutModel, ofOneViewportHasNoLayouts) {

@@ -12,32 +12,13 @@ using namespace zorbel::imaging::test;
 
 namespace {
 
-/// Every way to store a volume along the patient's axes: 6 directions of the rows, 4 of the columns, 2 of the
-/// slices, half of them left-handed.
-std::vector<ImageGeometry> allOrientations() {
-    std::vector<ImageGeometry> all;
-    const auto unit = [](int axis, int sign) {
-        Vector3 direction{0.0, 0.0, 0.0};
-        direction[static_cast<std::size_t>(axis)] = sign;
-        return direction;
-    };
-    for (int row = 0; row < 3; ++row)
-        for (int column = 0; column < 3; ++column)
-            for (int signs = 0; signs < 8 && row != column; ++signs)
-                all.emplace_back(
-                    std::array<int, 3>{12, 16, 20}, Vector3{-7.0, 31.0, 5.0}, unit(row, signs & 1 ? -1 : 1),
-                    unit(column, signs & 2 ? -1 : 1), Vector3{1.0, 1.2, 1.5},
-                    unit(3 - row - column, signs & 4 ? -1 : 1) * 1.5);
-    return all;
-}
-
 /// A grey of its own for each octant of the patient: left, back and head.
 int octantGrey(bool left, bool back, bool head) {
     return 20 + 30 * (left ? 1 : 0) + 60 * (back ? 1 : 0) + 120 * (head ? 1 : 0);
 }
 
 TEST(PlaneLetters, nameTheSidesOfThePatientInEveryOrientationOfTheVolume) {
-    const auto geometries = allOrientations();
+    const auto geometries = axisGeometries({12, 16, 20}, {1.0, 1.2, 1.5});
     ASSERT_EQ(geometries.size(), 48U);
     // Right and lower edge of each view, as an index into L, P, H and its sign.
     struct Sides {

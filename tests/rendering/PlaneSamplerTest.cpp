@@ -17,31 +17,6 @@ std::vector<PlaneSampler::Code> codes() {
     return {PlaneSampler::Code::Fastest, PlaneSampler::Code::Portable};
 }
 
-Vector3 unit(int axis, double sign) {
-    Vector3 result{};
-    result[static_cast<std::size_t>(axis)] = sign;
-    return result;
-}
-
-/// All 48 ways in which a grid's axes can lie along the patient's, the left-handed half included.
-std::vector<ImageGeometry> axisGeometries(const std::array<int, 3>& size) {
-    std::vector<ImageGeometry> result;
-    const Vector3 spacing{0.8, 0.6, 1.5};
-    for (int rowAxis = 0; rowAxis < 3; ++rowAxis) {
-        for (int columnAxis = 0; columnAxis < 3; ++columnAxis) {
-            if (columnAxis == rowAxis)
-                continue;
-            for (int signs = 0; signs < 8; ++signs) {
-                const Vector3 row = unit(rowAxis, (signs & 1) ? -1.0 : 1.0);
-                const Vector3 column = unit(columnAxis, (signs & 2) ? -1.0 : 1.0);
-                const Vector3 step = cross(row, column) * (((signs & 4) ? -1.0 : 1.0) * spacing[2]);
-                result.emplace_back(size, Vector3{10.0, -20.0, 30.0}, row, column, spacing, step);
-            }
-        }
-    }
-    return result;
-}
-
 std::shared_ptr<const Image> noiseImage(const ImageGeometry& geometry, VoxelType type) {
     std::mt19937 random(static_cast<unsigned>(type) + 7U);
     const auto filled = [&]<class T>(double low, double high) {

@@ -276,20 +276,6 @@ TEST(PlaneView, ShowsTheOldPictureWhereItBelongsUntilTheNewOneIsThere) {
     EXPECT_EQ(brightSpot(view.grab().toImage()), QPointF(-1.0, -1.0));
 }
 
-TEST(PlaneView, PaintsAQuickPictureAtOnce) {
-    const Vector3 ball{24.0, 33.0, 29.0};
-    PlaneView view(ViewDirection::Sagittal);
-    view.resize(200, 160);
-    view.setImage(ballImage(ball));
-    view.setWindow(128.0, 256.0);
-    view.setImmediateMilliseconds(1e9);
-    view.navigation().selectSliceByPoint(ball);
-    const QPointF spot = ballIn(view.grab().toImage(), view);
-    EXPECT_NEAR(spot.x(), view.worldToWidget(ball).x(), 1.2);
-    EXPECT_NEAR(spot.y(), view.worldToWidget(ball).y(), 1.2);
-    EXPECT_TRUE(view.isUpToDate());
-}
-
 TEST(PlaneView, DrawsNothingWhileHidden) {
     PlaneView view(ViewDirection::Coronal);
     PlaneView shown(ViewDirection::Coronal);

@@ -99,29 +99,6 @@ TEST(RenderWindowWidget, LivesThroughEverythingALayoutDoesToIt) {
     other.reset();
 }
 
-TEST(RenderWindowWidget, KeepsNothingOfEarlierImages) {
-    PlaneView plane(ViewDirection::Coronal);
-    VolumeView volume;
-    plane.resize(400, 300);
-    volume.resize(200, 200);
-    plane.show();
-    volume.show();
-    for (int round = 0; round < 6; ++round) {
-        auto image = brightImage(96);
-        const std::weak_ptr<const Image> watched = image;
-        QSignalSpy ready(&volume, &VolumeView::volumeReady);
-        plane.setImage(image);
-        volume.setImage(image);
-        ASSERT_TRUE(waitFor(ready));
-        EXPECT_GT(middleGrey(plane.grabFrame()), 150);
-        EXPECT_GT(middleGrey(volume.grabFrame()), 30);
-        plane.clear();
-        volume.clear();
-        image.reset();
-        EXPECT_TRUE(waitFor([&] { return watched.expired(); })) << round;
-    }
-}
-
 /// A half-transparent child, as the overlays of the viewer are.
 class Veil : public QWidget {
 public:

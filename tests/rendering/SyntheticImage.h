@@ -9,6 +9,7 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <vector>
 
 namespace zorbel::imaging::test {
 
@@ -67,6 +68,24 @@ inline double trilinear(const Image& image, const Vector3& point) {
             sum += weight * image.valueAt(at[0], at[1], at[2]);
     }
     return sum;
+}
+
+/// All 48 ways in which a grid's axes can lie along the patient's, the left-handed half included.
+inline std::vector<ImageGeometry>
+axisGeometries(const std::array<int, 3>& size, const Vector3& spacing = {0.8, 0.6, 1.5}) {
+    std::vector<ImageGeometry> all;
+    const auto unit = [](int axis, int negative) {
+        Vector3 direction{};
+        direction[static_cast<std::size_t>(axis)] = negative ? -1.0 : 1.0;
+        return direction;
+    };
+    for (int row = 0; row < 3; ++row)
+        for (int column = 0; column < 3; ++column)
+            for (int signs = 0; signs < 8 && row != column; ++signs)
+                all.emplace_back(
+                    size, Vector3{10.0, -20.0, 30.0}, unit(row, signs & 1), unit(column, signs & 2), spacing,
+                    unit(3 - row - column, signs & 4) * spacing[2]);
+    return all;
 }
 
 /// Rows and columns turned from the patient's axes by these degrees about z, then about x.

@@ -33,20 +33,11 @@ protected:
             window_->close(); // when all is written
             EXPECT_TRUE(test::waitFor([this] { return !window_->isVisible(); }));
         }
-        window_.reset();
-        ApiClientConfig config;
-        config.baseUrl = QStringLiteral("http://127.0.0.1:9");
         MainWindowOptions options;
         options.stateFolder = folder();
         options.previousRunCrashed = crashed;
         options.linkedStudy = linkedStudy;
-        window_ = std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), options);
-        workspace_ = window_->findChild<ViewerWorkspace*>();
-        window_->findChild<StatusLine*>()->setPatience(0);
-        window_->resize(1400, 900);
-        window_->show();
-        window_->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get(), test::patienceMs));
+        openWindow(options);
     }
     std::filesystem::path folder() const { return folder_.filePath(QStringLiteral("state")).toStdString(); }
 

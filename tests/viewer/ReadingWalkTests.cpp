@@ -302,9 +302,6 @@ TEST_F(ReadingWalkTest, everyNextStartFindsWhatWasRecordedSinceAllWasWritten) {
     EXPECT_EQ(damagedCount(), 0U);
     EXPECT_GT(kills, 0);
     EXPECT_GT(faults, 0);
-    RecordProperty("edits", edits);
-    RecordProperty("kills", kills);
-    RecordProperty("faults", faults);
 }
 
 TEST_F(ReadingWalkTest, whatTheDiskRefusesIsKeptAndToldUntilItIsWritten) {

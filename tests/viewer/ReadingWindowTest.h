@@ -41,10 +41,13 @@ protected:
         // As in the program: it decides how much room there is.
         if (qApp->styleSheet().isEmpty())
             qApp->setStyleSheet(applicationStyleSheet());
+        openWindow({});
+    }
+    void openWindow(const MainWindowOptions& options) {
         ApiClientConfig config;
         config.baseUrl = QStringLiteral("http://127.0.0.1:9");
-        window_ =
-            std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), MainWindowOptions{});
+        window_.reset();
+        window_ = std::make_unique<MainWindow>(std::make_shared<ZorbelApiClient>(config), options);
         workspace_ = window_->findChild<ViewerWorkspace*>();
         window_->findChild<StatusLine*>()->setPatience(0);
         window_->resize(1400, 900);

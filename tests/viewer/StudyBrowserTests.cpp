@@ -12,7 +12,6 @@
 #include <QSignalSpy>
 #include <QTableWidget>
 #include <QTest>
-#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -127,17 +126,6 @@ TEST_F(StudyBrowserTest, keepsTheRowsWhenTheListCannotBeHad) {
     ASSERT_TRUE(waitForStatus(QStringLiteral("The archive is closed")));
     EXPECT_TRUE(status().startsWith(QStringLiteral("zorbelStatusError:")));
     EXPECT_EQ(list_->count(), 3);
-}
-
-TEST_F(StudyBrowserTest, showsTheRecentStudiesInTheirOrder) {
-    std::vector<ViewerStudySummary> recent(2);
-    recent[0].studyInstanceUID = QStringLiteral("2.1");
-    recent[0].patientName = QStringLiteral("Patient 2.1");
-    recent[1].studyInstanceUID = QStringLiteral("2.2");
-    browser_->setRecentStudies(recent);
-    QTest::mouseClick(browser_->findChild<QToolButton*>(QStringLiteral("recentScope")), Qt::LeftButton);
-    ASSERT_EQ(list_->count(), 2);
-    EXPECT_TRUE(list_->item(0)->text().startsWith(QStringLiteral("Patient 2.1")));
 }
 
 TEST(SeriesSelectionDialog, namesWhatIsKnownAndReturnsTheChosenRow) {

