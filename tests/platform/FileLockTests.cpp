@@ -2,10 +2,10 @@
 #include "platform/PrivateFile.h"
 #include "platform/ProgramClaims.h"
 #include "tests/platform/TestFolder.h"
+#include "tests/support/ErrorOf.h"
 
 #include <atomic>
 #include <cstdlib>
-#include <system_error>
 #include <thread>
 
 namespace {
@@ -109,12 +109,8 @@ TEST_F(FileLockTest, ClaimsTellTheLivingFromTheDead) {
 }
 
 TEST_F(FileLockTest, FailureNamesTheFile) {
-    try {
-        FileLock::tryAcquire(folder / "absent" / "x.lock");
-        FAIL() << "no exception";
-    } catch (const std::system_error& error) {
-        EXPECT_NE(std::string(error.what()).find("x.lock"), std::string::npos);
-    }
+    const auto error = test::errorOf([this] { FileLock::tryAcquire(folder / "absent" / "x.lock"); });
+    EXPECT_NE(error.find("x.lock"), std::string::npos);
 }
 
 TEST_F(FileLockTest, OwnFolderIsAFolderOfOnesOwn) {

@@ -1,25 +1,16 @@
 #include "platform/PrivateFile.h"
 #include "tests/platform/TestFolder.h"
+#include "tests/support/ErrorOf.h"
 
-#include <functional>
-#include <system_error>
 #include <thread>
 
 namespace {
 
 using namespace zorbel;
+using test::errorOf;
 namespace fs = std::filesystem;
 
 using PrivateFileTest = TestFolder;
-
-std::string errorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::system_error& error) {
-        return error.what();
-    }
-    return {};
-}
 
 TEST_F(PrivateFileTest, WritesReplacesAndLeavesNothingElse) {
     const fs::path file = folder / fs::path(u8"Röntgen — 1.json");

@@ -2,8 +2,8 @@
 #include "platform/PrivateFile.h"
 #include "platform/RegularFile.h"
 #include "tests/platform/TestFolder.h"
+#include "tests/support/ErrorOf.h"
 
-#include <algorithm>
 #include <functional>
 #include <system_error>
 
@@ -22,14 +22,9 @@ std::string textOf(RegularFile& file, std::size_t block) {
     return all;
 }
 
-/// Whether it throws a system error that names the path.
+/// Whether it throws an error that names the path.
 bool refuses(const std::function<void()>& action, const std::string& named) {
-    try {
-        action();
-    } catch (const std::system_error& error) {
-        return std::string(error.what()).find(named) != std::string::npos;
-    }
-    return false;
+    return test::errorOf(action).find(named) != std::string::npos;
 }
 
 TEST_F(RegularFileTest, ReadsAFileInBlocksAndFlushesIt) {

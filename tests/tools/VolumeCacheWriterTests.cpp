@@ -1,5 +1,6 @@
 #include "cache/writer/VolumeCacheWriter.h"
 #include "tests/rendering/SyntheticImage.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/tools/ToolFixture.h"
 #include "tools/VolumeDescription.h"
 
@@ -133,14 +134,9 @@ TEST_F(VolumeCacheWriting, AFailingDiskLeavesNoHalfCache) {
         value = static_cast<std::int16_t>(random());
     const Image large = imageOf<std::int16_t>(oblique({40, 40, 4}), VoxelType::Int16, noise);
     const Image small = imageOf<std::int16_t>(oblique({4, 4, 4}), VoxelType::Int16, {1});
-    const auto failure = [&](const Image& image, rlim_t bytes) -> std::string {
+    const auto failure = [&](const Image& image, rlim_t bytes) {
         const FullDisk full(bytes);
-        try {
-            write(image, 2);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "no failure";
+        return zorbel::test::errorOf([&] { write(image, 2); });
     };
 
     EXPECT_NE(failure(large, 4096).find("chunk-0.bin.gz"), std::string::npos);
@@ -157,12 +153,10 @@ TEST_F(VolumeCacheWriting, AFailingDiskLeavesNoHalfCache) {
 
 TEST_F(VolumeCacheWriting, NamesAFolderThatCannotBeMade) {
     imaging::test::writeFile(folder_.path() / "cache", "a file");
-    try {
+    const auto error = zorbel::test::errorOf([this] {
         write(imageOf<std::int16_t>(oblique({2, 2, 2}), VoxelType::Int16, {1}));
-        ADD_FAILURE() << "written into a file";
-    } catch (const std::runtime_error& error) {
-        EXPECT_NE(std::string(error.what()).find(cache()), std::string::npos) << error.what();
-    }
+    });
+    EXPECT_NE(error.find(cache()), std::string::npos) << error;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "cache/archive/StudyArchiveReader.h"
 #include "cache/archive/StudyArchiveTransaction.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +14,8 @@
 #include <string>
 
 namespace zorbel::tests {
+
+using test::errorOf;
 
 /// Archives of one series in a folder of the running test's own.
 class ArchiveFixture : public testing::Test {
@@ -70,16 +73,5 @@ protected:
     const std::filesystem::path root = folder_.path();
     const std::filesystem::path archive = root / "scope" / "1.2" / "series" / "1.2.3";
 };
-
-/// What the action threw; empty: nothing.
-template <class Action>
-std::string errorOf(Action action) {
-    try {
-        action();
-    } catch (const std::exception& failure) {
-        return failure.what();
-    }
-    return {};
-}
 
 } // namespace zorbel::tests
