@@ -62,9 +62,6 @@ protected:
     std::size_t resolutions() const { return count(node_, "resolve-study"); }
     std::size_t identities() const { return count(node_, "identity"); }
     std::size_t traffic() const { return cloud_.requests().size() + node_.requests().size(); }
-    QString nodeUrl(const QString& path = {}) const { return node_.url(path); }
-    const MisbehavingServer& cloud() const { return cloud_; }
-    const MisbehavingServer& node() const { return node_; }
     void useNode(SourceKind kind) { client_->selectSource(kind, QStringLiteral(" node-1 ")); }
     QString resolve(const CancelFlag& cancel = {}) { return client_->resolveStudyOnLocalNode(study, cancel); }
     /// Where the images come from, seen on the wire.
@@ -91,7 +88,6 @@ protected:
     std::atomic<std::int64_t> time_ = 1'700'000'000;
     std::unique_ptr<ZorbelApiClient> client_;
 
-private:
     using Answers = std::vector<std::pair<std::string, Answer>>;
 
     static Answer saying(int status, const std::string& body) {
@@ -161,7 +157,7 @@ TEST_F(LocalNode, IsListedAndItsAddressSaved) {
     EXPECT_EQ(nodes[0].clinicId + nodes[0].name + nodes[0].baseUrl, "node-1Basementhttp://192.168.1.20");
     EXPECT_EQ(nodes[0].status + nodes[0].appVersion, "ONLINE2.1");
     client_->saveLocalNode(QStringLiteral("node-1"), QStringLiteral("http://192.168.1.21"));
-    const RecordedRequest saved = cloud().requests().back();
+    const RecordedRequest saved = cloud_.requests().back();
     EXPECT_EQ(saved.method + " " + saved.target, "POST /apps/pacs/api/desktop/local-nodes");
     EXPECT_EQ(saved.body, R"({"baseUrl":"http://192.168.1.21","clinicId":"node-1"})");
     EXPECT_TRUE(saved.has("Content-Type: application/json\r\n"));
@@ -336,70 +332,55 @@ TEST_F(LocalNode, ForeignOneIsNeverUsed) {
 }
 
 struct Trouble {
-    const char* name;
-    const char* path;
+    const char *name, *path;
     int status;
     const char* body;
     bool atNode;
 };
 
-void PrintTo(const Trouble& trouble, std::ostream* out) {
-    *out << trouble.name;
-}
+constexpr Trouble troubles[] = {
+    {"service refuses", "local-nodes/session", 403, R"({"error":"t0ken n0de"})", false},
+    {"service without JSON", "local-nodes/session", 200, "", false},
+    {"no address", "local-nodes/session", 200, R"({"token":"n0de"})", false},
+    {"no token", "local-nodes/session", 200, R"({"baseUrl":"http://127.0.0.1:9","token":""})", false},
+    {"nobody", "local-nodes/session", 200, R"({"baseUrl":"http://127.0.0.1:9","token":"n0de"})", false},
+    {"node refuses", "identity", 401, R"({"error":"n0de is no token of mine"})", true},
+    {"node without JSON", "identity", 200, "<html>", true},
+    {"another organization", "identity", 200, R"({"organizationId":"o2"})", true},
+    {"resolution fails", "resolve-study", 500, R"({"error":"Phantom^Jaw n0de"})", true},
+    {"resolution without JSON", "resolve-study", 200, "{", true}};
 
-class FailingLocalNode : public LocalNode, public testing::WithParamInterface<Trouble> {
-protected:
-    void makeTrouble() {
-        const Trouble& trouble = GetParam();
-        trouble.atNode ? nodeSays(trouble.path, trouble.status, trouble.body)
-                       : cloudSays(trouble.path, trouble.status, trouble.body);
+TEST_F(LocalNode, ThatFailsIsLeftAloneForAMinuteOrFailsTheStudyWhereNothingElseIsAllowed) {
+    for (const Trouble& trouble : troubles) {
+        SCOPED_TRACE(trouble.name);
+        const auto useFailingNode = [&](SourceKind kind) {
+            useNode(kind);
+            trouble.atNode ? nodeSays(trouble.path, trouble.status, trouble.body)
+                           : cloudSays(trouble.path, trouble.status, trouble.body);
+        };
+        useFailingNode(SourceKind::Automatic);
+        EXPECT_EQ(resolve(), "");
+        expectCloud();
+        allWellAgain();
+        const std::size_t before = traffic();
+        time_ += 59;
+        EXPECT_EQ(resolve(), "");
+        EXPECT_EQ(traffic(), before);
+        ++time_;
+        EXPECT_EQ(resolve(), "study-on-node");
+        expectNode();
+
+        useFailingNode(SourceKind::LocalNodeRequired);
+        for (int i = 0; i < 2; ++i) {
+            const ZorbelApiError error = failureOf([&] { resolve(); });
+            EXPECT_STREQ(error.what(), unresolved);
+            EXPECT_EQ(error.status, 0);
+        }
+        EXPECT_FALSE(client_->imageDataRoute().isLocalNode);
+        allWellAgain();
+        EXPECT_EQ(resolve(), "study-on-node");
     }
-};
-
-TEST_P(FailingLocalNode, IsLeftAloneForAMinuteInTheAutomaticMode) {
-    useNode(SourceKind::Automatic);
-    makeTrouble();
-    EXPECT_EQ(resolve(), "");
-    expectCloud();
-    allWellAgain();
-    const std::size_t before = traffic();
-    time_ += 59;
-    EXPECT_EQ(resolve(), "");
-    EXPECT_EQ(traffic(), before);
-    ++time_;
-    EXPECT_EQ(resolve(), "study-on-node");
-    expectNode();
 }
-
-TEST_P(FailingLocalNode, FailsTheStudyWhereNothingElseIsAllowed) {
-    useNode(SourceKind::LocalNodeRequired);
-    makeTrouble();
-    for (int i = 0; i < 2; ++i) {
-        const ZorbelApiError error = failureOf([&] { resolve(); });
-        EXPECT_STREQ(error.what(), unresolved);
-        EXPECT_EQ(error.status, 0);
-    }
-    EXPECT_FALSE(client_->imageDataRoute().isLocalNode);
-    allWellAgain();
-    EXPECT_EQ(resolve(), "study-on-node");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    EachStep, FailingLocalNode,
-    testing::Values(
-        Trouble{"service refuses", "local-nodes/session", 403, R"({"error":"t0ken n0de"})", false},
-        Trouble{"service without JSON", "local-nodes/session", 200, "", false},
-        Trouble{"no address", "local-nodes/session", 200, R"({"token":"n0de"})", false},
-        Trouble{
-            "no token", "local-nodes/session", 200, R"({"baseUrl":"http://127.0.0.1:9","token":""})", false},
-        Trouble{
-            "nobody there", "local-nodes/session", 200, R"({"baseUrl":"http://127.0.0.1:9","token":"n0de"})",
-            false},
-        Trouble{"node refuses", "identity", 401, R"({"error":"n0de is no token of mine"})", true},
-        Trouble{"node without JSON", "identity", 200, "<html>", true},
-        Trouble{"another organization", "identity", 200, R"({"organizationId":"o2"})", true},
-        Trouble{"resolution fails", "resolve-study", 500, R"({"error":"Phantom^Jaw n0de"})", true},
-        Trouble{"resolution without JSON", "resolve-study", 200, "{", true}));
 
 TEST_F(LocalNode, ThatMerelyLacksAStudyIsAskedForTheNext) {
     useNode(SourceKind::Automatic);
@@ -412,28 +393,11 @@ TEST_F(LocalNode, ThatMerelyLacksAStudyIsAskedForTheNext) {
     EXPECT_EQ(client_->resolveStudyOnLocalNode({}), "");
     allWellAgain();
     EXPECT_EQ(client_->resolveStudyOnLocalNode(QStringLiteral("1.2.3&x=#")), "study-on-node");
-    EXPECT_TRUE(node().requests().back().isFor("studyInstanceUID=1.2.3%26x%3D%23"));
+    EXPECT_TRUE(node_.requests().back().isFor("studyInstanceUID=1.2.3%26x%3D%23"));
     EXPECT_EQ(sessionsAskedFor(), 1U);
     useNode(SourceKind::LocalNodeRequired);
     nodeSays("resolve-study", 404, "{}");
     EXPECT_STREQ(failureOf([&] { resolve(); }).what(), unresolved);
-}
-
-TEST_F(LocalNode, IsLookedUpAnewAfterAFailureAndAtTheUsersWish) {
-    useNode(SourceKind::Automatic);
-    resolve();
-    nodeSays("resolve-study", 503, "{}");
-    EXPECT_EQ(resolve(), "");
-    allWellAgain();
-    time_ += 60;
-    EXPECT_EQ(resolve(), "study-on-node");
-    EXPECT_EQ(sessionsAskedFor(), 2U);
-
-    EXPECT_TRUE(abandon());
-    EXPECT_EQ(resolve(), "");
-    client_->openLocalNodeSession();
-    EXPECT_EQ(resolve(), "study-on-node");
-    EXPECT_EQ(sessionsAskedFor(), 3U);
 }
 
 TEST_F(LocalNode, AddressMustBeOneToJoinPathsTo) {
@@ -443,28 +407,28 @@ TEST_F(LocalNode, AddressMustBeOneToJoinPathsTo) {
         useNode(SourceKind::LocalNodeRequired);
         client_->openLocalNodeSession();
     };
-    const QString authority = nodeUrl().mid(7);
+    const QString authority = node_.url().mid(7);
     for (const QString& bad :
          {QString(), QStringLiteral("/"), QStringLiteral("http://"), authority, "ftp://" + authority,
-          "http://user:word@" + authority, "http://user@" + authority, nodeUrl(QStringLiteral("/?a=")),
-          nodeUrl(QStringLiteral("/#a")), QStringLiteral("http://a b/"), QStringLiteral("file:///etc")})
+          "http://user:word@" + authority, "http://user@" + authority, node_.url(QStringLiteral("/?a=")),
+          node_.url(QStringLiteral("/#a")), QStringLiteral("http://a b/"), QStringLiteral("file:///etc")})
         EXPECT_STREQ(failureOf([&] { open(bad); }).what(), "Zorbel local node session is incomplete")
             << bad.toStdString();
-    EXPECT_TRUE(node().requests().empty());
-    open(nodeUrl(QStringLiteral("/clinic//")));
-    EXPECT_EQ(node().requests().back().target, "/clinic/api/local-node/desktop/identity");
-    open(nodeUrl(QStringLiteral("/")));
-    EXPECT_EQ(node().requests().back().target, "/api/local-node/desktop/identity");
+    EXPECT_TRUE(node_.requests().empty());
+    open(node_.url(QStringLiteral("/clinic//")));
+    EXPECT_EQ(node_.requests().back().target, "/clinic/api/local-node/desktop/identity");
+    open(node_.url(QStringLiteral("/")));
+    EXPECT_EQ(node_.requests().back().target, "/api/local-node/desktop/identity");
 }
 
 TEST_F(LocalNode, CannotSendTheTokenElsewhere) {
     useNode(SourceKind::Automatic);
     nodeDoes("identity", [this](Exchange& exchange) {
-        exchange.reply(302, "", "Location: " + cloud().url(QStringLiteral("/stolen")).toStdString() + "\r\n");
+        exchange.reply(302, "", "Location: " + cloud_.url(QStringLiteral("/stolen")).toStdString() + "\r\n");
         return true;
     });
     EXPECT_EQ(resolve(), "");
-    for (const RecordedRequest& request : cloud().requests())
+    for (const RecordedRequest& request : cloud_.requests())
         EXPECT_FALSE(request.isFor("/stolen"));
 }
 
@@ -489,6 +453,9 @@ TEST_F(LocalNode, ThatFailsInTheMiddleOfAStudyIsAbandoned) {
     // What the user chooses anew is tried at once.
     abandon();
     useNode(SourceKind::Automatic);
+    EXPECT_EQ(resolve(), "study-on-node");
+    abandon();
+    client_->openLocalNodeSession();
     EXPECT_EQ(resolve(), "study-on-node");
 }
 

@@ -10,57 +10,44 @@ using namespace test;
 struct SignInFailure {
     const char* path;
     int status;
-    const char* body;
-    const char* message;
+    const char *body, *message;
 };
 
-void PrintTo(const SignInFailure& failure, std::ostream* out) {
-    *out << failure.path << " " << failure.status << " " << failure.body;
+constexpr SignInFailure signInFailures[] = {
+    {"/api/auth/login", 401, R"({"error":"Wrong e-mail or password"})", "Wrong e-mail or password"},
+    {"/api/auth/login", 500, "", "Zorbel API returned HTTP 500"},
+    {"/api/auth/login", 200, "hello", "Invalid JSON returned by Zorbel login: "},
+    {"/api/auth/login", 200, R"({"token":"t"})", "Zorbel login response did not contain a valid session"},
+    {"/api/auth/login", 200, R"({"user":{"id":"u","organizationId":"o"}})",
+     "Zorbel login response did not contain a valid session"},
+    {"/api/auth/login", 200, R"({"token":"t","user":{"id":"u","organizationId":""}})",
+     "A clinical organization is required to use Zorbel Viewer"},
+    {"/api/auth/me", 403, R"({"message":"Suspended"})", "Suspended"},
+    {"/api/auth/me", 200, R"({"user":{"id":"u"}})", "Zorbel session has no clinical organization scope"},
+    {"/apps/pacs/api/studies", 503, "", "Zorbel API returned HTTP 503"},
+    {"/apps/pacs/api/studies", 200, "[]", "Invalid JSON returned by Zorbel study list: "}};
+
+TEST(Session, AFailingSignInLeavesNoneNotEvenAnEarlierOne) {
+    for (const auto& [path, status, body, message] : signInFailures) {
+        SCOPED_TRACE(testing::Message() << path << " " << status << " " << body);
+        std::atomic<bool> failing = false;
+        const MisbehavingServer server([&, at = path, code = status, reply = body](Exchange& exchange) {
+            if (failing && exchange.request.isFor(at))
+                exchange.reply(code, reply);
+            else
+                serveSession(exchange);
+        });
+        const auto client = signedIn(configFor(server));
+        failing = true;
+        const LoginOutcome outcome = client->signIn("anna@clinic.example", "pass");
+        EXPECT_FALSE(outcome.success);
+        EXPECT_EQ(outcome.errorMessage.toStdString().rfind(message, 0), 0U)
+            << outcome.errorMessage.toStdString();
+        EXPECT_FALSE(client->isSignedIn());
+        EXPECT_TRUE(client->profile().id.isEmpty());
+        EXPECT_TRUE(client->imageDataRoute().token.isEmpty());
+    }
 }
-
-class FailingSignIn : public testing::TestWithParam<SignInFailure> {};
-
-TEST_P(FailingSignIn, LeavesNoSessionNotEvenAnEarlierOne) {
-    std::atomic<bool> failing = false;
-    const MisbehavingServer server([&](Exchange& exchange) {
-        if (failing && exchange.request.isFor(GetParam().path))
-            exchange.reply(GetParam().status, GetParam().body);
-        else
-            serveSession(exchange);
-    });
-    const auto client = signedIn(configFor(server));
-    failing = true;
-    const LoginOutcome outcome = client->signIn("anna@clinic.example", "pass");
-    EXPECT_FALSE(outcome.success);
-    EXPECT_EQ(outcome.errorMessage.toStdString().rfind(GetParam().message, 0), 0U)
-        << outcome.errorMessage.toStdString();
-    EXPECT_FALSE(client->isSignedIn());
-    EXPECT_TRUE(client->profile().id.isEmpty());
-    EXPECT_TRUE(client->imageDataRoute().token.isEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    EachStep, FailingSignIn,
-    testing::Values(
-        SignInFailure{
-            "/api/auth/login", 401, R"({"error":"Wrong e-mail or password"})", "Wrong e-mail or password"},
-        SignInFailure{"/api/auth/login", 500, "", "Zorbel API returned HTTP 500"},
-        SignInFailure{"/api/auth/login", 200, "hello", "Invalid JSON returned by Zorbel login: "},
-        SignInFailure{
-            "/api/auth/login", 200, R"({"token":"t"})",
-            "Zorbel login response did not contain a valid session"},
-        SignInFailure{
-            "/api/auth/login", 200, R"({"user":{"id":"u","organizationId":"o"}})",
-            "Zorbel login response did not contain a valid session"},
-        SignInFailure{
-            "/api/auth/login", 200, R"({"token":"t","user":{"id":"u","organizationId":""}})",
-            "A clinical organization is required to use Zorbel Viewer"},
-        SignInFailure{"/api/auth/me", 403, R"({"message":"Suspended"})", "Suspended"},
-        SignInFailure{
-            "/api/auth/me", 200, R"({"user":{"id":"u"}})",
-            "Zorbel session has no clinical organization scope"},
-        SignInFailure{"/apps/pacs/api/studies", 503, "", "Zorbel API returned HTTP 503"},
-        SignInFailure{"/apps/pacs/api/studies", 200, "[]", "Invalid JSON returned by Zorbel study list: "}));
 
 TEST(Session, SignsInStepByStep) {
     const MisbehavingServer server([](Exchange& exchange) {
