@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <functional>
 #include <string>
 
@@ -28,11 +29,22 @@ struct DiskFault {
     unsigned long at = 0;
     int error = 0; ///< an errno, or 0 to be killed
     bool lasting = false;
-    std::string under;
-    std::string report;
+    std::string under{};
+    std::string report{};
     bool trace = false; ///< report every counted call, one a line
     /// Called before every counted call is done, on its thread; may hold it up. Needs no `at`.
     std::function<void(const std::string& call, const std::string& path)> watch{};
+};
+
+/// For tests that try each of them at every call in turn.
+struct DiskFaultKind {
+    const char* name;
+    int error;
+    bool lasting;
+};
+constexpr DiskFaultKind diskFaultKinds[] = {
+    {"killed", 0, false},      {"full disk", ENOSPC, true}, {"full for once", ENOSPC, false},
+    {"bad block", EIO, false}, {"broken disk", EIO, true},  {"read-only", EROFS, true},
 };
 
 /// From now on in this process, with the count at 0. Not while other threads write.

@@ -56,11 +56,10 @@ protected:
     }
     void measure(double millimetres) {
         press(Qt::Key_L);
-        auto& overlay = *child<ToolLayer>(QStringLiteral("axialTools"));
         // Each on a line of its own: a press on one that is there would take hold of it.
         const QPointF from =
             crosshairIn(0) + QPointF(-20.0, 30.0 + 25.0 * static_cast<double>(measurements().size()));
-        drag(overlay, {from, from + QPointF(millimetres / view(0).millimetresPerPixel(), 0.0)});
+        drag(tools(0), {from, from + QPointF(millimetres / view(0).millimetresPerPixel(), 0.0)});
     }
     const std::vector<Measurement>& measurements() {
         return workspace_->measurements().list().measurements();
@@ -197,8 +196,7 @@ TEST_F(ReadingSessionTest, tellsWhatIsNotOnTheDiskAndAsksBeforeItIsLost) {
     test::settle();
     auto* unsaved = child<QLabel>(QStringLiteral("statusUnsaved"));
     EXPECT_FALSE(unsaved->isVisible());
-    tests::armDiskFault(
-        {.at = 1, .error = ENOSPC, .lasting = true, .under = folder().string(), .report = {}});
+    tests::armDiskFault({.at = 1, .error = ENOSPC, .lasting = true, .under = folder().string()});
     measure(10.0);
     EXPECT_TRUE(
         test::waitFor([&] { return unsaved->text().contains(QStringLiteral("measurements of Doe")); }));

@@ -75,7 +75,7 @@ public:
             breakOrMend();
         if (end == End::KilledInACall) {
             finish();
-            arm({.at = 1 + random_() % 20, .under = {}, .report = {}});
+            arm({.at = 1 + random_() % 20});
         }
         for (edit(); end == End::KilledInACall; edit())
             finish();
@@ -164,12 +164,7 @@ private:
         if (broken_) {
             constexpr int errors[] = {ENOSPC, EIO, EROFS};
             const bool lasting = random_() % 3 != 0;
-            arm(
-                {.at = 1 + random_() % 12,
-                 .error = errors[random_() % 3],
-                 .lasting = lasting,
-                 .under = {},
-                 .report = {}});
+            arm({.at = 1 + random_() % 12, .error = errors[random_() % 3], .lasting = lasting});
             return;
         }
         note(written ? "harmless" : "failed");
@@ -313,7 +308,7 @@ TEST_F(ReadingWalkTest, whatTheDiskRefusesIsKeptAndToldUntilItIsWritten) {
         fs::remove_all(folder);
         {
             ReadingSaver saver(root, false, {});
-            armDiskFault({.at = 1, .error = EIO, .lasting = true, .under = root, .report = {}});
+            armDiskFault({.at = 1, .error = EIO, .lasting = true, .under = root});
             saver.save(uid, "CT", sampleFindings("earlier"));
             saver.save("1.3", "CT", hanging);
             EXPECT_EQ(flush(saver), both);

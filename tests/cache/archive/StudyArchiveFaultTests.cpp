@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <optional>
 #include <regex>
 #include <sstream>
@@ -21,16 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Kind {
-    const char* name;
-    int error;
-    bool lasting;
-};
-constexpr Kind kinds[] = {
-    {"killed", 0, false},      {"full disk", ENOSPC, true}, {"full for once", ENOSPC, false},
-    {"bad block", EIO, false}, {"broken disk", EIO, true},  {"read-only", EROFS, true},
-};
-
 bool isKnownText(const std::string& text) {
     static const std::regex known(
         "Cannot create study archive (parent directory|staging directory|manifest): /.*|"
@@ -46,18 +35,14 @@ protected:
     StudyArchiveFaultTest() : ArchiveFixture(test::memoryDisk()) {}
 
     /// Replaces (or creates) the archive with the fault at each call in turn, until there is none left.
-    void sweep(const Kind& kind, const std::optional<Contents>& before, const fs::path& incoming) {
+    void sweep(const DiskFaultKind& kind, const std::optional<Contents>& before, const fs::path& incoming) {
         for (unsigned long at = 1;; ++at) {
             ASSERT_LT(at, 500U);
             fs::remove_all(root / "scope");
             if (before)
                 store(*before);
             const auto run = runWithDiskFault(
-                {.at = at,
-                 .error = kind.error,
-                 .lasting = kind.lasting,
-                 .under = root / "scope",
-                 .report = {}},
+                {.at = at, .error = kind.error, .lasting = kind.lasting, .under = root / "scope"},
                 [&] { store(newContents(), incoming); });
             SCOPED_TRACE(
                 std::string(kind.name) + " at call " + std::to_string(at) + ": " + run.call + run.exception);
@@ -90,12 +75,12 @@ protected:
 };
 
 TEST_F(StudyArchiveFaultTest, EveryFaultWhileReplacingLeavesOneWholeArchive) {
-    for (const Kind& kind : kinds)
+    for (const DiskFaultKind& kind : diskFaultKinds)
         sweep(kind, oldContents(), root / "incoming");
 }
 
 TEST_F(StudyArchiveFaultTest, EveryFaultWhileCreatingLeavesNothingOrAWholeArchive) {
-    for (const Kind& kind : kinds)
+    for (const DiskFaultKind& kind : diskFaultKinds)
         sweep(kind, std::nullopt, root / "incoming");
 }
 
@@ -150,7 +135,7 @@ TEST_F(StudyArchiveFaultTest, FilesFromAnotherFileSystemAreCopiedWhole) {
     fs::create_directories(incoming);
     ASSERT_TRUE(stat(root.c_str(), &here) == 0 && stat(incoming.c_str(), &there) == 0);
     if (here.st_dev != there.st_dev)
-        for (const Kind& kind : kinds)
+        for (const DiskFaultKind& kind : diskFaultKinds)
             sweep(kind, oldContents(), incoming);
     fs::remove_all(incoming);
     if (here.st_dev == there.st_dev)
@@ -159,9 +144,8 @@ TEST_F(StudyArchiveFaultTest, FilesFromAnotherFileSystemAreCopiedWhole) {
 
 TEST_F(StudyArchiveFaultTest, APowerCutFindsOnTheDiskWhateverItsNamePromises) {
     const auto calls = [&](const Contents& contents) {
-        const auto run = runWithDiskFault(
-            {.at = 0, .error = 0, .lasting = false, .under = root, .report = {}, .trace = true},
-            [&] { store(contents, root / "incoming"); });
+        const auto run =
+            runWithDiskFault({.under = root, .trace = true}, [&] { store(contents, root / "incoming"); });
         // Any one transaction's random names read "*".
         static const std::regex suffix("-[0-9a-f]{16}");
         std::vector<std::string> lines;

@@ -3,35 +3,23 @@
 #include "viewer/reading/state/RecentStudiesFile.h"
 #include "viewer/reading/state/SessionFile.h"
 
-#include <cerrno>
-
 namespace zorbel::tests {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Kind {
-    const char* name;
-    int error;
-    bool lasting;
-};
-constexpr Kind kinds[] = {
-    {"killed", 0, false},      {"full disk", ENOSPC, true}, {"full for once", ENOSPC, false},
-    {"bad block", EIO, false}, {"broken disk", EIO, true},  {"read-only", EROFS, true},
-};
 
 class StateDiskFaultTest : public StateFixture {
 protected:
     /// Does it with the fault at each call in turn, until there is none left, on what `before` has left; the
     /// action throws the text that it got, if any.
     template <class Before, class Action, class After>
-    void sweep(const Kind& kind, const Before& before, const Action& action, const After& after) {
+    void sweep(const DiskFaultKind& kind, const Before& before, const Action& action, const After& after) {
         for (unsigned long at = 1;; ++at) {
             ASSERT_LT(at, 200U);
             fs::remove_all(folder);
             before();
             const auto run = runWithDiskFault(
-                {.at = at, .error = kind.error, .lasting = kind.lasting, .under = root, .report = {}}, [&] {
+                {.at = at, .error = kind.error, .lasting = kind.lasting, .under = root}, [&] {
                     if (const std::string text = action(); !text.empty())
                         throw std::runtime_error(text);
                 });
@@ -51,7 +39,7 @@ protected:
 };
 
 TEST_F(StateDiskFaultTest, aSavedListIsWhollyTheOldOrWhollyTheNew) {
-    for (const Kind& kind : kinds) {
+    for (const DiskFaultKind& kind : diskFaultKinds) {
         for (const bool hadOne : {true, false}) {
             sweep(
                 kind,
@@ -89,7 +77,7 @@ TEST_F(StateDiskFaultTest, aFailedCaptureLeavesTheListAndNoFile) {
         StateFiles files(root);
         return KeyImageStore(files).add(uid, list, {png, 2, 2, caption});
     };
-    for (const Kind& kind : kinds) {
+    for (const DiskFaultKind& kind : diskFaultKinds) {
         sweep(
             kind,
             [&] {
@@ -174,7 +162,7 @@ TEST_F(StateDiskFaultTest, theRecentStudiesSurviveAFailure) {
         StateFiles files(root);
         return RecentStudiesFile(files).recordOpened({.studyInstanceUid = study});
     };
-    for (const Kind& kind : kinds) {
+    for (const DiskFaultKind& kind : diskFaultKinds) {
         sweep(
             kind, [&] { open("1.1"); }, [&] { return open("1.2"); },
             [&](const FaultyRun& run) {
@@ -191,7 +179,7 @@ TEST_F(StateDiskFaultTest, theRecentStudiesSurviveAFailure) {
 }
 
 TEST_F(StateDiskFaultTest, aStudyThatWasClosedIsNotRecoverable) {
-    for (const Kind& kind : kinds) {
+    for (const DiskFaultKind& kind : diskFaultKinds) {
         sweep(
             kind, [] {},
             [&] {
