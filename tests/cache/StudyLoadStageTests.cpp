@@ -17,10 +17,26 @@ using test::TestSeries;
 
 enum class Stage { Cache, Listing, Choice, Download, Decode, ArchiveRead, Archiving };
 
-constexpr std::pair<Stage, const char*> stages[] = {
-    {Stage::Cache, "cache"},        {Stage::Listing, "listing"}, {Stage::Choice, "series choice"},
-    {Stage::Download, "download"},  {Stage::Decode, "decode"},   {Stage::ArchiveRead, "archive read"},
-    {Stage::Archiving, "archiving"}};
+struct StageFacts {
+    Stage stage;
+    const char* name;
+    const char* title;     ///< that is shown where it begins
+    const char* staleLine; ///< of the log, where what comes of it is not wanted any more
+};
+constexpr char staleLoad[] = "Discarded stale Orthanc study load result";
+constexpr StageFacts stages[] = {
+    {Stage::Cache, "cache", "", "Discarded stale volume-cache load result"},
+    {Stage::Listing, "listing", "Selecting the fastest authorized study source...",
+     "Discarded stale Orthanc series-list result"},
+    {Stage::Choice, "series choice", "", ""},
+    {Stage::Download, "download", "Downloading DICOM instances", staleLoad},
+    {Stage::Decode, "decode", "Building diagnostic volume", staleLoad},
+    {Stage::ArchiveRead, "archive read", "Loading study from local DICOM archive", staleLoad},
+    {Stage::Archiving, "archiving", "", ""}};
+
+const StageFacts& factsOf(Stage stage) {
+    return stages[static_cast<std::size_t>(stage)];
+}
 
 /// Interrupts a load at each of its stages.
 class StudyLoadStageTest : public StudySourceTest {
@@ -69,8 +85,8 @@ protected:
                 ASSERT_TRUE(test::waitFor([&] { return done; }));
             QCoreApplication::processEvents();
             after(controller, recorder);
-            EXPECT_TRUE(test::waitFor([&] { return capture_->contains(staleLine(stage)); }))
-                << staleLine(stage);
+            EXPECT_TRUE(test::waitFor([&] { return capture_->contains(factsOf(stage).staleLine); }))
+                << factsOf(stage).staleLine;
         }
         service_->clearFaults();
         EXPECT_TRUE(QDir(tempFolder()).entryList({QStringLiteral("zorbel-viewer-session-*")}).isEmpty());
@@ -84,38 +100,12 @@ protected:
         } else if (stage != Stage::Cache) {
             QObject::connect(
                 &controller, &StudyLoadController::stageChanged, &controller,
-                [act, title = QString::fromLatin1(titleOf(stage))](const StudyLoadStage& shown) {
+                [act, title = QString::fromLatin1(factsOf(stage).title)](const StudyLoadStage& shown) {
                     if (shown.title == title)
                         act();
                 });
         }
     }
-    static const char* titleOf(Stage stage) {
-        switch (stage) {
-        case Stage::Listing:
-            return "Selecting the fastest authorized study source...";
-        case Stage::Download:
-            return "Downloading DICOM instances";
-        case Stage::Decode:
-            return "Building diagnostic volume";
-        default:
-            return "Loading study from local DICOM archive";
-        }
-    }
-    static const char* staleLine(Stage stage) {
-        switch (stage) {
-        case Stage::Cache:
-            return "Discarded stale volume-cache load result";
-        case Stage::Listing:
-            return "Discarded stale Orthanc series-list result";
-        case Stage::Choice:
-        case Stage::Archiving:
-            return "";
-        default:
-            return "Discarded stale Orthanc study load result";
-        }
-    }
-
     /// A load that ended without an image, or after its image.
     static void expectNoImage(Stage stage, const LoadRecorder& recorder) {
         EXPECT_EQ(recorder.images.size(), stage == Stage::Archiving ? 1u : 0u);
@@ -151,7 +141,7 @@ protected:
 };
 
 TEST_F(StudyLoadStageTest, anotherStudyTakesThePlaceOfTheFirst) {
-    for (const auto& [stage, name] : stages) {
+    for (const auto& [stage, name, title, staleLine] : stages) {
         SCOPED_TRACE(name);
         const std::size_t before = stage == Stage::Archiving ? 1 : 0;
         interrupt(
@@ -170,7 +160,7 @@ TEST_F(StudyLoadStageTest, anotherStudyTakesThePlaceOfTheFirst) {
 }
 
 TEST_F(StudyLoadStageTest, aCancelledLoadIsOverAndTheNextOneWorks) {
-    for (const auto& [stage, name] : stages) {
+    for (const auto& [stage, name, title, staleLine] : stages) {
         SCOPED_TRACE(name);
         interrupt(
             stage, [](StudyLoadController& controller) { controller.cancel(); },
@@ -190,7 +180,7 @@ TEST_F(StudyLoadStageTest, aCancelledLoadIsOverAndTheNextOneWorks) {
 }
 
 TEST_F(StudyLoadStageTest, closingEndsEverythingSilently) {
-    for (const auto& [stage, name] : stages) {
+    for (const auto& [stage, name, title, staleLine] : stages) {
         SCOPED_TRACE(name);
         for (const bool signOut : {false, true}) {
             interrupt(
@@ -203,7 +193,7 @@ TEST_F(StudyLoadStageTest, closingEndsEverythingSilently) {
                     controller.shutDown();
                 },
                 [&, at = stage](StudyLoadController&, LoadRecorder& recorder) {
-                    EXPECT_TRUE(test::waitFor([&] { return capture_->contains(staleLine(at)); }));
+                    EXPECT_TRUE(test::waitFor([&] { return capture_->contains(factsOf(at).staleLine); }));
                     test::settle();
                     expectNoImage(at, recorder);
                 });

@@ -26,7 +26,6 @@ protected:
     struct Opened {
         std::optional<OrthancImageLoadResult> result;
         QString failure;
-        QStringList statuses;
     };
 
     /// Opens, or loads anew, and waits for the end and for the archive.
@@ -43,7 +42,6 @@ protected:
             EXPECT_TRUE(recorder.waitForEnd());
         }
         Opened opened;
-        opened.statuses = recorder.statuses;
         if (!recorder.failures.empty())
             opened.failure = recorder.failures.front().text;
         if (!recorder.images.empty()) {

@@ -25,43 +25,28 @@ protected:
 };
 
 TEST_F(StudyArchiveReaderTest, EveryDamageOfTheFilesIsFound) {
-    const std::function<void()> damages[] = {
-        [&] { fs::remove(file("a")); },
+    std::vector<std::function<void()>> damages{
         [&] { test::writeFile(file("a"), "first, olD"); },
         [&] { test::writeFile(file("a"), "first, old and longer"); },
-        [&] { fs::resize_file(file("b"), 69'999); },
-        [&] { test::writeFile(file("c"), ""); },
+        [&] { fs::resize_file(file("b"), 69'999); }, [&] { test::writeFile(file("c"), ""); },
         [&] {
             fs::rename(file("a"), root / "x");
             fs::rename(file("b"), file("a"));
             fs::rename(root / "x", file("b"));
-        },
-        [&] {
-            fs::remove(file("a"));
-            fs::create_directory(file("a"));
-        },
-        [&] { // even one that leads to the right bytes
-            fs::rename(file("a"), root / "x");
-            fs::create_symlink(root / "x", file("a"));
-        },
-        [&] {
-            fs::remove(file("c"));
-            ASSERT_EQ(mkfifo(file("c").c_str(), 0600), 0);
-        },
-        [&] { fs::remove(manifest()); },
-        [&] {
-            fs::remove(manifest());
-            fs::create_directory(manifest());
-        },
-        [&] {
-            fs::rename(manifest(), root / "x");
-            fs::create_symlink(root / "x", manifest());
-        },
-        [&] {
-            fs::remove(manifest());
-            ASSERT_EQ(mkfifo(manifest().c_str(), 0600), 0);
-        },
-    };
+        }};
+    for (const fs::path& path : {file("a"), manifest()}) {
+        // In its place: nothing, a folder, a pipe, and a link, even one that leads to the right bytes.
+        const auto inItsPlace = [&](const std::function<void()>& put) {
+            damages.push_back([=, this] {
+                fs::rename(path, root / "x");
+                put();
+            });
+        };
+        inItsPlace([] {});
+        inItsPlace([=] { fs::create_directory(path); });
+        inItsPlace([=] { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); });
+        inItsPlace([=, this] { fs::create_symlink(root / "x", path); });
+    }
     int number = 0;
     for (const auto& damage : damages) {
         SCOPED_TRACE("damage " + std::to_string(number++));
