@@ -1,8 +1,5 @@
 #include "cache/StudyArchives.h"
-#include "demo/DemoService.h"
-#include "tests/cache/TestSeries.h"
-#include "tests/support/SignedInClient.h"
-#include "tests/support/Waiting.h"
+#include "tests/cache/LoadRecorder.h"
 #include "viewer/window/MainWindow.h"
 
 #include <QAbstractButton>
@@ -11,37 +8,25 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QToolButton>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 
 namespace zorbel {
 namespace {
 
-class MainWindowTest : public testing::Test {
+class MainWindowTest : public test::StudyLoadTest {
 protected:
     void SetUp() override {
-        service_.start();
-        client_ = test::signedInClient(service_);
+        StudyLoadTest::SetUp();
         window_ = std::make_unique<MainWindow>(client_, MainWindowOptions{});
         window_->show();
     }
-
-    StudyIdentity upload(const test::TestSeries& series) {
-        const auto folder = std::filesystem::path(folder_.path().toStdString()) / series.study;
-        series.write(folder);
-        EXPECT_TRUE(service_.uploadFolder(folder).failures.empty());
-        const QString uid = QString::fromStdString(series.studyUid());
-        for (const auto& row : client_->listStudies({}, 200))
-            if (row.studyInstanceUID == uid)
-                return identityOf(row);
-        ADD_FAILURE() << "the uploaded study is not listed";
-        return {};
+    void TearDown() override {
+        window_.reset();
+        StudyLoadTest::TearDown();
     }
+
     bool open(const StudyIdentity& study) {
         QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);
         const ViewerStudySummary row = summaryOf(study);
@@ -55,9 +40,6 @@ protected:
     }
     QString text(const char* name) { return window_->findChild<QLabel*>(QString::fromLatin1(name))->text(); }
 
-    demo::DemoService service_;
-    QTemporaryDir folder_;
-    std::shared_ptr<ZorbelApiClient> client_;
     std::unique_ptr<MainWindow> window_;
 };
 
@@ -65,7 +47,7 @@ TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
     EXPECT_EQ(window_->windowTitle(), QStringLiteral("Zorbel Diagnostic Viewer — Clinical Workspace"));
     EXPECT_EQ(text("statusText"), QStringLiteral("Ready"));
     EXPECT_EQ(text("identityText"), QStringLiteral("Rita Reader  •  Demo Dental Clinic"));
-    const auto volume = upload({.study = "volume"});
+    const auto volume = upload({{.study = "volume"}});
     ASSERT_TRUE(open(volume));
     EXPECT_EQ(
         text("statusText"),
@@ -76,8 +58,8 @@ TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
     EXPECT_FALSE(window_->findChild<QProgressBar*>(QStringLiteral("statusBusy"))->isVisible());
 
     // Higher than wide, and no orientation in the file: a panorama that has to be turned.
-    const auto panorama =
-        upload({.study = "panorama", .description = "PANORAMIC", .modality = "PX", .slices = 1, .rows = 64});
+    const auto panorama = upload(
+        {{.study = "panorama", .description = "PANORAMIC", .modality = "PX", .slices = 1, .rows = 64}});
     ASSERT_TRUE(open(panorama));
     EXPECT_EQ(
         text("statusText"),
@@ -93,10 +75,10 @@ TEST_F(MainWindowTest, saysWhatIsShownAndWhereItCameFrom) {
 }
 
 TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
-    const auto shown = upload({.study = "shown"});
-    const auto broken = upload({.study = "broken", .slices = 7});
+    const auto shown = upload({{.study = "shown"}});
+    const auto broken = upload({{.study = "broken", .slices = 7}});
     ASSERT_TRUE(open(shown));
-    service_.setFault(demo::Fault::error("*/viewer-proxy/studies/*", 503, "Under maintenance", ""));
+    service_->setFault(demo::Fault::error("*/viewer-proxy/studies/*", 503, "Under maintenance", ""));
     window_->openStudy(broken);
     const auto box = [this] { return window_->findChild<QMessageBox*>(QStringLiteral("loadFailureBox")); };
     ASSERT_TRUE(test::waitFor([&] { return box() != nullptr; }));
@@ -105,7 +87,7 @@ TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
     EXPECT_TRUE(text("viewerSubtitle").endsWith(uidOf(shown)));
     box()->button(QMessageBox::Ok)->click();
 
-    service_.clearFaults();
+    service_->clearFaults();
     QSignalSpy displayed(window_.get(), &MainWindow::studyDisplayed);
     QTest::mouseClick(window_->findChild<QToolButton*>(QStringLiteral("toolbar-retry")), Qt::LeftButton);
     ASSERT_TRUE(test::waitFor(displayed));
@@ -113,7 +95,7 @@ TEST_F(MainWindowTest, keepsTheShownStudyWhenTheNextOneFailsAndRetries) {
 }
 
 TEST_F(MainWindowTest, asksWhetherToOpenTheCopyOfAStudyThatTheServiceDoesNotServe) {
-    const auto study = upload({.study = "kept"});
+    const auto study = upload({{.study = "kept"}});
     MainWindowOptions options;
     options.loading.storage.emplace(
         std::filesystem::path(folder_.path().toStdString()) / "cache", StorageScope::of("clinic", "reader"));
