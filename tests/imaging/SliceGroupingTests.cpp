@@ -38,6 +38,17 @@ protected:
             slice({0, 0, z}).write(nextFile());
     }
     std::vector<ImageBlock> blocks() const { return DicomSeriesReader::analyze(folder_.files()).blocks; }
+    /// Two blocks, each of the frames of one acquisition, whose voxels all hold the same.
+    std::vector<ImageBlock> twoAcquisitions(std::size_t frames) const {
+        const auto result = blocks();
+        EXPECT_EQ(result.size(), 2U);
+        for (const ImageBlock& block : result) {
+            EXPECT_EQ(block.frameCount(), frames);
+            const auto image = DicomSeriesReader::load(block);
+            EXPECT_EQ(image->metadata().minimum, image->metadata().maximum) << "frames of both are mixed";
+        }
+        return result;
+    }
 };
 
 std::string detailsOf(const ImageBlock& block, SplitReasonType type) {
@@ -190,13 +201,7 @@ TEST_F(SliceGrouping, InterleavedAcquisitionsComeApart) {
             .text({0x0020, 0x0012}, VR::IS, std::to_string(3 - first))
             .write(nextFile());
     }
-    const auto result = blocks();
-    ASSERT_EQ(result.size(), 2U);
-    for (const ImageBlock& block : result) {
-        EXPECT_EQ(block.frameCount(), 6U);
-        const auto image = DicomSeriesReader::load(block);
-        EXPECT_EQ(image->metadata().minimum, image->metadata().maximum) << "frames of two acquisitions mixed";
-    }
+    twoAcquisitions(6);
 }
 
 TEST_F(SliceGrouping, AcquisitionsBetweenEachOthersSlicesComeApart) {
@@ -205,14 +210,9 @@ TEST_F(SliceGrouping, AcquisitionsBetweenEachOthersSlicesComeApart) {
             slice({0, 0, i + 0.3 * acquisition}, acquisition)
                 .text({0x0020, 0x0012}, VR::IS, std::to_string(acquisition))
                 .write(nextFile());
-    const auto result = blocks();
-    ASSERT_EQ(result.size(), 2U);
-    for (const ImageBlock& block : result) {
-        EXPECT_EQ(block.frameCount(), 8U);
+    for (const ImageBlock& block : twoAcquisitions(8)) {
         EXPECT_EQ(detailsOf(block, SplitReasonType::OverlappingFrames), "2 interleaved acquisitions");
         EXPECT_NEAR(block.geometry.spacing()[2], 1.0, 1e-9);
-        const auto image = DicomSeriesReader::load(block);
-        EXPECT_EQ(image->metadata().minimum, image->metadata().maximum) << "frames of two acquisitions mixed";
     }
 }
 
@@ -220,13 +220,7 @@ TEST_F(SliceGrouping, AcquisitionsWithoutAnyNumberComeApartByInstanceNumber) {
     for (int pass = 0; pass < 2; ++pass)
         for (int i = 0; i < 5; ++i)
             slice({0, 0, i * 1.0}, pass).write(nextFile());
-    const auto result = blocks();
-    ASSERT_EQ(result.size(), 2U);
-    for (const ImageBlock& block : result) {
-        EXPECT_EQ(block.frameCount(), 5U);
-        const auto image = DicomSeriesReader::load(block);
-        EXPECT_EQ(image->metadata().minimum, image->metadata().maximum);
-    }
+    twoAcquisitions(5);
 }
 
 TEST_F(SliceGrouping, ATiltedGantryShearsTheGrid) {

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <numbers>
 
 namespace zorbel {
@@ -20,7 +19,6 @@ using imaging::operator+;
 
 class WorkspaceMeasurementTest : public test::ReadingWindowTest {
 protected:
-    ToolLayer& overlay(int plane) { return *child<ToolLayer>(planeName(plane) + QStringLiteral("Tools")); }
     const MeasurementList& list() { return workspace_->measurements().list(); }
     MeasurementValues values(const Measurement& measurement) {
         return workspace_->measurements().valuesOf(measurement);
@@ -49,9 +47,9 @@ TEST_F(WorkspaceMeasurementTest, measuresLengthsTrulyInEveryPlaneAtEveryZoom) {
     int expected = 0;
     for (int plane = 0; plane < 3; ++plane)
         for (const double zoom : {1.0, 2.5, 0.5}) {
-            turnWheel(overlay(plane), 1); // away from the one before, whose handle this would take
+            turnWheel(tools(plane), 1); // away from the one before, whose handle this would take
             view(plane).zoomBy(zoom, crosshairIn(plane));
-            drag(overlay(plane), {at(plane, -6.0, -2.0), at(plane, 0.0, 0.0), at(plane, 2.0, 4.0)});
+            drag(tools(plane), {at(plane, -6.0, -2.0), at(plane, 0.0, 0.0), at(plane, 2.0, 4.0)});
             ASSERT_EQ(list().measurements().size(), static_cast<std::size_t>(++expected));
             const auto& length = list().measurements().back();
             EXPECT_NEAR(values(length).length, 10.0, 1e-6) << plane << " at " << zoom;
@@ -69,13 +67,13 @@ TEST_F(WorkspaceMeasurementTest, placesEachToolByClicksAndReadsItsValue) {
     showVolume();
     click("rail-angle");
     for (const QPointF& point : {at(0, 8.0, 0.0), at(0, 0.0, 0.0), at(0, 0.0, 8.0)})
-        clickAt(overlay(0), point);
+        clickAt(tools(0), point);
     press(Qt::Key_B);
-    clickAt(overlay(0), at(0, 3.2, -7.2));
+    clickAt(tools(0), at(0, 3.2, -7.2));
     press(Qt::Key_K);
-    drag(overlay(0), {at(0, -5.0, -2.0), at(0, 5.0, 2.0)});
+    drag(tools(0), {at(0, -5.0, -2.0), at(0, 5.0, 2.0)});
     click("rail-ellipse-roi");
-    drag(overlay(0), {at(0, -10.0, -5.0), at(0, 10.0, 5.0)});
+    drag(tools(0), {at(0, -10.0, -5.0), at(0, 10.0, 5.0)});
     ASSERT_EQ(list().measurements().size(), 4u);
     EXPECT_EQ(values(list().measurements()[0]).label, "90.0 deg");
     // The volume's values rise by 20 a column of 0.8 mm and by 2 a row of 0.9 mm.
@@ -101,12 +99,12 @@ TEST_F(WorkspaceMeasurementTest, showsAMeasurementOnlyWhereItWasDrawnAndGoesBack
                                       arm.x() * std::cos(angle) - arm.y() * std::sin(angle),
                                       arm.x() * std::sin(angle) + arm.y() * std::cos(angle))});
     press(Qt::Key_L);
-    drag(overlay(1), {at(1, -4.0, 0.0), at(1, 4.0, 0.0)});
+    drag(tools(1), {at(1, -4.0, 0.0), at(1, 4.0, 0.0)});
     ASSERT_EQ(list().measurements().size(), 1u);
     EXPECT_NEAR(values(list().measurements()[0]).length, 8.0, 1e-6);
     EXPECT_TRUE(row(0).contains(QStringLiteral("oblique")));
     EXPECT_TRUE(mpr().shows(list().measurements()[0]));
-    turnWheel(overlay(1), 5);
+    turnWheel(tools(1), 5);
     EXPECT_FALSE(mpr().shows(list().measurements()[0]));
     workspace_->perform(ReadingAction::ResetViews, 0);
     EXPECT_FALSE(mpr().shows(list().measurements()[0]));
@@ -119,23 +117,23 @@ TEST_F(WorkspaceMeasurementTest, showsAMeasurementOnlyWhereItWasDrawnAndGoesBack
 TEST_F(WorkspaceMeasurementTest, editsCancelsDeletesAndHides) {
     showVolume();
     press(Qt::Key_L);
-    drag(overlay(0), {at(0, -5.0, 0.0), at(0, 5.0, 0.0)});
-    drag(overlay(0), {at(0, 5.0, 0.0), at(0, 7.0, 0.0)}); // the handle, not another line
+    drag(tools(0), {at(0, -5.0, 0.0), at(0, 5.0, 0.0)});
+    drag(tools(0), {at(0, 5.0, 0.0), at(0, 7.0, 0.0)}); // the handle, not another line
     ASSERT_EQ(list().measurements().size(), 1u);
     EXPECT_NEAR(values(list().measurements()[0]).length, 12.0, 1e-6);
-    clickAt(overlay(0), at(0, 0.0, 9.0));
+    clickAt(tools(0), at(0, 0.0, 9.0));
     press(Qt::Key_Escape);
     EXPECT_EQ(status(), "Measurement cancelled");
     EXPECT_EQ(list().measurements().size(), 1u);
-    const auto shownLength = [this] { return overlay(0).grab(overlay(0).rect()).toImage(); };
+    const auto shownLength = [this] { return tools(0).grab(tools(0).rect()).toImage(); };
     press(Qt::Key_Escape);
     const QImage labelled = shownLength();
     press(Qt::Key_H); // the labels go, the measurements stay in the hand's reach
     EXPECT_NE(shownLength(), labelled);
-    drag(overlay(0), {at(0, 7.0, 0.0), at(0, 5.0, 0.0)});
+    drag(tools(0), {at(0, 7.0, 0.0), at(0, 5.0, 0.0)});
     EXPECT_NEAR(values(list().measurements()[0]).length, 10.0, 1e-6);
     press(Qt::Key_H);
-    doubleClick(overlay(0), at(0, 0.0, 15.0)); // maximises as ever, and leaves no point behind
+    doubleClick(tools(0), at(0, 0.0, 15.0)); // maximises as ever, and leaves no point behind
     EXPECT_EQ(status(), "Axial maximised");
     press(Qt::Key_Space);
     test::settle();
@@ -145,10 +143,10 @@ TEST_F(WorkspaceMeasurementTest, editsCancelsDeletesAndHides) {
     EXPECT_FALSE(child<QWidget>(QStringLiteral("measurementPanel"))->isVisible());
 
     press(Qt::Key_L);
-    drag(overlay(0), {at(0, -5.0, 0.0), at(0, 5.0, 0.0)});
+    drag(tools(0), {at(0, -5.0, 0.0), at(0, 5.0, 0.0)});
     const Vector3 before = crosshair();
     press(Qt::Key_W); // without a measuring tool the mouse goes through
-    drag(overlay(0), {at(0, 5.0, 0.0), at(0, 9.0, 0.0)});
+    drag(tools(0), {at(0, 5.0, 0.0), at(0, 9.0, 0.0)});
     EXPECT_NEAR(values(list().measurements()[0]).length, 10.0, 1e-6);
     test::expectNear(crosshair(), before);
     workspace_->reset();
@@ -185,15 +183,10 @@ protected:
     static std::shared_ptr<const imaging::Image> jaw(const demo::JawPhantom& phantom) {
         const auto grid = demo::JawPhantom::jawGrid();
         const auto values = phantom.rasterize(grid, 40.0);
-        auto voxels = std::make_shared<std::byte[]>(values.size() * sizeof(std::int16_t));
-        std::memcpy(voxels.get(), values.data(), values.size() * sizeof(std::int16_t));
-        imaging::ImageMetadata metadata;
-        const auto [low, high] = std::minmax_element(values.begin(), values.end());
-        metadata.minimum = *low;
-        metadata.maximum = *high;
-        return std::make_shared<imaging::Image>(
+        std::size_t next = 0; // as it is asked for, columns first
+        return imaging::test::makeImage<std::int16_t>(
             imaging::ImageGeometry(grid.size, grid.origin, {1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, grid.spacing),
-            imaging::VoxelType::Int16, 1, voxels, values.size() * sizeof(std::int16_t), metadata);
+            imaging::VoxelType::Int16, [&](int, int, int) { return values[next++]; });
     }
     /// Draws with the current tool through these points of the axial plane; returns the new measurement.
     const Measurement& draw(const std::vector<Vector3>& points, bool byDragging) {
@@ -201,10 +194,10 @@ protected:
         for (const Vector3& point : points)
             way.push_back(view(0).worldToWidget(point));
         if (byDragging)
-            drag(overlay(0), way);
+            drag(tools(0), way);
         else
             for (const QPointF& position : way)
-                clickAt(overlay(0), position);
+                clickAt(tools(0), position);
         return list().measurements().back();
     }
 };
