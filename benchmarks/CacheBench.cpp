@@ -1,5 +1,6 @@
 #include "benchmarks/CacheBench.h"
 
+#include "base/digest/Sha256.h"
 #include "benchmarks/BenchGround.h"
 #include "benchmarks/ProcessMemory.h"
 #include "benchmarks/Statistics.h"
@@ -7,7 +8,6 @@
 #include "cache/SessionWorkspace.h"
 #include "cache/archive/StudyArchiveTransaction.h"
 #include "cache/storage/ViewerStorage.h"
-#include "cache/volume/Sha256.h"
 #include "cache/volume/VolumeCacheManifest.h"
 #include "cache/volume/VolumeCacheReader.h"
 #include "cache/writer/VolumeCacheWriter.h"

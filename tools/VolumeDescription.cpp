@@ -1,6 +1,6 @@
 #include "tools/VolumeDescription.h"
 
-#include "cache/volume/Sha256.h"
+#include "base/digest/Sha256.h"
 #include "imaging/display/VisitVoxels.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "cache/archive/InstanceDigest.h"
 
 #include "base/WorkCancelled.h"
-#include "cache/volume/Sha256.h"
+#include "base/digest/Sha256.h"
 #include "platform/RegularFile.h"
 
 #include <optional>

@@ -1,6 +1,6 @@
 #include "cache/storage/StorageScope.h"
 
-#include "cache/volume/Sha256.h"
+#include "base/digest/Sha256.h"
 
 #include <algorithm>
 #include <span>

@@ -3,7 +3,7 @@
 #include "app/log/Logger.h"
 #include "base/PathText.h"
 #include "base/WorkCancelled.h"
-#include "cache/volume/Sha256.h"
+#include "base/digest/Sha256.h"
 #include "platform/RegularFile.h"
 
 #include <algorithm>

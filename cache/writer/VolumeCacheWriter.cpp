@@ -1,7 +1,7 @@
 #include "cache/writer/VolumeCacheWriter.h"
 
 #include "base/WorkerPool.h"
-#include "cache/volume/Sha256.h"
+#include "base/digest/Sha256.h"
 #include "cache/volume/VolumeCacheManifest.h"
 #include "imaging/display/VisitVoxels.h"
 #include "platform/PrivateFile.h"

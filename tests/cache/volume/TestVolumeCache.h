@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cache/volume/Sha256.h"
+#include "base/digest/Sha256.h"
 #include "tests/support/Files.h"
 
 #include <nlohmann/json.hpp>

@@ -1,4 +1,4 @@
-#include "cache/volume/Sha256.h"
+#include "base/digest/Sha256.h"
 
 #include <openssl/evp.h>
 
