@@ -140,6 +140,7 @@ void WordReport::take(WordDocumentFile::Look seen) {
 void WordReport::takeWhole(WordDocumentFile::Contents contents) {
     if (contents.sha256 == record_.syncedSha256) {
         failedSha256_.clear();
+        toldReason_.clear();
         retry_.stop();
         setState(State::Synced);
         return;

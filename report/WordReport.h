@@ -45,8 +45,10 @@ public:
     const WordWorkingFolder& folder() const { return folder_; }
     State state() const { return state_; }
     bool isSynced() const { return state_ == State::Synced; }
-    /// Of the last attempt, while state() is Failed.
+    /// Of the last attempt that failed.
     const WordSyncFailure& failure() const { return failure_; }
+    /// A save did not arrive, and nothing has since.
+    bool isOverdue() const { return !toldReason_.isEmpty(); }
     /// The document is not where it was, or cannot be read.
     bool isDocumentMissing() const { return missing_; }
 

@@ -26,8 +26,8 @@ public:
     /// Whether the same user is signed in again.
     virtual void signInAgain(Answer answer) = 0;
     virtual void warn(const QString& title, const QString& text) = 0;
-    /// In the program that the system has for such documents. False where there is none.
-    virtual bool openDocument(const std::filesystem::path& document) = 0;
+    /// In the program that the system has for such documents; whether there is one.
+    virtual void openDocument(const std::filesystem::path& document, Answer opened) = 0;
 };
 
 } // namespace zorbel

@@ -56,6 +56,10 @@ bool isEmpty(const ReportPacket& packet) {
     return packet.findings.empty() && packet.measurements.empty() && packet.keyImages.empty();
 }
 
+QString noWordProcessorText() {
+    return QStringLiteral("Microsoft Word could not be opened. Check the .docx file association.");
+}
+
 QString unexpectedText() {
     return QStringLiteral("Unexpected error while preparing the Word report.");
 }
@@ -275,17 +279,19 @@ void WordReportWorkflow::write(
 void WordReportWorkflow::present(const std::shared_ptr<Opening>& opening) {
     activate(newReport(*opening->folder, opening->record));
     setPreparing(false);
-    if (!prompts_.openDocument(active_->folder().document())) {
-        openFailed(QStringLiteral("Microsoft Word could not be opened. Check the .docx file association."));
-        return;
-    }
-    record_(
-        QStringLiteral("DESKTOP_WORD_REPORT_OPEN"), qtText(opening->record.study.studyInstanceUid),
-        {{QStringLiteral("reportId"), opening->session.reportId},
-         {QStringLiteral("sessionId"), opening->session.sessionId}});
-    Q_EMIT statusText(
-        QStringLiteral("Word report open. Save in Word to create an immutable Zorbel version.") +
-        opening->added);
+    prompts_.openDocument(active_->folder().document(), [this, opening](bool opened) {
+        if (!opened) {
+            openFailed(noWordProcessorText());
+            return;
+        }
+        record_(
+            QStringLiteral("DESKTOP_WORD_REPORT_OPEN"), qtText(opening->record.study.studyInstanceUid),
+            {{QStringLiteral("reportId"), opening->session.reportId},
+             {QStringLiteral("sessionId"), opening->session.sessionId}});
+        Q_EMIT statusText(
+            QStringLiteral("Word report open. Save in Word to create an immutable Zorbel version.") +
+            opening->added);
+    });
 }
 
 void WordReportWorkflow::openFailed(const WordSyncFailure& failure, const WordReportRequest& request) {
@@ -311,11 +317,13 @@ void WordReportWorkflow::openFailed(const QString& reason) {
 void WordReportWorkflow::reopen() {
     if (!active_)
         return;
-    if (!prompts_.openDocument(active_->folder().document()))
-        openFailed(QStringLiteral("Microsoft Word could not be opened. Check the .docx file association."));
-    else
-        Q_EMIT statusText(
-            QStringLiteral("The active Word report was reopened. Save in Word to sync it with Zorbel."));
+    prompts_.openDocument(active_->folder().document(), [this](bool opened) {
+        if (!opened)
+            openFailed(noWordProcessorText());
+        else
+            Q_EMIT statusText(
+                QStringLiteral("The active Word report was reopened. Save in Word to sync it with Zorbel."));
+    });
 }
 
 void WordReportWorkflow::setPreparing(bool preparing) {

@@ -145,9 +145,9 @@ public:
         answer(true);
     }
     void warn(const QString&, const QString& text) override { warnings.append(text); }
-    bool openDocument(const std::filesystem::path& document) override {
+    void openDocument(const std::filesystem::path& document, Answer answer) override {
         opened.push_back(document);
-        return hasWordProcessor;
+        answer(hasWordProcessor);
     }
 
     std::optional<int> choice = 2;

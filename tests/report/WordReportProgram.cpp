@@ -55,7 +55,7 @@ class Reader : public WordReportPrompts {
     void askAboutConflict(const QString&, Answer answer) override { answer(true); }
     void signInAgain(Answer answer) override { answer(true); }
     void warn(const QString&, const QString&) override {}
-    bool openDocument(const fs::path&) override { return true; }
+    void openDocument(const fs::path&, Answer answer) override { answer(true); }
 };
 
 } // namespace
