@@ -4,35 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
-#include <utility>
 
 namespace zorbel {
 namespace {
 
 LayoutModel shownVolume() {
     return LayoutModel(mprViewports());
-}
-
-TEST(CellPlan, fillsTheGridOfEveryLayoutWithoutGapsOrOverlaps) {
-    for (const Layout layout : {Layout::Quad, Layout::Single, Layout::SideBySide, Layout::PrimaryPlusThree}) {
-        for (int primary = AxialViewport; primary <= VolumeViewport; ++primary) {
-            const CellPlan plan = cellPlan(mprViewports(), layout, primary);
-            std::map<std::pair<int, int>, int> taken;
-            for (const auto& cell : plan.cells) {
-                EXPECT_EQ(cell.visible, cell.rowSpan > 0);
-                for (int row = cell.row; row < cell.row + cell.rowSpan; ++row)
-                    for (int column = cell.column; column < cell.column + cell.columnSpan; ++column)
-                        ++taken[{row, column}];
-            }
-            EXPECT_EQ(taken.size(), static_cast<std::size_t>(plan.rows() * plan.columns()));
-            for (const auto& [place, times] : taken) {
-                EXPECT_EQ(times, 1) << layoutName(layout) << " around " << primary;
-                EXPECT_LT(place.first, plan.rows());
-                EXPECT_LT(place.second, plan.columns());
-            }
-        }
-    }
 }
 
 TEST(LayoutModel, buildsShortcutLayoutsAroundTheActivePlaneButNeverAroundTheVolume) {

@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <zlib.h>
 
-#include <array>
 #include <filesystem>
 #include <span>
 #include <stdexcept>
@@ -40,30 +39,28 @@ inline std::string compressed(std::string bytes, int windowBits = gzipWindow, in
 /// members, so that all are of one size.
 class TestVolumeCache {
 public:
-    explicit TestVolumeCache(std::array<int, 3> size = {4, 3, 6}, int chunkSlices = 2) {
-        const auto sliceBytes = static_cast<std::size_t>(2 * size[0] * size[1]);
-        for (std::size_t i = 0; i < sliceBytes * static_cast<std::size_t>(size[2]); ++i)
+    TestVolumeCache() {
+        constexpr std::size_t chunkBytes = 48; // 4 × 3 × 6 int16 in chunks of two slices
+        for (std::size_t i = 0; i < 3 * chunkBytes; ++i)
             voxels += static_cast<char>(i * 31 + i / 7);
         manifest = {
             {"version", "volume-cache-manifest.v1"},
             {"studyInstanceUID", "1.2.3"},
             {"dtype", "int16"},
-            {"dimensions", size},
+            {"dimensions", {4, 3, 6}},
             {"spacing", {0.5, 0.25, 1.5}},
             {"origin", {-10.0, 20, 30.5}},
             {"direction", {1, 0, 0, 0, 1, 0, 0, 0, 1}},
             {"chunks", Json::array()}};
-        for (int first = 0; first < size[2]; first += chunkSlices) {
-            const int slices = std::min(chunkSlices, size[2] - first);
-            const std::string part = voxels.substr(
-                static_cast<std::size_t>(first) * sliceBytes, static_cast<std::size_t>(slices) * sliceBytes);
+        for (std::size_t chunk = 0; chunk < 3; ++chunk) {
+            const std::string part = voxels.substr(chunk * chunkBytes, chunkBytes);
             manifest["chunks"].push_back(
-                {{"index", manifest["chunks"].size()},
-                 {"startSlice", first},
-                 {"endSlice", first + slices - 1},
+                {{"index", chunk},
+                 {"startSlice", 2 * chunk},
+                 {"endSlice", 2 * chunk + 1},
                  {"uncompressedByteLength", part.size()},
                  {"compression", "gzip"}});
-            putChunk(manifest["chunks"].size() - 1, compressed(part));
+            putChunk(chunk, compressed(part));
         }
         save();
     }
