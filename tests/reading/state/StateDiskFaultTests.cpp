@@ -120,7 +120,7 @@ TEST_F(StateDiskFaultTest, aFailedCaptureLeavesTheListAndNoFile) {
 TEST_F(StateDiskFaultTest, aRemovedPictureIsInTheListWithItsFileOrInNeither) {
     const auto png = pngBytes(std::string(10000, 'p'));
     KeyImageList before;
-    for (const Kind& kind : kinds) {
+    for (const DiskFaultKind& kind : diskFaultKinds) {
         sweep(
             kind,
             [&] {
