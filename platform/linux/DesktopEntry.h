@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zorbel {
 
@@ -13,5 +14,9 @@ std::string linkHandlerDesktopEntry(const std::filesystem::path& executable);
 /// stays as it is.
 std::string
 withDefaultApplication(std::string_view mimeApps, std::string_view mimeType, std::string_view desktopFile);
+
+/// The program and its arguments with which a desktop entry opens the file; empty when it cannot, or wants a
+/// terminal.
+std::vector<std::string> openingCommand(std::string_view desktopEntry, const std::filesystem::path& file);
 
 } // namespace zorbel

@@ -1,13 +1,20 @@
 #include "platform/DocumentHandler.h"
 
+#include "platform/linux/DesktopEntry.h"
+
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -19,8 +26,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Empty when no folder of PATH holds such a program.
+/// Empty when there is no such program, in PATH unless the name is a whole path.
 fs::path programInPath(std::string_view name) {
+    if (name.starts_with('/')) {
+        return access(std::string(name).c_str(), X_OK) == 0 ? name : std::string_view();
+    }
     const char* variable = std::getenv("PATH");
     std::string_view folders = variable != nullptr ? variable : "/usr/local/bin:/usr/bin:/bin";
     while (!folders.empty()) {
@@ -36,37 +46,63 @@ fs::path programInPath(std::string_view name) {
     return {};
 }
 
-/// Whether xdg-open would find a program: it tells nobody when it does not, and may show the package in a
-/// browser instead.
-bool desktopHasHandler() {
+/// The desktop's default for Word documents, such as "libreoffice-writer.desktop"; empty when it has none.
+std::string defaultHandler() {
     FILE* answer = popen(
         "xdg-mime query default application/vnd.openxmlformats-officedocument.wordprocessingml.document "
         "2>/dev/null",
         "re");
     if (answer == nullptr) {
-        return false;
+        return {};
     }
     std::array<char, 256> text{};
-    const bool named = fread(text.data(), 1, text.size(), answer) > 1;
+    std::string name(text.data(), fread(text.data(), 1, text.size(), answer));
     pclose(answer);
-    return named;
+    return name.substr(0, name.find_first_of("\n;"));
 }
 
-[[noreturn]] void becomeProgram(const char* program, const char* document, int report) {
+/// The text of an installed desktop entry, empty when it is not found.
+std::string installedEntry(const std::string& name) {
+    const auto variable = [](const char* key, std::string fallback) {
+        const char* value = std::getenv(key);
+        return value != nullptr && *value != '\0' ? std::string(value) : std::move(fallback);
+    };
+    const std::string folders = variable("XDG_DATA_HOME", variable("HOME", "") + "/.local/share") + ":" +
+                                variable("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    std::istringstream list(folders);
+    for (std::string folder; std::getline(list, folder, ':');) {
+        std::ifstream file(fs::path(folder) / "applications" / name, std::ios::binary);
+        std::string text{std::istreambuf_iterator<char>(file), {}};
+        if (!text.empty()) {
+            return text;
+        }
+    }
+    return {};
+}
+
+[[noreturn]] void becomeProgram(const char* program, char* const* arguments, int report) {
     setsid();
     sigset_t none;
     sigemptyset(&none);
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
     signal(SIGPIPE, SIG_DFL);
-    const std::array<char*, 3> arguments{const_cast<char*>(program), const_cast<char*>(document), nullptr};
-    execv(program, arguments.data());
+    execv(program, arguments);
     const int reason = errno;
     [[maybe_unused]] const ssize_t told = write(report, &reason, sizeof reason);
     _exit(127);
 }
 
 /// As a grandchild, so that nobody has to wait for its end.
-bool startDetached(const fs::path& program, const fs::path& document) {
+bool startDetached(std::vector<std::string> command) {
+    const fs::path program = command.empty() ? fs::path() : programInPath(command[0]);
+    if (program.empty()) {
+        return false;
+    }
+    std::vector<char*> arguments;
+    for (std::string& word : command) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
     std::array<int, 2> report{};
     if (pipe2(report.data(), O_CLOEXEC) != 0) {
         return false;
@@ -75,7 +111,7 @@ bool startDetached(const fs::path& program, const fs::path& document) {
     if (child == 0) {
         const pid_t grandchild = fork();
         if (grandchild == 0) {
-            becomeProgram(program.c_str(), document.c_str(), report[1]);
+            becomeProgram(program.c_str(), arguments.data(), report[1]);
         }
         _exit(grandchild < 0 ? 1 : 0);
     }
@@ -95,13 +131,15 @@ bool startDetached(const fs::path& program, const fs::path& document) {
 bool openDocument(const fs::path& document) noexcept {
     try {
         const fs::path whole = fs::absolute(document);
-        const fs::path desktop = programInPath("xdg-open");
-        if (!desktop.empty() && desktopHasHandler() && startDetached(desktop, whole)) {
+        // xdg-open may look into the file and show one whose parts are in an unusual order in a browser, and
+        // tells nobody when it finds no program.
+        const std::string handler = defaultHandler();
+        if (!handler.empty() && (startDetached(openingCommand(installedEntry(handler), whole)) ||
+                                 startDetached({"xdg-open", whole.string()}))) {
             return true;
         }
         for (const char* name : {"libreoffice", "soffice", "lowriter"}) {
-            const fs::path program = programInPath(name);
-            if (!program.empty() && startDetached(program, whole)) {
+            if (startDetached({name, whole.string()})) {
                 return true;
             }
         }

@@ -1,4 +1,5 @@
 #include "platform/DocumentHandler.h"
+#include "platform/linux/DesktopEntry.h"
 #include "tests/platform/TestFolder.h"
 
 #include <chrono>
@@ -20,9 +21,11 @@ protected:
         fs::create_directories(folder / "bin");
         fs::create_directories(folder / "Müller's work");
         setenv("PATH", (folder / "bin").c_str(), 1);
+        setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
     }
     void TearDown() override {
         setenv("PATH", before.c_str(), 1);
+        unsetenv("XDG_DATA_HOME");
         TestFolder::TearDown();
     }
 
@@ -61,17 +64,43 @@ TEST_F(DocumentHandlerTest, TakesTheDesktopsHandlerElseLibreOffice) {
     // In a session of its own: Ctrl+C in the terminal is not for it.
     EXPECT_NE(std::atoi(first.c_str() + first.rfind('|') + 1), getsid(0));
 
-    addProgram("xdg-open");
     add("xdg-mime", "");
     ASSERT_TRUE(openDocument(document));
     EXPECT_EQ(told().rfind("soffice|", 0), 0U) << "a desktop without a handler";
     add("xdg-mime", "test \"$1 $2\" = 'query default' && echo writer.desktop");
+    addProgram("xdg-open");
     ASSERT_TRUE(openDocument(document));
-    EXPECT_EQ(told().rfind("xdg-open|" + document.string() + "|", 0), 0U);
+    EXPECT_EQ(told().rfind("xdg-open|" + document.string() + "|", 0), 0U) << "an entry that is not found";
+    addProgram("writer");
+    fs::create_directories(folder / "data/applications");
+    std::ofstream(folder / "data/applications/writer.desktop") << "[Desktop Entry]\nExec=writer %f\n";
+    ASSERT_TRUE(openDocument(document));
+    EXPECT_EQ(told().rfind("writer|" + document.string() + "|", 0), 0U);
 
-    std::ofstream(folder / "bin" / "xdg-open") << "#!/no/such/interpreter\n";
+    for (const char* name : {"writer", "xdg-open"}) {
+        std::ofstream(folder / "bin" / name) << "#!/no/such/interpreter\n";
+    }
     ASSERT_TRUE(openDocument(document));
     EXPECT_EQ(told().rfind("soffice|", 0), 0U) << "what cannot be started";
+}
+
+TEST(DesktopEntry, OpensAFileAsItsExecKeySays) {
+    using Command = std::vector<std::string>;
+    const auto command = [](const std::string& exec) {
+        return openingCommand(
+            "[Desktop Action New]\nExec=other %f\n[Desktop Entry]\nName=Exec\n Exec = " + exec +
+                "\n[X]\nTerminal=true\n",
+            "/a b/ö%.docx");
+    };
+    EXPECT_EQ(
+        command("libreoffice --writer %U"),
+        (Command{"libreoffice", "--writer", "file:///a%20b/%C3%B6%25.docx"}));
+    EXPECT_EQ(
+        command(R"("/opt/a \\"b\\$/w" %i --x=100%% "" %F)"),
+        (Command{"/opt/a \"b$/w", "--x=100%", "", "/a b/ö%.docx"}));
+    EXPECT_EQ(command("program"), Command());
+    EXPECT_EQ(openingCommand("[Desktop Entry]\nExec=vim %F\nTerminal=true\n", "/a"), Command());
+    EXPECT_EQ(openingCommand("", "/a"), Command());
 }
 
 } // namespace
