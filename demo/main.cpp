@@ -1,11 +1,12 @@
+#include "demo/DemoFolders.h"
 #include "demo/DemoLocalNode.h"
 #include "demo/DemoService.h"
 #include "demo/PhantomStudies.h"
 #include "demo/PreparedStudy.h"
 #include "demo/ViewerProcess.h"
+#include "demo/WordProcessor.h"
+#include "demo/word/WordCommand.h"
 
-#include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -15,7 +16,6 @@
 #include <vector>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -28,6 +28,8 @@ constexpr const char* usage =
   zorbel-demo serve [OPTIONS]                       start the demo service alone, until Ctrl+C
   zorbel-demo phantom FOLDER                        write the phantom studies as DICOM files
   zorbel-demo bench-series FOLDER [--slices N] [--size N]
+  zorbel-demo word list [--url URL]                 show the Word reports of a running demo service, each version
+  zorbel-demo word fetch VERSION FILE [--url URL]   write a version's document; VERSION is its id or the id's start
 
 Options of run and serve:
   --import FOLDER   put the DICOM files below FOLDER into the demo archive (may be repeated)
@@ -37,6 +39,9 @@ Options of run and serve:
   --port N          the service's port (default: a free one)
   --home DIR        where the viewer keeps settings, cache and data of the demonstration (run only)
   --fresh-home      keep them in a new folder, removed at the end (run only)
+
+Options of word:
+  --url URL         the demo service (default: the one that was started last)
 )";
 
 /// A wrong command line; the text says what is wrong.
@@ -47,6 +52,8 @@ struct UsageError : std::runtime_error {
 struct CommandLine {
     std::string command;
     std::string folder;
+    std::vector<std::string> word; ///< what follows the command word
+    std::string url;
     DemoService::Options service;
     fs::path home;
     bool freshHome = false;
@@ -65,12 +72,39 @@ int numberOf(const std::string& text, int most) {
     return value;
 }
 
+/// "word", and what follows.
+CommandLine parseWord(const std::vector<std::string>& words) {
+    CommandLine line;
+    line.command = words[0];
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        if (words[i] == "--url" && i + 1 < words.size()) {
+            line.url = words[++i];
+        } else if (words[i].rfind("-", 0) != 0) {
+            line.word.push_back(words[i]);
+        } else {
+            throw UsageError("Unknown option: " + words[i]);
+        }
+    }
+    const std::string what = line.word.empty() ? std::string() : line.word[0];
+    if (!(what == "list" && line.word.size() == 1) && !(what == "fetch" && line.word.size() == 3)) {
+        throw UsageError("It is: word list, or word fetch VERSION FILE");
+    }
+    line.url = line.url.empty() ? ServiceNote::url() : line.url;
+    if (line.url.empty()) {
+        throw UsageError("No demo service runs; --url says where another one is.");
+    }
+    return line;
+}
+
 CommandLine parse(const std::vector<std::string>& words) {
     CommandLine line;
     line.service.phantoms = true;
     line.service.localNode = true;
     if (words.empty()) {
         throw UsageError("A command is missing.");
+    }
+    if (words[0] == "word") {
+        return parseWord(words);
     }
     line.command = words[0];
     const bool service = line.command == "run" || line.command == "serve";
@@ -129,48 +163,6 @@ CommandLine parse(const std::vector<std::string>& words) {
     return line;
 }
 
-fs::path defaultHome() {
-    if (const char* cache = std::getenv("XDG_CACHE_HOME"); cache != nullptr && *cache == '/') {
-        return fs::path(cache) / "zorbel-demo" / "home";
-    }
-    const char* home = std::getenv("HOME");
-    return home != nullptr && *home == '/' ? fs::path(home) / ".cache" / "zorbel-demo" / "home"
-                                           : fs::temp_directory_path() / "zorbel-demo-home";
-}
-
-fs::path privateFolder(const fs::path& folder) {
-    fs::create_directories(folder);
-    fs::permissions(folder, fs::perms::owner_all);
-    return folder;
-}
-
-/// A folder of this run's own, removed at its end. Those of runs that ended without their clean-up go now.
-class FolderOfThisRun {
-public:
-    FolderOfThisRun(const fs::path& parent, const std::string& prefix) {
-        std::error_code ignored;
-        for (const auto& entry : fs::directory_iterator(privateFolder(parent))) {
-            const std::string name = entry.path().filename().string();
-            if (name.rfind(prefix, 0) == 0 && kill(std::atoi(name.c_str() + prefix.size()), 0) != 0 &&
-                errno == ESRCH) {
-                fs::remove_all(entry.path(), ignored);
-            }
-        }
-        path_ = privateFolder(parent / (prefix + std::to_string(getpid())));
-    }
-    ~FolderOfThisRun() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    FolderOfThisRun(const FolderOfThisRun&) = delete;
-    FolderOfThisRun& operator=(const FolderOfThisRun&) = delete;
-
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
 void announce(DemoService& service, bool withNode) {
     std::cout << "Demo service at " << service.baseUrl() << "\n";
     if (withNode) {
@@ -185,9 +177,11 @@ void announce(DemoService& service, bool withNode) {
 int serve(const CommandLine& line) {
     DemoService service(line.service);
     service.start();
+    const ServiceNote note(service.baseUrl());
     announce(service, line.service.localNode);
     std::cout << "  or as       " << administratorAccount.email << " / " << administratorAccount.password
               << "\n"
+              << "  reports     " << service.baseUrl() << "/demo/word, as the administrator\n"
               << "Ctrl+C ends it.\n"
               << std::flush;
     waitForEndingSignal();
@@ -207,15 +201,18 @@ void tryToPrepare(const CommandLine& line, const fs::path& userCacheFolder) {
 int run(const CommandLine& line) {
     std::optional<FolderOfThisRun> freshHome;
     if (line.freshHome) {
-        freshHome.emplace(defaultHome().parent_path(), "fresh-home-");
+        freshHome.emplace(demoHome().parent_path(), "fresh-home-");
     }
     const fs::path home = privateFolder(fs::absolute(
         freshHome           ? freshHome->path()
-        : line.home.empty() ? defaultHome()
+        : line.home.empty() ? demoHome()
                             : line.home));
     DemoService service(line.service);
     service.start();
+    const ServiceNote note(service.baseUrl());
     announce(service, line.service.localNode);
+    const fs::path config = privateFolder(home / "config");
+    std::cout << "  reports     " << prepareWordProcessor(config) << "\n" << std::flush;
     const fs::path cache = privateFolder(home / "cache");
     if (line.service.phantoms) {
         tryToPrepare(line, cache);
@@ -225,7 +222,7 @@ int run(const CommandLine& line) {
         {"ZORBEL_API_BASE_URL", service.baseUrl()},
         {"ZORBEL_DEMO_ACCOUNT", readerAccount.email},
         {"ZORBEL_DEMO_PASSWORD", readerAccount.password},
-        {"XDG_CONFIG_HOME", privateFolder(home / "config")},
+        {"XDG_CONFIG_HOME", config},
         {"XDG_CACHE_HOME", cache},
         {"XDG_DATA_HOME", privateFolder(home / "data")},
         {"TMPDIR", temporary.path()}};
@@ -239,6 +236,14 @@ int execute(CommandLine line) {
     }
     if (line.command == "bench-series") {
         writeBenchSeries(line.folder, line.slices, line.size);
+        return 0;
+    }
+    if (line.command == "word") {
+        if (line.word[0] == "list") {
+            listReports(line.url, std::cout);
+        } else {
+            fetchVersion(line.url, line.word[1], line.word[2]);
+        }
         return 0;
     }
     line.service.notice = [](const std::string& text) {

@@ -86,6 +86,11 @@ std::string installedEntry(const std::string& name) {
     sigemptyset(&none);
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
     signal(SIGPIPE, SIG_DFL);
+    // It outlives the terminal, too.
+    const int nothing = open("/dev/null", O_RDWR);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        dup2(nothing, stream);
+    }
     execv(program, arguments);
     const int reason = errno;
     [[maybe_unused]] const ssize_t told = write(report, &reason, sizeof reason);

@@ -44,8 +44,8 @@ TEST(DemoProgram, runsTheViewerInItsOwnFoldersWithPhantomsAndImportsInPlace) {
     const fs::path imports = folder.path() / "imports";
     writeBenchSeries(imports, 2, 16);
     const fs::path script = folder.path() / "viewer.sh";
-    const std::string uids =
-        "NODE_STUDY=" + uidOf(nodeStudyName) + "\nPREPARED=" + uidOf(preparedStudyName) + "\n";
+    const std::string uids = "NODE_STUDY=" + uidOf(nodeStudyName) + "\nPREPARED=" + uidOf(preparedStudyName) +
+                             "\nDEMO=" + ZORBEL_DEMO_PROGRAM + "\n";
     test::writeFile(script, uids + R"sh(set -e
 for d in "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$TMPDIR"; do
     test "$(stat -c %a "$d")" = 700
@@ -62,17 +62,29 @@ pass=$(echo "$session" | sed 's/.*"token":"\([0-9a-f]*\)".*/\1/')
 echo "NODE $(curl -s -H "Authorization: Bearer $pass" \
     "$node/api/local-node/desktop/resolve-study?studyInstanceUID=$NODE_STUDY")"
 echo "LIST $(curl -s -H "Authorization: Bearer $token" "$ZORBEL_API_BASE_URL/apps/pacs/api/studies")"
-exit 7
+desk="$ZORBEL_API_BASE_URL/apps/ris/api/desktop-word/sessions"
+word=$(curl -s -H "Authorization: Bearer $token" -d "{\"studyInstanceUID\":\"$PREPARED\"}" "$desk")
+id=$(echo "$word" | sed 's/.*"sessionId":"\([^"]*\)".*/\1/')
+curl -s -H "Authorization: Bearer $token" -o "$TMPDIR/report.docx" "$desk/$id/document"
+"$DEMO" word list --url "$ZORBEL_API_BASE_URL"
+first=$("$DEMO" word list --url "$ZORBEL_API_BASE_URL" | sed -n 's/^  version 1  \([^ ]*\).*/\1/p')
+"$DEMO" word fetch "${first%????}" "$TMPDIR/fetched.docx" --url "$ZORBEL_API_BASE_URL"
+cmp "$TMPDIR/report.docx" "$TMPDIR/fetched.docx"
+"$DEMO" word fetch nothing "$TMPDIR/none.docx" --url "$ZORBEL_API_BASE_URL" || exit 7
 )sh");
     const std::string options = "run --cache " + std::string(ZORBEL_DEMO_CACHE) + " --home " +
                                 (folder.path() / "home").string() + " --import " + imports.string() +
                                 " -- sh " + script.string();
     const Outcome outcome = runProgram(options);
     EXPECT_EQ(outcome.code, 7) << outcome.output;
+    EXPECT_NE(outcome.output.find("There is no version nothing."), std::string::npos) << outcome.output;
+    EXPECT_NE(outcome.output.find("CBCT report, study " + uidOf(preparedStudyName)), std::string::npos);
     EXPECT_NE(outcome.output.find("NODE {\"orthancId\":\""), std::string::npos) << outcome.output;
     const std::size_t at = outcome.output.find("LIST ");
     ASSERT_NE(at, std::string::npos) << outcome.output;
-    const nlohmann::json studies = nlohmann::json::parse(outcome.output.substr(at + 5)).at("studies");
+    const nlohmann::json studies =
+        nlohmann::json::parse(outcome.output.substr(at + 5, outcome.output.find('\n', at) - at - 5))
+            .at("studies");
     std::map<std::string, std::size_t> counts;
     for (const auto& study : studies) {
         counts[study.at("studyDescription")] += study.at("instanceCount").get<std::size_t>();
@@ -100,10 +112,12 @@ TEST(DemoProgram, aFreshHomeGoesWithItsRun) {
     fs::create_directories(leftover);
     const Outcome outcome = runProgram(
         "run --no-phantoms --no-local-node --fresh-home -- sh -c 'touch \"$XDG_CACHE_HOME/x\" && echo \"IN "
-        "$XDG_CACHE_HOME\"'",
+        "$XDG_CACHE_HOME\" && XDG_CACHE_HOME=" +
+            folder.path().string() + " " + ZORBEL_DEMO_PROGRAM + " word list'",
         "XDG_CACHE_HOME=" + folder.path().string());
     EXPECT_EQ(outcome.code, 0) << outcome.output;
     EXPECT_NE(outcome.output.find("IN " + (folder.path() / "zorbel-demo").string()), std::string::npos);
+    EXPECT_NE(outcome.output.find("No report has been opened yet."), std::string::npos) << outcome.output;
     EXPECT_TRUE(fs::is_empty(folder.path() / "zorbel-demo"));
     EXPECT_EQ(runProgram("run --fresh-home --home x -- true").code, 2);
 }
