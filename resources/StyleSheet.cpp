@@ -63,6 +63,14 @@ QLabel#viewerTitle { font-size: 16px; font-weight: 700; color: #002B5B; }
 QLabel#viewerSubtitle { font-size: 12px; color: #475569; }
 QLabel[chip="true"] { background: #E3F7FC; color: #0B5E75; border: 1px solid #A8E3F0; border-radius: 10px; padding: 4px 11px; font-size: 11px; font-weight: 800; }
 
+QToolButton#reportChip { border: 1px solid #A8E3F0; border-radius: 10px; padding: 4px 11px; font-size: 11px; font-weight: 800; background: #E3F7FC; color: #0B5E75; }
+QToolButton#reportChip:focus { border-width: 2px; padding: 3px 10px; }
+QToolButton#reportChip[reportState="preparing"] { background: #E2E8F0; color: #334155; border-color: #CBD5E1; }
+QToolButton#reportChip[reportState="synced"] { background: #DCFCE7; color: #166534; border-color: #A7E0BA; }
+QToolButton#reportChip[reportState="unsynced"] { background: #FEF3C7; color: #92400E; border-color: #F5D98A; }
+QToolButton#reportChip[reportState="failed"] { background: #FEE2E2; color: #991B1B; border-color: #F5B5B5; }
+QToolButton#reportChip:hover { border-color: #0B5E75; }
+
 QWidget#viewerToolRail { background: qlineargradient(x1:0, y1:0, x2:0, y2:1, stop:0 #071C34, stop:1 #041426); border: 1px solid #1D4F7A; border-radius: 14px; }
 QScrollArea#viewerToolRailContent, QScrollArea#viewerToolRailContent > QWidget { background: transparent; border: 0; }
 QLabel#railGroup { color: #7FA6C6; font-size: 9px; font-weight: 700; letter-spacing: 1px; padding-top: 3px; }
@@ -109,6 +117,18 @@ QStatusBar QLabel { font-size: 12px; color: #475569; padding: 2px 8px; }
 
 QTableWidget { background: #FFFFFF; alternate-background-color: #F7FAFC; border: 1px solid #D8E2EC; gridline-color: #E8EEF4; selection-background-color: #DFF4FA; selection-color: #002B5B; }
 QHeaderView::section { background: #F1F5F9; color: #334155; border: 0; border-bottom: 1px solid #D8E2EC; padding: 6px 8px; font-weight: 600; }
+QLabel#dialogHint, QLabel#keyImageCount { color: #475569; font-size: 12px; }
+QListWidget#keyImageList, QListWidget#wordTemplateList { background: #FFFFFF; border: 1px solid #CBD5E1; border-radius: 8px; outline: 0; padding: 4px; }
+QListWidget#keyImageList:focus, QListWidget#wordTemplateList:focus { border-color: #18B6D9; }
+QListWidget#keyImageList::item { padding: 5px; border-radius: 7px; border-bottom: 1px solid #F1F5F9; color: #0F172A; font-size: 12px; }
+QListWidget#wordTemplateList::item { padding: 9px 10px; border-radius: 7px; color: #0F172A; }
+QListWidget#keyImageList::item:hover, QListWidget#wordTemplateList::item:hover { background: #F1F8FC; }
+QListWidget#keyImageList::item:selected, QListWidget#wordTemplateList::item:selected { background: #DFF4FA; color: #002B5B; }
+QScrollArea#keyImageView { background: #0B1B2E; border: 1px solid #24384E; border-radius: 8px; }
+QScrollArea#keyImageView > QWidget { background: transparent; }
+QLabel#keyImagePicture { color: #DCEBF7; font-size: 13px; }
+QFrame#reportContents { background: #FFFFFF; border: 1px solid #D8E2EC; border-radius: 8px; }
+QLabel#reportCounts { font-weight: 600; color: #002B5B; }
 QScrollBar:vertical { background: transparent; width: 10px; margin: 2px; }
 QScrollBar::handle:vertical { background: #C4D1DE; border-radius: 4px; min-height: 28px; }
 QScrollBar::add-line, QScrollBar::sub-line { height: 0; width: 0; }

@@ -2,20 +2,27 @@
 
 #include "base/qt/QtText.h"
 #include "viewer/measuring/MeasurementController.h"
+#include "viewer/widgets/PlainToolTip.h"
 
+#include <QAction>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QInputDialog>
 #include <QLabel>
 #include <QScopedValueRollback>
 #include <QToolButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace zorbel {
 
 namespace {
 
 constexpr int idRole = Qt::UserRole;
+constexpr int nameColumn = 0;
+constexpr int widestName = 120;
 
 } // namespace
 
@@ -24,34 +31,61 @@ MeasurementPanel::MeasurementPanel(MeasurementController& measurements, QWidget*
     setObjectName(QStringLiteral("measurementPanel"));
     auto* title = new QLabel(QStringLiteral("Measurements"));
     title->setObjectName(QStringLiteral("panelTitle"));
-    jump_ = new QToolButton;
-    jump_->setObjectName(QStringLiteral("measurementJump"));
-    jump_->setText(QStringLiteral("Go to"));
-    jump_->setToolTip(QStringLiteral("Show the measurement where it was drawn"));
-    remove_ = new QToolButton;
-    remove_->setObjectName(QStringLiteral("measurementDelete"));
-    remove_->setText(QStringLiteral("Delete"));
-    remove_->setToolTip(QStringLiteral("Delete the selected measurement (Del)"));
+    jump_ = addButton(
+        "measurementJump", QStringLiteral("Go to"),
+        QStringLiteral("Show the measurement where it was drawn"));
+    name_ = addButton(
+        "measurementName", QStringLiteral("Name"), QStringLiteral("Name the selected measurement (F2)"));
+    remove_ = addButton(
+        "measurementDelete", QStringLiteral("Delete"),
+        QStringLiteral("Delete the selected measurement (Del)"));
     auto* head = new QHBoxLayout;
+    head->setSpacing(4);
     head->addWidget(title, 1);
-    head->addWidget(jump_);
-    head->addWidget(remove_);
-
-    list_ = new QTreeWidget;
-    list_->setObjectName(QStringLiteral("measurementList"));
-    list_->setRootIsDecorated(false);
-    list_->setHeaderLabels({QStringLiteral("Tool"), QStringLiteral("Value"), QStringLiteral("Plane")});
-    list_->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
-    list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
-    list_->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
-    list_->header()->setStretchLastSection(false);
-    list_->setMaximumHeight(190);
+    for (auto* button : {jump_, name_, remove_})
+        head->addWidget(button);
+    buildList();
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(12, 8, 12, 10);
     layout->setSpacing(6);
     layout->addLayout(head);
     layout->addWidget(list_);
 
+    const auto jump = [this] {
+        if (currentId() != 0)
+            Q_EMIT jumpRequested(currentId());
+    };
+    connect(list_, &QTreeWidget::itemDoubleClicked, this, jump);
+    connect(jump_, &QToolButton::clicked, this, jump);
+    connect(name_, &QToolButton::clicked, this, &MeasurementPanel::nameSelected);
+    connect(remove_, &QToolButton::clicked, this, [this] { measurements_.remove(currentId()); });
+    connect(&measurements, &MeasurementController::listChanged, this, &MeasurementPanel::refresh);
+    refresh();
+}
+
+QToolButton* MeasurementPanel::addButton(const char* name, const QString& text, const QString& toolTip) {
+    auto* button = new QToolButton;
+    button->setObjectName(QString::fromLatin1(name));
+    button->setText(text);
+    button->setToolTip(toolTip);
+    return button;
+}
+
+void MeasurementPanel::buildList() {
+    list_ = new QTreeWidget;
+    list_->setObjectName(QStringLiteral("measurementList"));
+    list_->setRootIsDecorated(false);
+    list_->setHeaderLabels({QStringLiteral("Name"), QStringLiteral("Value"), QStringLiteral("Plane")});
+    list_->header()->setSectionResizeMode(nameColumn, QHeaderView::Fixed);
+    list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
+    list_->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
+    list_->header()->setStretchLastSection(false);
+    list_->setMaximumHeight(190);
+    list_->setEditTriggers(QAbstractItemView::NoEditTriggers); // a double-click jumps
+    list_->setContextMenuPolicy(Qt::ActionsContextMenu);
+    auto* name = new QAction(QStringLiteral("Name…"), list_);
+    connect(name, &QAction::triggered, this, &MeasurementPanel::nameSelected);
+    list_->addAction(name);
     connect(list_, &QTreeWidget::itemSelectionChanged, this, [this] {
         if (refreshing_)
             return;
@@ -63,15 +97,50 @@ MeasurementPanel::MeasurementPanel(MeasurementController& measurements, QWidget*
         }
         enableButtons();
     });
-    const auto jump = [this] {
-        if (currentId() != 0)
-            Q_EMIT jumpRequested(currentId());
-    };
-    connect(list_, &QTreeWidget::itemDoubleClicked, this, jump);
-    connect(jump_, &QToolButton::clicked, this, jump);
-    connect(remove_, &QToolButton::clicked, this, [this] { measurements_.remove(currentId()); });
-    connect(&measurements, &MeasurementController::listChanged, this, &MeasurementPanel::refresh);
-    refresh();
+    connect(list_, &QTreeWidget::itemChanged, this, [this](const QTreeWidgetItem* item, int column) {
+        if (!refreshing_ && column == nameColumn)
+            takeName(*item);
+    });
+}
+
+void MeasurementPanel::nameSelected() {
+    const auto chosen = list_->selectedItems();
+    const Measurement* measurement = measurements_.list().find(currentId());
+    if (chosen.isEmpty() || !measurement)
+        return;
+    if (list_->isVisible()) {
+        list_->scrollToItem(chosen.front());
+        list_->editItem(chosen.front(), nameColumn);
+        return;
+    }
+    auto* box = new QInputDialog(window());
+    box->setObjectName(QStringLiteral("measurementNameBox"));
+    box->setWindowTitle(QStringLiteral("Name the measurement"));
+    box->setLabelText(measurements_.lineOf(*measurement));
+    box->setTextValue(QString::fromStdString(measurement->label));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    connect(box, &QInputDialog::textValueSelected, this, [this, id = measurement->id](const QString& text) {
+        measurements_.setLabel(id, text);
+    });
+    box->open();
+}
+
+void MeasurementPanel::takeName(const QTreeWidgetItem& item) {
+    const int id = item.data(nameColumn, idRole).toInt();
+    const Measurement* measurement = measurements_.list().find(id);
+    if (!measurement)
+        return;
+    // What it is called anyway is no name of its own.
+    const QString text = item.text(nameColumn).simplified();
+    const bool isOwn = text != qtText(measurementTitle(measurement->kind));
+    // The editor is done with the row only after this.
+    QMetaObject::invokeMethod(
+        this,
+        [this, id, label = isOwn ? text : QString()] {
+            measurements_.setLabel(id, label);
+            refresh(); // also where nothing has changed but the text in the row
+        },
+        Qt::QueuedConnection);
 }
 
 int MeasurementPanel::currentId() const {
@@ -80,8 +149,8 @@ int MeasurementPanel::currentId() const {
 }
 
 void MeasurementPanel::enableButtons() {
-    jump_->setEnabled(currentId() != 0);
-    remove_->setEnabled(currentId() != 0);
+    for (auto* button : {jump_, name_, remove_})
+        button->setEnabled(currentId() != 0);
 }
 
 void MeasurementPanel::refresh() {
@@ -90,17 +159,24 @@ void MeasurementPanel::refresh() {
     const QScopedValueRollback<bool> guard(refreshing_, true);
     const auto& measurements = measurements_.list().measurements();
     list_->clear();
+    int nameWidth = list_->header()->sectionSizeHint(nameColumn);
     for (const Measurement& measurement : measurements) {
+        const QString kind = qtText(measurementTitle(measurement.kind));
+        const QString label = QString::fromStdString(measurement.label);
         auto* item = new QTreeWidgetItem(
-            {qtText(measurementTitle(measurement.kind)),
-             QString::fromStdString(measurements_.valuesOf(measurement).lineLabel()),
+            {label.isEmpty() ? kind : label, measurements_.lineOf(measurement),
              QString::fromStdString(measurementViewName(measurement))});
-        item->setData(0, idRole, measurement.id);
+        item->setData(nameColumn, idRole, measurement.id);
+        item->setFlags(item->flags() | Qt::ItemIsEditable);
+        item->setToolTip(
+            nameColumn, plainToolTip(label.isEmpty() ? kind : QStringLiteral("%1 (%2)").arg(label, kind)));
         item->setToolTip(1, item->text(1));
+        nameWidth = std::max(nameWidth, list_->fontMetrics().horizontalAdvance(item->text(nameColumn)) + 14);
         list_->addTopLevelItem(item);
         if (measurements_.list().selected() == measurement.id)
             item->setSelected(true);
     }
+    list_->setColumnWidth(nameColumn, std::min(nameWidth, widestName));
     enableButtons();
     setVisible(!measurements.empty());
 }

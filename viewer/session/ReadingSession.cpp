@@ -215,6 +215,16 @@ void ReadingSession::refreshKeyImages(std::function<void()> then) {
     });
 }
 
+void ReadingSession::keyImagePicture(
+    const StudyIdentity& study, const KeyImage& image, std::function<void(const QImage&)> then) {
+    saver_->run(
+        [this, uid = study.studyInstanceUid, image, then = std::move(then)](ReadingSaver::Stores& stores) {
+            const auto png = stores.keyImages.png(uid, image);
+            const QImage picture = png ? QImage::fromData(QByteArray::fromStdString(*png), "PNG") : QImage();
+            post([then, picture] { then(picture); });
+        });
+}
+
 void ReadingSession::keyImagePngs(
     const StudyIdentity& study, std::vector<KeyImage> images,
     std::function<void(std::vector<KeyImagePng>)> then) {

@@ -6,6 +6,7 @@
 #include "viewer/reading/state/ReadingSaver.h"
 #include "viewer/reading/study/StudyReading.h"
 
+#include <QImage>
 #include <QObject>
 #include <QPixmap>
 #include <QString>
@@ -48,7 +49,10 @@ public:
     /// The open study's list takes up what another program captured or removed meanwhile. then: when it has,
     /// or it cannot be read.
     void refreshKeyImages(std::function<void()> then = {});
-    /// Reads pictures of a study, in the given order.
+    /// Reads a picture; null where its file is missing or damaged.
+    void keyImagePicture(
+        const StudyIdentity& study, const KeyImage& image, std::function<void(const QImage&)> then);
+    /// Reads the files of pictures, in the given order.
     void keyImagePngs(
         const StudyIdentity& study, std::vector<KeyImage> images,
         std::function<void(std::vector<KeyImagePng>)> then);

@@ -6,6 +6,7 @@
 #include "viewer/findings/FindingsDialog.h"
 #include "viewer/measuring/MeasurementPanel.h"
 #include "viewer/reading/workspace/ShortcutTable.h"
+#include "viewer/report/KeyImageGallery.h"
 #include "viewer/session/ReadingSession.h"
 #include "viewer/studies/ImageKinds.h"
 #include "viewer/studies/StudyBrowserWidget.h"
@@ -90,6 +91,9 @@ void MainWindow::buildWorkspace() {
     auto* measurements = new MeasurementPanel(workspace_->measurements());
     column->addWidget(measurements);
     connect(measurements, &MeasurementPanel::jumpRequested, workspace_, &ViewerWorkspace::jumpToMeasurement);
+    connect(
+        workspace_, &ViewerWorkspace::measurementNameRequested, measurements,
+        &MeasurementPanel::nameSelected);
     auto* splitter = new QSplitter(Qt::Horizontal);
     splitter->setObjectName(QStringLiteral("workspaceSplitter"));
     splitter->addWidget(side);
@@ -257,6 +261,7 @@ void MainWindow::connectReading() {
     connect(reading_.get(), &ReadingSession::recentStudiesChanged, this, &MainWindow::showRecentStudies);
     connect(workspace_, &ViewerWorkspace::captureRequested, this, &MainWindow::captureKeyImage);
     connect(workspace_, &ViewerWorkspace::findingsRequested, this, &MainWindow::showFindings);
+    connect(workspace_, &ViewerWorkspace::keyImagesRequested, this, [this] { showKeyImages(this); });
 }
 
 void MainWindow::showRecentStudies() {
@@ -293,6 +298,17 @@ void MainWindow::showFindings() {
     // Its findings are this study's, and no other's.
     connect(loader_, &StudyLoadController::imageReady, dialog, &QDialog::reject);
     dialog->open();
+}
+
+void MainWindow::showKeyImages(QWidget* parent) {
+    if (!reading_->current()) {
+        status_->say(QStringLiteral("Open a study to see its key images"));
+        return;
+    }
+    auto* gallery = new KeyImageGallery(*reading_, parent);
+    gallery->setAttribute(Qt::WA_DeleteOnClose);
+    connect(loader_, &StudyLoadController::imageReady, gallery, &QDialog::reject);
+    gallery->open();
 }
 
 bool MainWindow::mayAskForRecovery() const {

@@ -72,6 +72,8 @@ private:
     void connectReading();
     void showRecentStudies();
     void showFindings();
+    /// parent: what the gallery lies over.
+    void showKeyImages(QWidget* parent);
     /// Asks about a study that a run left open, unless something else is under way.
     void offerRecovery();
     bool mayAskForRecovery() const;

@@ -185,6 +185,11 @@ void ToolRail::buildDisplay() {
         QStringLiteral("findings"), QStringLiteral("Findings"),
         QStringLiteral("Record findings by tooth (FDI) or region for the report (Ctrl+F)"));
     request(findings, ReadingAction::ShowFindings);
+    auto* images = addEntry(
+        QStringLiteral("key-images"), QStringLiteral("Key images"),
+        QStringLiteral(
+            "Look at the captured key images and choose what goes into the report (Ctrl+Shift+K)"));
+    request(images, ReadingAction::ShowKeyImages);
 }
 
 void ToolRail::buildLayouts() {

@@ -39,6 +39,8 @@ ViewerHeader::ViewerHeader(QWidget* parent) : QFrame(parent) {
     studyChip_ = newChip(QStringLiteral("studyChip"));
     modeChip_ = newChip(QStringLiteral("modeChip"));
     layoutChip_ = newChip(QStringLiteral("layoutChip"));
+    reportChip_ = new WordReportChip;
+    connect(reportChip_, &QToolButton::clicked, this, &ViewerHeader::reportChipClicked);
 
     auto* texts = new QVBoxLayout;
     texts->setSpacing(1);
@@ -48,6 +50,7 @@ ViewerHeader::ViewerHeader(QWidget* parent) : QFrame(parent) {
     layout->setContentsMargins(16, 8, 14, 8);
     layout->setSpacing(8);
     layout->addLayout(texts, 1);
+    layout->addWidget(reportChip_);
     layout->addWidget(studyChip_);
     layout->addWidget(modeChip_);
     layout->addWidget(layoutChip_);
@@ -77,6 +80,10 @@ void ViewerHeader::setModeChip(const QString& text, const QString& toolTip) {
 
 void ViewerHeader::setLayoutChip(const QString& text) {
     setChipText(layoutChip_, text);
+}
+
+void ViewerHeader::setReportChip(const QString& text, WordReportChip::State state, const QString& toolTip) {
+    reportChip_->setReport(text, state, toolTip);
 }
 
 } // namespace zorbel

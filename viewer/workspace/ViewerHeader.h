@@ -1,5 +1,7 @@
 #pragma once
 
+#include "viewer/report/WordReportChip.h"
+
 #include <QFrame>
 
 class QLabel;
@@ -20,6 +22,11 @@ public:
     void setModeChip(const QString& text, const QString& toolTip);
     /// The layout of the planes, by name.
     void setLayoutChip(const QString& text);
+    /// How the active Word report stands; no chip without one.
+    void setReportChip(const QString& text, WordReportChip::State state, const QString& toolTip);
+
+Q_SIGNALS:
+    void reportChipClicked();
 
 private:
     QLabel* title_ = nullptr;
@@ -27,6 +34,7 @@ private:
     QLabel* studyChip_ = nullptr;
     QLabel* modeChip_ = nullptr;
     QLabel* layoutChip_ = nullptr;
+    WordReportChip* reportChip_ = nullptr;
 };
 
 } // namespace zorbel

@@ -188,7 +188,8 @@ void ViewerWorkspace::showControls() {
     if (mode_) {
         controls = mode_->controls();
         // What every mode can.
-        controls.actions.insert({ReadingAction::CaptureView, ReadingAction::ShowFindings});
+        controls.actions.insert(
+            {ReadingAction::CaptureView, ReadingAction::ShowFindings, ReadingAction::ShowKeyImages});
         if (mode_->layout().hasLayouts())
             controls.actions.insert(ReadingAction::SetLayout);
         rail_->setLayoutShown(mode_->layout().layout());
@@ -211,6 +212,15 @@ void ViewerWorkspace::perform(ReadingAction action, int argument) {
         return;
     case ReadingAction::ShowFindings:
         Q_EMIT findingsRequested();
+        return;
+    case ReadingAction::ShowKeyImages:
+        Q_EMIT keyImagesRequested();
+        return;
+    case ReadingAction::NameMeasurement:
+        if (measurements_->list().selected())
+            Q_EMIT measurementNameRequested();
+        else
+            Q_EMIT statusText(QStringLiteral("Select a measurement to name it"));
         return;
     case ReadingAction::ToggleOverlays:
         toggleOverlays();

@@ -48,6 +48,7 @@ public:
     void reset();
 
     LoadingOverlay& loadingOverlay() { return *overlay_; }
+    ViewerHeader& header() { return *header_; }
     MeasurementController& measurements() { return *measurements_; }
     MeasureTool& measureTool() { return *measureTool_; }
     /// Shows a measurement where it was drawn.
@@ -68,6 +69,9 @@ Q_SIGNALS:
     void shortcutSheetRequested();
     void captureRequested();
     void findingsRequested();
+    void keyImagesRequested();
+    /// A measurement is selected.
+    void measurementNameRequested();
 
 private:
     /// A mode and its page of viewports.

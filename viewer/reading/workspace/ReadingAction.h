@@ -29,6 +29,8 @@ enum class ReadingAction {
     Rotate180,
     ShowSheet,
     ShowFindings,
+    ShowKeyImages,
+    NameMeasurement, ///< the selected one
 };
 
 } // namespace zorbel
