@@ -8,6 +8,7 @@
 #include "app/SessionLock.h"
 #include "app/SettingsMigration.h"
 #include "app/StorageStartUp.h"
+#include "app/WordReportStartUp.h"
 #include "app/identity/Identity.h"
 #include "app/log/FileSink.h"
 #include "app/log/Logger.h"
@@ -19,6 +20,7 @@
 #include "platform/PrivateFile.h"
 #include "platform/SystemInfo.h"
 #include "platform/TerminationRequests.h"
+#include "report/UnsyncedReports.h"
 #include "resources/Resources.h"
 #include "resources/StyleSheet.h"
 #include "settings/SourceSettings.h"
@@ -228,7 +230,10 @@ int runSession(
     options.loading.manifestSchema =
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
             .filesystemFilePath();
+    options.reports = wordReportOptions(client, profile, configFolder(), storage.policy.retentionDays);
     const int result = runMainWindow(client, options, surroundings);
+    if (storage.policy.retentionDays == 0) // what is not synced stays
+        takeUnsyncedReports(options.reports.root, std::chrono::hours(0));
 
     lock.end();
     surroundings.telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});

@@ -62,12 +62,12 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
         QStringLiteral("retry"), QStringLiteral("Retry from PACS"),
         QStringLiteral("Retry loading the current study through the secure Zorbel gateway."));
     retry_->setEnabled(false);
+    report_ = addButton(
+        QStringLiteral("word"), QStringLiteral("Report in Word"),
+        QStringLiteral("Open a local editable Word report. Every Word Save creates an immutable Zorbel "
+                       "version."));
     // Not there yet in this version; the reader sees what is to come, and that it cannot be used.
     secondary_ = {
-        addButton(
-            QStringLiteral("word"), QStringLiteral("Report in Word"),
-            QStringLiteral("Open a local editable Word report. Every Word Save creates an immutable Zorbel "
-                           "version.")),
         addButton(
             QStringLiteral("utilities-terminal"), QStringLiteral("Diagnostics"),
             QStringLiteral("Show technical diagnostics (Ctrl+D)")),
@@ -76,11 +76,13 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
             QStringLiteral("Viewer, connection, and private cache settings"))};
     for (QToolButton* absent : secondary_)
         absent->setEnabled(false);
+    secondary_.push_back(report_);
     auto* signOut = addButton(
         QStringLiteral("signout"), QStringLiteral("Sign out"),
         QStringLiteral("Clear the in-memory Zorbel session and close the viewer"));
     connect(studies, &QToolButton::toggled, this, &MainToolBar::studiesToggled);
     connect(retry_, &QToolButton::clicked, this, &MainToolBar::retryRequested);
+    connect(report_, &QToolButton::clicked, this, &MainToolBar::reportRequested);
     connect(signOut, &QToolButton::clicked, this, &MainToolBar::signOutRequested);
 }
 
@@ -111,6 +113,10 @@ void MainToolBar::resizeEvent(QResizeEvent* event) {
 
 void MainToolBar::setRetryEnabled(bool enabled) {
     retry_->setEnabled(enabled);
+}
+
+void MainToolBar::setReportEnabled(bool enabled) {
+    report_->setEnabled(enabled);
 }
 
 } // namespace zorbel

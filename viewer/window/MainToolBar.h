@@ -21,10 +21,12 @@ public:
     MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, QWidget* parent = nullptr);
 
     void setRetryEnabled(bool enabled);
+    void setReportEnabled(bool enabled);
 
 Q_SIGNALS:
     void studiesToggled(bool shown);
     void retryRequested();
+    void reportRequested();
     void signOutRequested();
 
 protected:
@@ -34,6 +36,7 @@ private:
     QToolButton* addButton(const QString& id, const QString& text, const QString& toolTip);
 
     QToolButton* retry_ = nullptr;
+    QToolButton* report_ = nullptr;
     std::vector<QToolButton*> secondary_;
     int fullWidth_ = 0; ///< with all captions
 };

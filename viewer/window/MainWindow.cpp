@@ -7,6 +7,7 @@
 #include "viewer/measuring/MeasurementPanel.h"
 #include "viewer/reading/workspace/ShortcutTable.h"
 #include "viewer/report/KeyImageGallery.h"
+#include "viewer/report/WordReportController.h"
 #include "viewer/session/ReadingSession.h"
 #include "viewer/studies/ImageKinds.h"
 #include "viewer/studies/StudyBrowserWidget.h"
@@ -30,6 +31,7 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTimer>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include <new>
@@ -66,6 +68,7 @@ MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOption
     bindShortcuts();
     reading_ = std::make_unique<ReadingSession>(std::move(options.stateFolder), options.previousRunCrashed);
     connectReading();
+    connectReports(std::move(options.reports));
     showRecentStudies();
     browser_->loadStudiesAsync();
     QTimer::singleShot(0, this, [this, linked = options.linkedStudy] {
@@ -144,6 +147,15 @@ void MainWindow::buildStatusBar() {
     unsaved_->setMaximumWidth(420);
     unsaved_->hide();
     statusBar()->addPermanentWidget(unsaved_);
+    unsynced_ = new ElidedLabel;
+    unsynced_->setObjectName(QStringLiteral("statusUnsynced"));
+    unsynced_->setMaximumWidth(420);
+    unsynced_->hide();
+    statusBar()->addPermanentWidget(unsynced_);
+    syncReports_ = new QToolButton;
+    syncReports_->setObjectName(QStringLiteral("statusSync"));
+    syncReports_->hide();
+    statusBar()->addPermanentWidget(syncReports_);
     statusBar()->addPermanentWidget(notice_);
     statusBar()->addPermanentWidget(source_);
     statusBar()->addPermanentWidget(busy_);
@@ -248,6 +260,7 @@ void MainWindow::present(const std::shared_ptr<StudyReading>& reading, const Ort
     workspace_->show(reading);
     workspace_->setFocus(); // the arrows now move through the slices, no longer through the list
     reading_->shown(reading);
+    reports_->studyChanged();
     tellSource(result);
     Logger::instance().flush();
 }
@@ -262,6 +275,30 @@ void MainWindow::connectReading() {
     connect(workspace_, &ViewerWorkspace::captureRequested, this, &MainWindow::captureKeyImage);
     connect(workspace_, &ViewerWorkspace::findingsRequested, this, &MainWindow::showFindings);
     connect(workspace_, &ViewerWorkspace::keyImagesRequested, this, [this] { showKeyImages(this); });
+}
+
+void MainWindow::connectReports(WordReportOptions options) {
+    reports_ = new WordReportController(client_, *reading_, workspace_->header(), std::move(options), this);
+    connect(toolBar_, &MainToolBar::reportRequested, reports_, &WordReportController::begin);
+    connect(reports_, &WordReportController::statusText, status_, &StatusLine::say);
+    connect(reports_, &WordReportController::preparingChanged, toolBar_, [this](bool preparing) {
+        toolBar_->setReportEnabled(!preparing);
+    });
+    connect(reports_, &WordReportController::keyImagesRequested, this, &MainWindow::showKeyImages);
+    connect(
+        reports_, &WordReportController::unsyncedChanged, this, [this](const QString& text, bool ofThisRun) {
+            unsynced_->setText(text);
+            unsynced_->setVisible(!text.isEmpty());
+            syncReports_->setText(ofThisRun ? QStringLiteral("Retry") : QStringLiteral("Show…"));
+            syncReports_->setVisible(!text.isEmpty());
+            retriesReports_ = ofThisRun;
+        });
+    connect(syncReports_, &QToolButton::clicked, this, [this] {
+        if (retriesReports_)
+            reports_->retry();
+        else
+            reports_->showUnsynced();
+    });
 }
 
 void MainWindow::showRecentStudies() {
@@ -424,6 +461,7 @@ void MainWindow::showFailure(const StudyLoadFailure& failure) {
 void MainWindow::closeStudy() {
     loader_->cancel();
     reading_->close();
+    reports_->studyChanged();
     if (workspace_->viewMode() == ViewMode::None)
         return;
     workspace_->reset();
@@ -439,8 +477,8 @@ void MainWindow::signOut() {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-    if (!mayClose_ && !reading_->isAllWritten()) {
-        // The disk is waited for, but the window is not held up by it.
+    if ((!mayClose_ && !reading_->isAllWritten()) || (!mayLeaveReports_ && !reports_->mayClose())) {
+        // Disk and service are waited for, but the window is not held up by them.
         event->ignore();
         finishAndClose();
         return;
@@ -456,6 +494,10 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 }
 
 void MainWindow::finishAndClose() {
+    if (mayClose_ || reading_->isAllWritten()) {
+        finishReportsAndClose();
+        return;
+    }
     if (closing_) { // and the disk does not answer
         askWhetherToLose(reading_->unsavedText());
         return;
@@ -469,6 +511,18 @@ void MainWindow::finishAndClose() {
             close();
         else
             askWhetherToLose(left);
+    });
+}
+
+void MainWindow::finishReportsAndClose() {
+    if (std::exchange(leavingReports_, true))
+        return;
+    reports_->finishBeforeClosing([this](bool may) {
+        leavingReports_ = false;
+        mayLeaveReports_ = may;
+        signsOut_ = signsOut_ && may;
+        if (may)
+            close();
     });
 }
 

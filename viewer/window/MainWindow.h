@@ -13,6 +13,7 @@
 class QLabel;
 class QMessageBox;
 class QProgressBar;
+class QToolButton;
 
 namespace zorbel {
 
@@ -22,6 +23,7 @@ class StatusLine;
 class StudyBrowserWidget;
 class StudyReading;
 class ViewerWorkspace;
+class WordReportController;
 
 /// The one top-level window of the workstation: study list, tool rail, viewports, toolbar and status bar. It
 /// connects them with the load of studies and computes nothing itself.
@@ -68,8 +70,10 @@ private:
     void closeStudy();
     /// Writes what is not written, then closes; what cannot be written is asked about.
     void finishAndClose();
+    void finishReportsAndClose();
     void askWhetherToLose(const QString& left);
     void connectReading();
+    void connectReports(WordReportOptions options);
     void showRecentStudies();
     void showFindings();
     /// parent: what the gallery lies over.
@@ -83,20 +87,26 @@ private:
     std::shared_ptr<ZorbelApiClient> client_;
     StudyLoadController* loader_ = nullptr;
     std::unique_ptr<ReadingSession> reading_;
+    WordReportController* reports_ = nullptr;
     StudyBrowserWidget* browser_ = nullptr;
     ViewerWorkspace* workspace_ = nullptr;
     MainToolBar* toolBar_ = nullptr;
     StatusLine* status_ = nullptr;
-    QLabel* unsaved_ = nullptr; ///< what was recorded and is not on the disk
-    QLabel* notice_ = nullptr;  ///< what the reader should know about the image's way here
+    QLabel* unsaved_ = nullptr;  ///< what was recorded and is not on the disk
+    QLabel* unsynced_ = nullptr; ///< Word reports
+    QToolButton* syncReports_ = nullptr;
+    QLabel* notice_ = nullptr; ///< what the reader should know about the image's way here
     QLabel* source_ = nullptr;
     QProgressBar* busy_ = nullptr;
     QPointer<QMessageBox> recoveryBox_;
     QElapsedTimer sinceRequest_;
     QPointer<QMessageBox> unsavedBox_;
-    bool signsOut_ = false; ///< when it closes
-    bool closing_ = false;  ///< once all is written
-    bool mayClose_ = false; ///< whatever is not written
+    bool retriesReports_ = false;  ///< what the button beside them does
+    bool signsOut_ = false;        ///< when it closes
+    bool closing_ = false;         ///< once all is written
+    bool mayClose_ = false;        ///< whatever is not written
+    bool leavingReports_ = false;  ///< once they are sent
+    bool mayLeaveReports_ = false; ///< whatever is not sent
 };
 
 } // namespace zorbel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cache/StudyLoadOptions.h"
+#include "viewer/report/WordReportOptions.h"
 
 #include <QString>
 
@@ -11,6 +12,7 @@ namespace zorbel {
 /// What the main window may use on this computer.
 struct MainWindowOptions {
     StudyLoadOptions loading;
+    WordReportOptions reports;
     /// Where the reading state is kept; empty keeps it for the session alone.
     std::filesystem::path stateFolder;
     /// The session lock tells that a program did not exit cleanly.
