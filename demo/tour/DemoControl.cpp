@@ -22,15 +22,23 @@ QByteArray json(const QJsonObject& object) {
 DemoControl::DemoControl(const QUrl& service, QObject* parent) : QObject(parent), service_(service) {}
 
 void DemoControl::switchImagesOff() {
+    refuse(QStringLiteral("*/viewer-proxy/*"));
+}
+
+void DemoControl::switchReportsOff() {
+    refuse(QStringLiteral("*/desktop-word/sessions/*"));
+}
+
+void DemoControl::refuse(const QString& pathPattern) {
     send(
         "POST", QStringLiteral("/demo/faults"),
         json(
             {{QStringLiteral("kind"), QStringLiteral("reply")},
-             {QStringLiteral("path"), QStringLiteral("*/viewer-proxy/*")},
+             {QStringLiteral("path"), pathPattern},
              {QStringLiteral("status"), 503}}));
 }
 
-void DemoControl::switchImagesOn() {
+void DemoControl::mendAll() {
     send("DELETE", QStringLiteral("/demo/faults"), {});
 }
 

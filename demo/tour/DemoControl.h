@@ -21,12 +21,17 @@ public:
 
     /// Every request for images answers that the service is unavailable.
     void switchImagesOff();
-    void switchImagesOn();
+    void switchImagesOn() { mendAll(); }
+    /// Saved reports are not taken.
+    void switchReportsOff();
+    void switchReportsOn() { mendAll(); }
     bool isIdle() const { return underWay_ == 0; }
 
 private:
     using Then = std::function<void(const QByteArray& body)>;
 
+    void refuse(const QString& pathPattern);
+    void mendAll();
     /// Signed in first.
     void send(const QByteArray& method, const QString& path, const QByteArray& body);
     void request(const QByteArray& method, const QString& path, const QByteArray& body, const Then& then);

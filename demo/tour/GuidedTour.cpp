@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPixmap>
+#include <QScreen>
 
 #include <cstdio>
 #include <utility>
@@ -40,6 +41,10 @@ void GuidedTour::add(
     stops_.push_back({name, std::move(act), std::move(reached), picture});
 }
 
+void GuidedTour::addScreen(const QString& name, std::function<void()> act, std::function<bool()> reached) {
+    stops_.push_back({name, std::move(act), std::move(reached), true, true});
+}
+
 void GuidedTour::addOpening(
     const QString& name, const QString& rowText, std::function<bool()> shown, bool picture) {
     add(
@@ -62,7 +67,7 @@ void GuidedTour::poll() {
         act();
     } else if (acted_ && stop.reached() && (!stop.picture || hands_.viewsSettled())) {
         if (stop.picture)
-            savePicture(stop.name);
+            savePicture(stop.name, stop.wholeScreen);
         std::printf("%lld ms to the stop \"%s\"\n", sinceAct_.elapsed(), qPrintable(stop.name));
         ++current_;
         acted_ = false;
@@ -82,20 +87,25 @@ void GuidedTour::finish(bool success) {
         QApplication::closeAllWindows();
 }
 
-void GuidedTour::savePicture(const QString& name) {
+QPixmap GuidedTour::windows() {
     QWidget* base = hands_.mainWindow();
     if (!base)
         base = QApplication::activeModalWidget();
     if (!base)
-        return;
+        return {};
     QPixmap picture = base->grab();
-    {
-        QPainter painter(&picture);
-        for (QWidget* window : QApplication::topLevelWidgets())
-            if (window != base && window->isVisible() && qobject_cast<QDialog*>(window))
-                painter.drawPixmap(
-                    window->mapToGlobal(QPoint()) - base->mapToGlobal(QPoint()), window->grab());
-    }
+    QPainter painter(&picture);
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (window != base && window->isVisible() && qobject_cast<QDialog*>(window))
+            painter.drawPixmap(window->mapToGlobal(QPoint()) - base->mapToGlobal(QPoint()), window->grab());
+    return picture;
+}
+
+void GuidedTour::savePicture(const QString& name, bool wholeScreen) {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest); // what is new takes its place
+    const QPixmap picture = wholeScreen ? QGuiApplication::primaryScreen()->grabWindow(0) : windows();
+    if (picture.isNull())
+        return;
     const QString file = QStringLiteral("%1-%2.png").arg(++taken_, 2, 10, QLatin1Char('0')).arg(name);
     if (picture.save(pictures_.filePath(file)))
         std::printf("%s\n", qPrintable(file));

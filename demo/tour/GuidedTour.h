@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QObject>
+#include <QPixmap>
 #include <QString>
 #include <QTimer>
 
@@ -27,6 +28,8 @@ public:
     /// until all views are drawn in full quality. Acting may add stops, which come last.
     void
     add(const QString& name, std::function<void()> act, std::function<bool()> reached, bool picture = true);
+    /// A stop whose picture shows the whole screen, other programs' windows with it.
+    void addScreen(const QString& name, std::function<void()> act, std::function<bool()> reached);
     /// A stop that opens the study in the first row that holds the text, and is reached when it is shown and
     /// `shown`, if any, is true.
     void addOpening(
@@ -45,11 +48,13 @@ private:
         std::function<void()> act;
         std::function<bool()> reached;
         bool picture = true;
+        bool wholeScreen = false;
     };
 
     void poll();
     void finish(bool success);
-    void savePicture(const QString& name);
+    void savePicture(const QString& name, bool wholeScreen = false);
+    QPixmap windows();
 
     QDir pictures_;
     TourHands hands_;

@@ -20,6 +20,9 @@ void planWorkspace(GuidedTour& tour);
 void planImages(GuidedTour& tour);
 /// Measurements, findings and key images, on the jaw volume and on the panoramic image.
 void planRecords(GuidedTour& tour);
+/// Key images, and the jaw's report: from the template to its versions, through LibreOffice where it is
+/// installed. control: must outlive the tour.
+void planReport(GuidedTour& tour, DemoControl& control);
 /// A study of several series.
 void planSeriesChoice(GuidedTour& tour);
 /// Every listed study that was not opened yet: what the user imported.

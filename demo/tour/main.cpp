@@ -48,6 +48,7 @@ int main(int argc, char** argv) {
         planWorkspace(*tour);
         planImages(*tour);
         planRecords(*tour);
+        planReport(*tour, *control);
         planSeriesChoice(*tour);
         planFurtherStudies(*tour);
         tour->start();

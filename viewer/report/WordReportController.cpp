@@ -201,13 +201,18 @@ void WordReportController::showState() {
     Q_EMIT preparingChanged(state == State::Preparing);
     const WordReport* report = workflow_->active();
     const auto chip = chipState(state);
-    QString text = report ? WordReportChip::textOf(chip, report->record().versions, savedAt(report->record()))
-                          : WordReportChip::textOf(chip);
+    QString text = WordReportChip::textOf(chip);
+    if (report && !report->record().savedAt.isEmpty())
+        text = WordReportChip::textOf(chip, report->record().versions, savedAt(report->record()));
     QString toolTip;
     if (report && state != State::Preparing) {
         if (!isOfOpenStudy(*report))
             text.prepend(QStringLiteral("Other study · "));
         toolTip = studyLine(report->record().study);
+        if (!report->record().savedAt.isEmpty())
+            toolTip += QStringLiteral("\nLast saved in Zorbel: version %1, %2")
+                           .arg(report->record().versions)
+                           .arg(savedAt(report->record()).toString(QStringLiteral("HH:mm")));
         if (state == State::Failed)
             toolTip += QLatin1Char('\n') + report->failure().statusText();
         if (report->isDocumentMissing())
