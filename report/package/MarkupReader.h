@@ -13,6 +13,7 @@ struct MarkupTag {
     qsizetype begin = 0;
     qsizetype end = 0; ///< behind its ">"
     bool isEmpty = false;
+    int values = 0; ///< of attributes
 };
 
 /// Qt's XML reader with the place of each tag, which it cannot tell by itself: edits are made in the text.
@@ -22,9 +23,10 @@ class MarkupReader {
 public:
     static constexpr int mostDepth = 2048;
     static constexpr qsizetype mostNamespaces = 256; ///< in scope
-    static constexpr qsizetype mostAttributes = 256; ///< of one element
+    static constexpr int mostAttributes = 256;       ///< of one element
+    static constexpr qsizetype longestTag = 10'000'000;
 
-    /// UTF-8 without byte order mark, whatever its declaration says; must outlive the reader.
+    /// UTF-8 without byte order mark, whatever its declaration says; shared.
     explicit MarkupReader(const QByteArray& utf8);
 
     /// Goes on to the next start or end of an element; false at the document's end or an error.
@@ -42,17 +44,18 @@ private:
     bool findTag();
     bool enter();
 
-    const QByteArray& text_;
+    QByteArray text_;
     QByteArray content_; ///< the text without its declaration, shared
     QBuffer buffer_;
     QXmlStreamReader xml_;
+    std::vector<qsizetype> namespaces_; ///< in scope in each open element
     MarkupTag tag_;
     qsizetype position_ = 0;
     int depth_ = 0;
+    bool readable_ = true; ///< by Qt's reader, in good time
     bool leaving_ = false;
     bool endPending_ = false; ///< the current tag is empty and its end was not told
     bool ended_ = false;
-    std::vector<qsizetype> namespaces_; ///< declared by each open element and those around it
 };
 
 } // namespace zorbel
