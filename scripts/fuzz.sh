@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Runs every fuzz target for a while, as many at a time as there are cores:
 #   scripts/fuzz.sh [SECONDS] [TARGET]…        (default: 60 seconds each, all targets)
-# Begins with the inputs in fuzz/corpus/<target>; new ones are kept in build/fuzz/corpus. Fails when a target does, and
-# prints what it said and the input that made it.
+# Begins with the inputs in fuzz/corpus/<target>, Word packages also with the real documents of the folder of test data
+# where there is one (../shared/data, or what ZORBEL_TEST_DATA names); new inputs are kept in build/fuzz/corpus. Fails
+# when a target does, and prints what it said and the input that made it.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -20,7 +21,8 @@ export TMPDIR
 trap 'rm -rf "$TMPDIR"' EXIT
 
 fuzz_one() { # seconds, target
-    local folder=build/fuzz/findings/$2 new=build/fuzz/corpus/$2 seeds=fuzz/corpus/$2 finding
+    local folder=build/fuzz/findings/$2 new=build/fuzz/corpus/$2 finding
+    local -a seeds=("fuzz/corpus/$2")
     local -a options=(-max_total_time="$1" -artifact_prefix="$folder/" -timeout=20 -rss_limit_mb=2048 -max_len=16384
         -print_final_stats=1)
     rm -rf "$folder"
@@ -28,7 +30,11 @@ fuzz_one() { # seconds, target
     if [[ -e fuzz/$2.dict ]]; then
         options+=(-dict="fuzz/$2.dict")
     fi
-    if build/fuzz/bin/fuzz/"$2" "${options[@]}" "$new" "$seeds" >"$folder/log" 2>&1; then
+    if [[ $2 == word_package && -d ${ZORBEL_TEST_DATA:-../shared/data}/docx ]]; then
+        seeds+=("${ZORBEL_TEST_DATA:-../shared/data}/docx")
+        options+=(-max_len=65536)
+    fi
+    if build/fuzz/bin/fuzz/"$2" "${options[@]}" "$new" "${seeds[@]}" >"$folder/log" 2>&1; then
         echo "$2: $(sed -n 's/^stat::number_of_executed_units: *//p' "$folder/log") inputs, nothing found"
         return 0
     fi
