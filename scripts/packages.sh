@@ -38,6 +38,14 @@ packages_test=(
     git
 )
 
+# The word processor that tests drive, and an independent reader of its documents.
+packages_office=(
+    libreoffice-gtk3
+    libreoffice-writer
+    python3-docx
+    python3-uno
+)
+
 packages_fuzz=(
     clang
     libclang-rt-14-dev
