@@ -91,7 +91,7 @@ CommandLine parseWord(const std::vector<std::string>& words) {
     }
     line.url = line.url.empty() ? ServiceNote::url() : line.url;
     if (line.url.empty()) {
-        throw UsageError("No demo service runs; --url says where another one is.");
+        throw std::runtime_error("No demo service runs; --url says where another one is.");
     }
     return line;
 }
