@@ -53,6 +53,7 @@ std::vector<KeyImage> imagesForReport(const StudyReading& reading) {
 
 ReportPacket reportPacketOf(const StudyReading& reading, const std::vector<KeyImagePng>& pictures) {
     ReportPacket packet;
+    packet.tableGrids = true; // whoever opens it
     packet.title = QStringLiteral("Imaging findings");
     packet.subtitle = subtitleOf(reading.identity());
     for (const Finding& finding : reading.findings().findings())

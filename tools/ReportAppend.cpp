@@ -13,9 +13,12 @@ namespace zorbel::tools {
 int runReportAppend(std::span<const std::string> arguments, const Streams& streams) {
     std::vector<std::string> documents;
     std::string packet;
+    bool tableGrids = false;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (arguments[i] == "--packet" && i + 1 < arguments.size() && packet.empty())
             packet = arguments[++i];
+        else if (arguments[i] == "--table-grids")
+            tableGrids = true;
         else if (arguments[i].empty() || arguments[i].starts_with('-'))
             return 2;
         else
@@ -24,7 +27,9 @@ int runReportAppend(std::span<const std::string> arguments, const Streams& strea
     if (documents.size() != 2 || packet.empty())
         return 2;
 
-    const EditResult result = appendReportPacket(readWholeFile(documents[0]), readPacketFile(packet));
+    ReportPacket appended = readPacketFile(packet);
+    appended.tableGrids = tableGrids;
+    const EditResult result = appendReportPacket(readWholeFile(documents[0]), appended);
     if (!result.success) {
         streams.error << result.error.toStdString() << '\n';
         return 1;

@@ -4,8 +4,8 @@
 
 namespace zorbel::tools {
 
-/// "report append IN.docx OUT.docx --packet PACKET.json": what the viewer does to a report. OUT is written in
-/// one step, and only when all went well; it may be IN.
+/// "report append IN.docx OUT.docx --packet PACKET.json [--table-grids]": what the viewer does to a report.
+/// OUT is written in one step, and only when all went well; it may be IN.
 int runReportAppend(std::span<const std::string> arguments, const Streams& streams);
 
 } // namespace zorbel::tools

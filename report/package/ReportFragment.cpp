@@ -67,8 +67,11 @@ QByteArray row(const QStringList& cells, const char* properties) {
 }
 
 template <class Entry, class Cells>
-QByteArray table(const QStringList& header, const std::vector<Entry>& entries, Cells cells) {
-    QByteArray result = tableHead + row(header, "<w:rPr><w:b/></w:rPr>");
+QByteArray table(const QStringList& header, const std::vector<Entry>& entries, bool grid, Cells cells) {
+    QByteArray result = tableHead;
+    if (grid)
+        result += "<w:tblGrid>" + QByteArray("<w:gridCol/>").repeated(header.size()) + "</w:tblGrid>";
+    result += row(header, "<w:rPr><w:b/></w:rPr>");
     for (const Entry& entry : entries)
         result += row(cells(entry), "");
     return result + "</w:tbl>";
@@ -115,7 +118,7 @@ QByteArray reportFragment(
         result += paragraph("Heading2", QStringLiteral("Findings"));
         result += table(
             {QStringLiteral("Site"), QStringLiteral("Finding"), QStringLiteral("Note")}, packet.findings,
-            [](const ReportPacket::Finding& entry) {
+            packet.tableGrids, [](const ReportPacket::Finding& entry) {
                 return QStringList{entry.site, entry.finding, entry.note};
             });
     }
@@ -123,7 +126,7 @@ QByteArray reportFragment(
         result += paragraph("Heading2", QStringLiteral("Measurements"));
         result += table(
             {QStringLiteral("Measurement"), QStringLiteral("Value"), QStringLiteral("View")},
-            packet.measurements, [](const ReportPacket::Measurement& entry) {
+            packet.measurements, packet.tableGrids, [](const ReportPacket::Measurement& entry) {
                 return QStringList{entry.measurement, entry.value, entry.view};
             });
     }

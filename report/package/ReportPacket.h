@@ -32,6 +32,9 @@ struct ReportPacket {
     std::vector<Finding> findings;
     std::vector<Measurement> measurements;
     std::vector<KeyImage> keyImages;
+    /// Tables say how many columns they have. Word finds out by itself; LibreOffice shows the first column
+    /// alone of a table that does not.
+    bool tableGrids = false;
 };
 
 } // namespace zorbel

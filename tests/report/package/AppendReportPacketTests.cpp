@@ -145,6 +145,17 @@ TEST(AppendReportPacket, RegistersPicturesBesideWhatIsThere) {
     EXPECT_TRUE(appendReportPacket(result.bytes, packet).success);
 }
 
+TEST(AppendReportPacket, TellsTheNumberOfColumnsWhereItIsAskedTo) {
+    ReportPacket packet = finding;
+    packet.tableGrids = true;
+    QByteArray main = part(appendReportPacket(zipOf(simpleParts()), packet), documentName);
+    const QByteArray grid = "</w:tblPr><w:tblGrid><w:gridCol/><w:gridCol/><w:gridCol/></w:tblGrid><w:tr>";
+    EXPECT_TRUE(main.contains(grid));
+    EXPECT_EQ(
+        main.replace(grid, "</w:tblPr><w:tr>"),
+        part(appendReportPacket(zipOf(simpleParts()), finding), documentName));
+}
+
 TEST(AppendReportPacket, LeavesOutWhatXmlCannotHoldAndKeepsLines) {
     ReportPacket packet = finding;
     packet.findings[0].note = QString::fromUtf16(u"a\u0001b\uFFFE\n\xd800"
