@@ -5,6 +5,7 @@
 #include "benchmarks/PauseBench.h"
 #include "benchmarks/PlaneBench.h"
 #include "benchmarks/ReadingBench.h"
+#include "benchmarks/ReportBench.h"
 #include "benchmarks/StreamingBench.h"
 #include "benchmarks/VolumeBench.h"
 
@@ -60,6 +61,8 @@ std::vector<Group> groups() {
         {{archiveCommitRowName}, measureArchiveCommit},
         {{archiveReopenRowName}, measureArchiveReopen},
         {{policyRowName}, measurePolicy},
+        {{reportRowName}, measureReport},
+        {{reportMemoryRowName}, measureReportMemory},
         {{pauseRowName}, measurePause},
         {planeRowNames(), measurePlanes},
         {startRowNames(), measureStart},
@@ -177,6 +180,8 @@ int measureAsChild(int argc, char** argv) {
             result = decodingMemoryChild(argument);
         else if (what == "cache-memory")
             result = cacheMemoryChild(argument);
+        else if (what == "report-memory")
+            result = reportMemoryChild();
         else
             throw std::runtime_error("There is no measurement " + what);
     }

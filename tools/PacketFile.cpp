@@ -49,17 +49,16 @@ void forEach(const json& object, const char* name, Take take) {
 
 ReportPacket::KeyImage keyImage(const json& entry, const fs::path& folder) {
     const QString name = text(entry, "file");
-    const fs::path relative = fs::path(name.toStdU16String());
-    if (name.isEmpty() || relative.has_parent_path() || relative.has_root_path())
-        throw std::runtime_error(
-            "\"" + name.toStdString() + "\" is not the name of a file beside the packet");
+    if (name.isEmpty())
+        throw std::runtime_error("a key image has no \"file\"");
+    const fs::path file = folder / fs::path(name.toStdU16String());
     ReportPacket::KeyImage image;
     image.fileName = name;
     image.caption = text(entry, "caption");
-    image.png = readWholeFile(folder / relative);
+    image.png = readWholeFile(file);
     const auto size = pngSize(image.png);
     if (!size)
-        throw std::runtime_error(pathText(folder / relative) + ": is not a whole PNG picture");
+        throw std::runtime_error(pathText(file) + ": is not a whole PNG picture");
     image.width = size->width;
     image.height = size->height;
     return image;

@@ -77,14 +77,20 @@ const WordDialect& editBody(
     QByteArray declarations;
     if (!images.empty()) {
         declarations = missingDeclarations(*place);
-        numberDrawings(images, package);
+        numberDrawings(images, package, place->drawingIds);
     }
     // The later place first, so that the earlier one stays where it is.
-    body->utf8.insert(place->insertion, reportFragment(packet, images, *place->dialect));
+    const QByteArray fragment = reportFragment(packet, images, *place->dialect);
+    TextPart frame = *body;
+    body->utf8.insert(place->insertion, fragment);
     body->utf8.insert(place->rootTagEnd, declarations);
-    QByteArray bytes = body->encoded();
-    requireWellFormed(bytes, uneditableBody);
-    edited.insert(package.mainPart(), std::move(bytes));
+    // The text around it was read already, what is new is read as the body's only content: as good as reading
+    // all of it again, and for a long document much faster.
+    frame.utf8.truncate(place->bodyBegin);
+    frame.utf8.insert(place->rootTagEnd, declarations);
+    frame.utf8 += fragment + "</w:body></" + place->rootName + '>';
+    requireWellFormed(frame.encoded(), uneditableBody);
+    edited.insert(package.mainPart(), body->encoded());
     return *place->dialect;
 }
 
@@ -149,7 +155,11 @@ EditResult edit(const QByteArray& bytes, const ReportPacket& packet) {
     const WordDialect& dialect = editBody(package, packet, images, edited);
     if (!images.empty())
         addMedia(package, images, dialect, edited);
-    return {writePackage(package, edited, images), {}, true, static_cast<int>(images.size())};
+    try {
+        return {writePackage(package, edited, images), {}, true, static_cast<int>(images.size())};
+    } catch (const std::bad_alloc&) {
+        throw EditFailure{notAssembled};
+    }
 }
 
 } // namespace
@@ -160,7 +170,7 @@ EditResult appendReportPacket(const QByteArray& package, const ReportPacket& pac
     } catch (const EditFailure& failure) {
         return {{}, QString::fromLatin1(failure.sentence), false, 0};
     } catch (const std::bad_alloc&) {
-        return {{}, QString::fromLatin1(notAssembled), false, 0};
+        return {{}, QStringLiteral("The report could not be read."), false, 0};
     }
 }
 

@@ -34,6 +34,11 @@ void addDeclarations(QMap<QString, QString>& namespaces, const QXmlStreamReader&
         namespaces.insert(declaration.prefix().toString(), declaration.namespaceUri().toString());
 }
 
+void addDrawingId(QSet<quint32>& ids, const QXmlStreamReader& xml) {
+    if (xml.isStartElement() && xml.name() == QLatin1String("docPr"))
+        ids.insert(xml.attributes().value(QLatin1String("id")).toUInt());
+}
+
 } // namespace
 
 std::optional<BodyPlace> findBodyPlace(const QByteArray& utf8) {
@@ -45,20 +50,24 @@ std::optional<BodyPlace> findBodyPlace(const QByteArray& utf8) {
     while (reader.next()) {
         const QXmlStreamReader& xml = reader.xml();
         const MarkupTag& tag = reader.tag();
+        addDrawingId(place.drawingIds, xml);
         if (reader.depth() == 1 && xml.isStartElement()) {
             place.dialect = dialectOf(xml.namespaceUri());
             if (place.dialect == nullptr || xml.name() != QLatin1String("document"))
                 return std::nullopt;
+            place.rootName = xml.qualifiedName().toUtf8();
             place.rootTagEnd = tag.end - (tag.isEmpty ? 2 : 1);
             addDeclarations(place.namespaces, xml);
         } else if (reader.depth() == 2 && xml.qualifiedName() == QLatin1String("w:body")) {
             inBody = xml.isStartElement();
             if (inBody && (bodyEnd || tag.isEmpty))
                 return std::nullopt;
-            if (inBody)
+            if (inBody) {
+                place.bodyBegin = tag.end;
                 addDeclarations(place.namespaces, xml);
-            else
+            } else {
                 bodyEnd = tag.begin;
+            }
         } else if (
             inBody && reader.depth() == 3 && xml.isStartElement() &&
             xml.qualifiedName() == QLatin1String("w:sectPr")) {
@@ -76,11 +85,8 @@ std::optional<BodyPlace> findBodyPlace(const QByteArray& utf8) {
 QSet<quint32> drawingIds(const QByteArray& utf8) {
     QSet<quint32> ids;
     MarkupReader reader(utf8);
-    while (reader.next()) {
-        const QXmlStreamReader& xml = reader.xml();
-        if (xml.isStartElement() && xml.name() == QLatin1String("docPr"))
-            ids.insert(xml.attributes().value(QLatin1String("id")).toUInt());
-    }
+    while (reader.next())
+        addDrawingId(ids, reader.xml());
     return ids;
 }
 

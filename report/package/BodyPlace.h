@@ -25,9 +25,12 @@ struct WordDialect {
 /// Where in a document's main part new paragraphs go, and what holds there.
 struct BodyPlace {
     const WordDialect* dialect = nullptr;
-    qsizetype insertion = 0;           ///< before the body's own section properties, else before its end
+    qsizetype insertion = 0; ///< before the body's own section properties, else before its end
+    qsizetype bodyBegin = 0; ///< behind the body's start tag
+    QByteArray rootName;
     qsizetype rootTagEnd = 0;          ///< where further namespaces can be declared
     QMap<QString, QString> namespaces; ///< in scope at the insertion, by prefix
+    QSet<quint32> drawingIds;
 };
 
 /// Empty when the text is not a document whose elements have the prefix "w".

@@ -3,8 +3,6 @@
 #include "report/package/RootAppender.h"
 #include "report/package/TextPart.h"
 
-#include <QSet>
-
 #include <algorithm>
 #include <limits>
 
@@ -63,13 +61,12 @@ void numberRelationships(std::vector<PlacedImage>& images, const QByteArray& rel
         placed.relationship = ++largest;
 }
 
-void numberDrawings(std::vector<PlacedImage>& images, const WordPackage& package) {
-    QSet<quint32> taken;
+void numberDrawings(std::vector<PlacedImage>& images, const WordPackage& package, QSet<quint32> taken) {
     const QByteArray folder = folderOf(package.mainPart()->name);
     for (const ZipEntry& entry : package.records().entries()) {
         // Headers, footers and notes lie beside the main part.
-        if (!entry.isFile || folderOf(entry.name) != folder || !entry.name.toLower().endsWith(".xml") ||
-            entry.size > TextPart::largest)
+        if (!entry.isFile || &entry == package.mainPart() || folderOf(entry.name) != folder ||
+            !entry.name.toLower().endsWith(".xml") || entry.size > TextPart::largest)
             continue;
         const auto part = TextPart::decode(package.contents(entry));
         if (part && part->utf8.contains("docPr"))

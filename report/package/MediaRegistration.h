@@ -4,6 +4,7 @@
 #include "report/package/WordPackage.h"
 
 #include <QByteArray>
+#include <QSet>
 
 #include <vector>
 
@@ -14,9 +15,9 @@ inline const QByteArray mediaFolder = "word/media/";
 /// Gives each image its relationship: numbers above all that the relationships part holds.
 void numberRelationships(std::vector<PlacedImage>& images, const QByteArray& relationships);
 
-/// Gives each image its drawing's id: its relationship's number, or the next that no drawing of the package
-/// has.
-void numberDrawings(std::vector<PlacedImage>& images, const WordPackage& package);
+/// Gives each image its drawing's id: its relationship's number, or the next that is not taken, be it in the
+/// main part or in another.
+void numberDrawings(std::vector<PlacedImage>& images, const WordPackage& package, QSet<quint32> taken);
 
 /// Gives each image a file name that is safe and that the package does not hold.
 void nameFiles(std::vector<PlacedImage>& images, const WordPackage& package);
