@@ -347,6 +347,10 @@ HttpReply Gateway::control(const Request& request) {
     if (node_ != nullptr && what == "GET /demo/node/requests") {
         return jsonReply(listOf(node_->requests()));
     }
+    if (what == "DELETE /demo/tokens") {
+        revokeTokens();
+        return jsonReply({{"success", true}});
+    }
     if (what == "GET /demo/audit") {
         json list = json::array();
         for (const AuditRecord& one : auditRecords()) {

@@ -22,6 +22,7 @@ struct DemoAccount;
 /// desk and the organization's Local Nodes, plus the control endpoint under /demo that only the administrator
 /// may use:
 ///   GET, POST, DELETE /demo/faults and DELETE /demo/faults/ID; GET /demo/requests; GET /demo/audit;
+///   DELETE /demo/tokens signs everybody out, the administrator too;
 ///   the same of the Local Node below /demo/node/faults and /demo/node/requests;
 ///   and what WordControl answers, there also for a browser that brings the account in place of a token
 class Gateway {

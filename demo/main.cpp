@@ -171,6 +171,8 @@ void announce(DemoService& service, bool withNode) {
     }
     std::cout << "  sign in as  " << readerAccount.email << "\n"
               << "  password    " << readerAccount.password << "\n"
+              << "  or as       " << administratorAccount.email << " / " << administratorAccount.password
+              << ", who also sees all reports at " << service.baseUrl() << "/demo/word\n"
               << std::flush;
 }
 
@@ -179,11 +181,7 @@ int serve(const CommandLine& line) {
     service.start();
     const ServiceNote note(service.baseUrl());
     announce(service, line.service.localNode);
-    std::cout << "  or as       " << administratorAccount.email << " / " << administratorAccount.password
-              << "\n"
-              << "  reports     " << service.baseUrl() << "/demo/word, as the administrator\n"
-              << "Ctrl+C ends it.\n"
-              << std::flush;
+    std::cout << "Ctrl+C ends it.\n" << std::flush;
     waitForEndingSignal();
     return 0;
 }
@@ -212,7 +210,7 @@ int run(const CommandLine& line) {
     const ServiceNote note(service.baseUrl());
     announce(service, line.service.localNode);
     const fs::path config = privateFolder(home / "config");
-    std::cout << "  reports     " << prepareWordProcessor(config) << "\n" << std::flush;
+    std::cout << "  documents   " << prepareWordProcessor(config) << "\n" << std::flush;
     const fs::path cache = privateFolder(home / "cache");
     if (line.service.phantoms) {
         tryToPrepare(line, cache);
