@@ -88,7 +88,7 @@ void MeasureTool::paint(const ToolTarget& target, QPainter& painter) const {
     const Measurement* inHand = measurements_.editor().inHand();
     const auto labelOf = [&](const Measurement& measurement) {
         const bool isInHand = inHand && measurement.id == inHand->id;
-        return measurements_.areLabelsShown() || isInHand ? measurements_.drawnLabelOf(measurement)
+        return measurements_.areLabelsShown() || isInHand ? measurements_.valuesOf(measurement).label
                                                           : std::string();
     };
     painter.setFont(labelFont());

@@ -83,17 +83,6 @@ QString MeasurementController::lineOf(const Measurement& measurement) const {
                                                                   : measurement.value);
 }
 
-std::string MeasurementController::drawnLabelOf(const Measurement& measurement) const {
-    constexpr int longest = 32; // characters: it must not lie over the whole view
-    const std::string values = valuesOf(measurement).label;
-    if (measurement.label.empty())
-        return values;
-    QString label = QString::fromStdString(measurement.label);
-    if (label.size() > longest)
-        label = label.left(longest - 1) + QChar(0x2026);
-    return label.toStdString() + '\n' + values;
-}
-
 void MeasurementController::setLabel(int id, const QString& label) {
     if (reading_)
         reading_->measurements().setLabel(id, label.simplified().toStdString());

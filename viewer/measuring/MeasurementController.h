@@ -35,8 +35,6 @@ public:
     MeasurementValues valuesOf(const Measurement& measurement) const;
     /// Its value on one line; of one that was drawn on another series than the shown one, as last read there.
     QString lineOf(const Measurement& measurement) const;
-    /// For the drawing: the reader's name for it above its value.
-    std::string drawnLabelOf(const Measurement& measurement) const;
 
     /// Mouse events of a view; true where the event was used.
     bool press(const MeasurementView& view, const Point2& pointer);

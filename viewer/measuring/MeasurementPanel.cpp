@@ -22,7 +22,7 @@ namespace {
 
 constexpr int idRole = Qt::UserRole;
 constexpr int nameColumn = 0;
-constexpr int widestName = 120;
+constexpr int widestName = 104;
 
 } // namespace
 

@@ -58,6 +58,13 @@ QPixmap thumbnail(const QImage& picture, const QString& text, qreal ratio) {
     return pixmap;
 }
 
+/// Not tinted where the row is selected: it is the picture that is looked at.
+QIcon plainIcon(const QPixmap& pixmap) {
+    QIcon icon(pixmap);
+    icon.addPixmap(pixmap, QIcon::Selected);
+    return icon;
+}
+
 QPushButton* newButton(const char* name, const QString& text, const QString& toolTip) {
     auto* button = new QPushButton(text);
     button->setObjectName(QString::fromLatin1(name));
@@ -172,9 +179,10 @@ QWidget* KeyImageGallery::buildView() {
     auto* size = newButton(
         "keyImageSize", QStringLiteral("100 %"),
         QStringLiteral("Pixel by pixel, or fitted into the window (Ctrl+1, Ctrl+0, or a double-click)"));
-    size->setCheckable(true);
-    connect(size, &QPushButton::toggled, this, [this](bool full) { view_->setFitted(!full); });
-    connect(view_, &PictureView::fittedChanged, size, [size](bool fitted) { size->setChecked(!fitted); });
+    connect(size, &QPushButton::clicked, this, [this] { view_->setFitted(!view_->isFitted()); });
+    connect(view_, &PictureView::fittedChanged, size, [size](bool fitted) {
+        size->setText(fitted ? QStringLiteral("100 %") : QStringLiteral("Fit"));
+    });
     connect(caption_, &QLineEdit::editingFinished, this, &KeyImageGallery::takeCaption);
     auto* line = new QHBoxLayout;
     line->setSpacing(8);
@@ -216,6 +224,7 @@ bool KeyImageGallery::eventFilter(QObject* watched, QEvent* event) {
         }
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
             takeCaption();
+            caption_->setCursorPosition(0); // a long one is read from its beginning
             list_->setFocus();
             return true;
         }
@@ -268,7 +277,8 @@ void KeyImageGallery::askToRemove() {
     const QString caption = QString::fromStdString(image->caption);
     auto* box = new QMessageBox(
         QMessageBox::NoIcon, QStringLiteral("Delete key image"),
-        QStringLiteral("Delete this picture%1?\n\nIt is deleted for good, whether or not a report holds it.")
+        QStringLiteral(
+            "Delete this picture%1?\n\nIt is gone from this study for good. A report that holds it keeps it.")
             .arg(caption.isEmpty() ? QString() : QStringLiteral(" “%1”").arg(caption)),
         QMessageBox::Cancel, this);
     box->setObjectName(QStringLiteral("deleteKeyImageBox"));
@@ -329,9 +339,9 @@ void KeyImageGallery::updateRow(QListWidgetItem& item, const KeyImage& image) {
     item.setToolTip(plainToolTip(caption));
     item.setCheckState(image.inReport ? Qt::Checked : Qt::Unchecked);
     const auto known = thumbnails_.find(image.fileName);
-    item.setIcon(
+    item.setIcon(plainIcon(
         known != thumbnails_.end() ? known->second
-                                   : thumbnail({}, QStringLiteral("Loading…"), devicePixelRatioF()));
+                                   : thumbnail({}, QStringLiteral("Loading…"), devicePixelRatioF())));
 }
 
 void KeyImageGallery::showCurrent() {
@@ -389,7 +399,7 @@ void KeyImageGallery::showThumbnail(const std::string& fileName, const QImage& p
     const QScopedValueRollback<bool> guard(refreshing_, true);
     for (int row = 0; row < list_->count(); ++row)
         if (nameOf(*list_->item(row)) == fileName)
-            list_->item(row)->setIcon(shown);
+            list_->item(row)->setIcon(plainIcon(shown));
 }
 
 void KeyImageGallery::showPicture(const std::string& fileName, const QImage& picture) {

@@ -1,5 +1,6 @@
 #include "viewer/workspace/ViewerHeader.h"
 
+#include "viewer/widgets/ElidedLabel.h"
 #include "viewer/widgets/PlainToolTip.h"
 
 #include <QHBoxLayout>
@@ -27,12 +28,11 @@ void setChipText(QLabel* chip, const QString& text) {
 
 ViewerHeader::ViewerHeader(QWidget* parent) : QFrame(parent) {
     setObjectName(QStringLiteral("viewerHeader"));
-    title_ = new QLabel(QStringLiteral("No study selected"));
+    title_ = new ElidedLabel(QStringLiteral("No study selected"));
     title_->setObjectName(QStringLiteral("viewerTitle"));
-    title_->setTextFormat(Qt::PlainText); // names come from outside
     subtitle_ = new QLabel;
     subtitle_->setObjectName(QStringLiteral("viewerSubtitle"));
-    subtitle_->setTextFormat(Qt::PlainText);
+    subtitle_->setTextFormat(Qt::PlainText); // what is in it comes from outside
     // A long name or UID must not force the window wider than the screen.
     for (auto* label : {title_, subtitle_})
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -79,11 +79,25 @@ void ViewerHeader::setModeChip(const QString& text, const QString& toolTip) {
 }
 
 void ViewerHeader::setLayoutChip(const QString& text) {
-    setChipText(layoutChip_, text);
+    layoutChip_->setText(text);
+    showLayoutChip();
+}
+
+void ViewerHeader::showLayoutChip() {
+    // Where there is room for one of them only, whose study it is comes before how it is laid out.
+    constexpr int enoughForAll = 720;
+    const bool fits = width() >= enoughForAll || reportChip_->state() == WordReportChip::State::None;
+    layoutChip_->setVisible(fits && !layoutChip_->text().isEmpty());
+}
+
+void ViewerHeader::resizeEvent(QResizeEvent* event) {
+    QFrame::resizeEvent(event);
+    showLayoutChip();
 }
 
 void ViewerHeader::setReportChip(const QString& text, WordReportChip::State state, const QString& toolTip) {
     reportChip_->setReport(text, state, toolTip);
+    showLayoutChip();
 }
 
 } // namespace zorbel

@@ -28,7 +28,12 @@ public:
 Q_SIGNALS:
     void reportChipClicked();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    void showLayoutChip();
+
     QLabel* title_ = nullptr;
     QLabel* subtitle_ = nullptr;
     QLabel* studyChip_ = nullptr;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace zorbel {
 
@@ -31,15 +32,22 @@ std::array<Rect, 8> candidates(const Point2& anchor, const Point2& size) {
          {{middleX, above}, size}}};
 }
 
-Rect placed(const Point2& anchor, const Point2& size, const Rect& room, const std::vector<Rect>& taken) {
-    const auto options = candidates(anchor, size);
+std::optional<Rect>
+clearPlace(const Point2& anchor, const Point2& size, const Rect& room, const std::vector<Rect>& taken) {
     const auto isClear = [&](const Rect& box) {
         return std::none_of(
             taken.begin(), taken.end(), [&](const Rect& other) { return other.overlaps(box); });
     };
-    for (const Rect& box : options)
+    for (const Rect& box : candidates(anchor, size))
         if (room.contains(box) && isClear(box))
             return box;
+    return std::nullopt;
+}
+
+Rect placed(const Point2& anchor, const Point2& size, const Rect& room, const std::vector<Rect>& taken) {
+    if (const auto box = clearPlace(anchor, size, room, taken))
+        return *box;
+    const auto options = candidates(anchor, size);
     for (const Rect& box : options)
         if (room.contains(box))
             return box;
@@ -54,6 +62,16 @@ Rect placed(const Point2& anchor, const Point2& size, const Rect& room, const st
         size};
 }
 
+/// UTF-8. A label must not lie over the whole view.
+std::string shortened(const std::string& name) {
+    constexpr int most = 32; // characters
+    int count = 0;
+    for (std::size_t at = 0; at < name.size(); ++at)
+        if ((static_cast<unsigned char>(name[at]) & 0xC0U) != 0x80U && ++count > most)
+            return name.substr(0, at) + "…";
+    return name;
+}
+
 MeasurementPicture
 pictureOf(const Measurement& measurement, const MeasurementView& view, bool inHand, bool hovered) {
     MeasurementPicture picture;
@@ -62,6 +80,7 @@ pictureOf(const Measurement& measurement, const MeasurementView& view, bool inHa
     picture.isInHand = inHand;
     picture.showsHandles = inHand || hovered;
     picture.lineColour = inHand ? MeasurementDrawing::inHandColour : MeasurementDrawing::lineColour;
+    picture.name = shortened(measurement.label);
     picture.labelColour = inHand ? MeasurementDrawing::inHandColour : MeasurementDrawing::labelColour;
     return picture;
 }
@@ -81,7 +100,13 @@ void placeLabels(
                 picture.label.clear();
                 continue;
             }
-            picture.labelBox = placed(picture.shape.labelAnchor, sizeOf(picture.label), room, taken);
+            const Point2& anchor = picture.shape.labelAnchor;
+            const std::string named = picture.name + "\n" + picture.label;
+            const auto box =
+                picture.name.empty() ? std::nullopt : clearPlace(anchor, sizeOf(named), room, taken);
+            if (box)
+                picture.label = named;
+            picture.labelBox = box ? *box : placed(anchor, sizeOf(picture.label), room, taken);
             taken.push_back(picture.labelBox);
         }
     }

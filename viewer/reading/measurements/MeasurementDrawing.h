@@ -18,6 +18,7 @@ struct MeasurementPicture {
     bool showsHandles = false;    ///< so is one under the pointer
     std::uint32_t lineColour = 0; ///< 0xRRGGBB, of lines and handles
     std::uint32_t labelColour = 0;
+    std::string name;                ///< the reader's own, shortened; may be empty
     std::string label;               ///< lines separated by \n; empty where there is none to paint
     MeasurementShape::Rect labelBox; ///< where the label goes
 };
@@ -36,9 +37,10 @@ public:
     using SizeOf = std::function<Point2(const std::string&)>;
 
     /// Those that lie in the view in drawing order, then the one in hand.
-    /// Labels stand beside their measurement, within the widget and, where there is room, clear of each
-    /// other; the label of the one in hand is placed first. A measurement that is scrolled or zoomed out of
-    /// the widget has none.
+    /// A label is what `labelOf` says, under the reader's own name for the measurement where there is room
+    /// for that. Labels stand beside their measurement, within the widget and, where there is room, clear of
+    /// each other; the label of the one in hand is placed first. A measurement that is scrolled or zoomed out
+    /// of the widget has none.
     static std::vector<MeasurementPicture>
     of(const MeasurementList& list, const MeasurementEditor& editor, const MeasurementView& view,
        const LabelOf& labelOf, const SizeOf& sizeOf);
