@@ -7,26 +7,24 @@ namespace zorbel::test {
 namespace {
 
 QByteArray paragraph(const QByteArray& style, const QByteArray& text) {
-    return "<w:p><w:pPr>" + (style.isEmpty() ? "" : "<w:pStyle w:val=\"" + style + "\"/>") +
-           "</w:pPr><w:r><w:t xml:space=\"preserve\">" + text + "</w:t></w:r></w:p>";
+    return "<w:p><w:pPr>" + (style.isEmpty() ? "" : R"(<w:pStyle w:val=")" + style + R"("/>)") +
+           R"(</w:pPr><w:r><w:t xml:space="preserve">)" + text + "</w:t></w:r></w:p>";
 }
 QByteArray row(const QList<QByteArray>& cells, const QByteArray& properties = {}) {
     QByteArray result;
     for (const QByteArray& cell : cells)
-        result += "<w:tc><w:tcPr><w:tcW w:w=\"0\" w:type=\"auto\"/></w:tcPr><w:p><w:r>" + properties +
-                  "<w:t xml:space=\"preserve\">" + cell + "</w:t></w:r></w:p></w:tc>";
+        result += R"(<w:tc><w:tcPr><w:tcW w:w="0" w:type="auto"/></w:tcPr><w:p><w:r>)" + properties +
+                  R"(<w:t xml:space="preserve">)" + cell + "</w:t></w:r></w:p></w:tc>";
     return "<w:tr>" + result + "</w:tr>";
 }
 QByteArray table(const QList<QByteArray>& header, const QList<QByteArray>& cells) {
-    return "<w:tbl><w:tblPr><w:tblStyle w:val=\"TableGrid\"/><w:tblW w:w=\"0\" "
-           "w:type=\"auto\"/><w:tblBorders>"
-           "<w:top w:val=\"single\" w:sz=\"4\" w:color=\"999999\"/>"
-           "<w:left w:val=\"single\" w:sz=\"4\" w:color=\"999999\"/>"
-           "<w:bottom w:val=\"single\" w:sz=\"4\" w:color=\"999999\"/>"
-           "<w:right w:val=\"single\" w:sz=\"4\" w:color=\"999999\"/>"
-           "<w:insideH w:val=\"single\" w:sz=\"4\" w:color=\"CCCCCC\"/>"
-           "<w:insideV w:val=\"single\" w:sz=\"4\" w:color=\"CCCCCC\"/></w:tblBorders></w:tblPr>" +
-           row(header, "<w:rPr><w:b/></w:rPr>") + row(cells) + "</w:tbl>";
+    QByteArray borders;
+    for (const char* side : {"top", "left", "bottom", "right", "insideH", "insideV"})
+        borders += QByteArray("<w:") + side + R"( w:val="single" w:sz="4" w:color=")" +
+                   (*side == 'i' ? "CCCCCC" : "999999") + R"("/>)";
+    return R"(<w:tbl><w:tblPr><w:tblStyle w:val="TableGrid"/><w:tblW w:w="0" w:type="auto"/><w:tblBorders>)" +
+           borders + "</w:tblBorders></w:tblPr>" + row(header, "<w:rPr><w:b/></w:rPr>") + row(cells) +
+           "</w:tbl>";
 }
 const QByteArray findingsTable =
     paragraph("Heading2", "Findings") + table({"Site", "Finding", "Note"}, {"36", "Caries", "deep"});
@@ -42,12 +40,12 @@ TEST(AppendReportPacket, InsertsByteForByte) {
         {documentName, document("<w:p/>" + section)},
         {typesName, types()},
         {"custom/any.bin", QByteArray(500, 'x')}};
-    const ReportPacket packet{
-        "Report <1>",
-        "\"A\" & 'B'",
-        finding.findings,
-        {{"Length", "1.2 mm", "Axial"}},
-        {{"key.png", "Cap > 1", "png bytes", 1920, 1080}, {"gone.png", "No bytes", {}, 8, 8}}};
+    ReportPacket packet = picture("key.png", 1920, 1080);
+    packet.title = "Report <1>";
+    packet.subtitle = "\"A\" & 'B'";
+    packet.findings = finding.findings;
+    packet.measurements = {{"Length", "1.2 mm", "Axial"}};
+    packet.keyImages.push_back({"gone.png", "No bytes", {}, 8, 8});
     const EditResult result = appendReportPacket(zipOf(parts), packet);
     EXPECT_EQ(result.keyImages, 1);
 
@@ -61,16 +59,15 @@ TEST(AppendReportPacket, InsertsByteForByte) {
         paragraph("Heading2", "Measurements") +
         table({"Measurement", "Value", "View"}, {"Length", "1.2 mm", "Axial"}) +
         paragraph("Heading2", "Key images") +
-        "<w:p><w:r><w:drawing><wp:inline distT=\"0\" distB=\"0\" distL=\"0\" distR=\"0\">"
-        "<wp:extent cx=\"5486400\" cy=\"3086100\"/>"
-        "<wp:docPr id=\"8\" name=\"Key image 8\" descr=\"Cap &gt; 1\"/>"
-        "<a:graphic xmlns:a=\"http://schemas.openxmlformats.org/drawingml/2006/main\">"
-        "<a:graphicData uri=\"http://schemas.openxmlformats.org/drawingml/2006/picture\">"
-        "<pic:pic xmlns:pic=\"http://schemas.openxmlformats.org/drawingml/2006/picture\">"
-        "<pic:nvPicPr><pic:cNvPr id=\"8\" name=\"key.png\"/><pic:cNvPicPr/></pic:nvPicPr>"
-        "<pic:blipFill><a:blip r:embed=\"rId8\"/><a:stretch><a:fillRect/></a:stretch></pic:blipFill>"
-        "<pic:spPr><a:xfrm><a:off x=\"0\" y=\"0\"/><a:ext cx=\"5486400\" cy=\"3086100\"/></a:xfrm>"
-        "<a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom></pic:spPr></pic:pic></a:graphicData></a:graphic>"
+        R"(<w:p><w:r><w:drawing><wp:inline distT="0" distB="0" distL="0" distR="0">)"
+        R"(<wp:extent cx="5486400" cy="3086100"/><wp:docPr id="8" name="Key image 8" descr="Cap &gt; 1"/>)"
+        R"(<a:graphic xmlns:a="http://schemas.openxmlformats.org/drawingml/2006/main">)"
+        R"(<a:graphicData uri="http://schemas.openxmlformats.org/drawingml/2006/picture">)"
+        R"(<pic:pic xmlns:pic="http://schemas.openxmlformats.org/drawingml/2006/picture">)"
+        R"(<pic:nvPicPr><pic:cNvPr id="8" name="key.png"/><pic:cNvPicPr/></pic:nvPicPr>)"
+        R"(<pic:blipFill><a:blip r:embed="rId8"/><a:stretch><a:fillRect/></a:stretch></pic:blipFill>)"
+        R"(<pic:spPr><a:xfrm><a:off x="0" y="0"/><a:ext cx="5486400" cy="3086100"/></a:xfrm>)"
+        R"(<a:prstGeom prst="rect"><a:avLst/></a:prstGeom></pic:spPr></pic:pic></a:graphicData></a:graphic>)"
         "</wp:inline></w:drawing></w:r></w:p>" +
         paragraph("Caption", "Cap &gt; 1") + section);
     expected[3].second = types("<Default Extension=\"png\" ContentType=\"image/png\"/>");
@@ -102,14 +99,13 @@ TEST(AppendReportPacket, FollowsTheDocumentsNamespacesAndFolder) {
     EXPECT_TRUE(edited(w).startsWith("<w:document " + w + ' ' + wp + ' ' + r + "><w:body><w:p>"));
     EXPECT_TRUE(edited(r + ' ' + w).startsWith("<w:document " + r + ' ' + w + ' ' + wp + '>'));
 
-    const QByteArray strictW = "xmlns:w=\"" + strict + "wordprocessingml/main\"";
+    const QByteArray top = "<Relationship Id='a' Target='/docs/main.xml' Type='" + strict +
+                           "officeDocument/relationships/officeDocument'/>";
     const Parts parts{
-        {"docs/main.xml", document("", strictW)},
+        {"docs/main.xml", document("", "xmlns:w=\"" + strict + "wordprocessingml/main\"")},
         {"docs/_rels/main.xml.rels", relationships()},
         {typesName, types()},
-        {"_rels/.rels", relationships(
-                            "<Relationship Id='a' Target='/docs/main.xml' Type='" + strict +
-                            "officeDocument/relationships/officeDocument'/>")}};
+        {"_rels/.rels", relationships(top)}};
     const EditResult result = appendReportPacket(zipOf(parts), picture());
     const QByteArray main = part(result, "docs/main.xml");
     EXPECT_FALSE(main.contains(transitional));

@@ -1,7 +1,6 @@
 #include "report/package/WholePackage.h"
 #include "tests/report/package/PackageFixture.h"
 
-#include <functional>
 #include <string>
 
 namespace zorbel::test {
@@ -45,16 +44,15 @@ TEST(DamagedPackage, FailsWithOneSentence) {
             errorOf(whole, picture("a.png", width, height)), "No measurements or key images could be read.");
 
     const QByteArray good = document("<w:p/>");
+    QByteArray attributes; // which take a parser for long
+    for (int index = 0; index < 300; ++index)
+        attributes += " a" + QByteArray::number(index) + "=''";
     for (const QByteArray& main :
          {QByteArray("<a/>"), QByteArray("</w:body>"), QByteArray(good).replace("w:body", "w:torso"),
           document("<w:p>"), document("", w + ' ' + r + " xmlns:wp=\"other\""), "<!DOCTYPE a>" + good,
           "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + good, document("\xff"), good.mid(0, 40),
-          QByteArray(good).replace("w:", "x:").replace("xmlns:x", "xmlns:w"), document("<w:p " + [] {
-              QByteArray attributes;
-              for (int i = 0; i < 300; ++i)
-                  attributes += " a" + QByteArray::number(i) + "=''";
-              return attributes;
-          }() + "/>")})
+          QByteArray(good).replace("w:", "x:").replace("xmlns:x", "xmlns:w"),
+          document("<w:p" + attributes + "/>")})
         EXPECT_EQ(errorWith(documentName, main), body) << main.left(200).toStdString();
     EXPECT_EQ(errorWith(relationshipsName, "<Relationships"), media);
     const QByteArray twice = "<Relationship Id='a'/>";
@@ -68,25 +66,13 @@ TEST(DamagedPackage, RecordsAreHeldAgainstEachOther) {
     // The first part's own header is at the beginning, what the directory says of it comes first there.
     const qsizetype directory = whole.indexOf("PK\x01\x02");
     const qsizetype end = whole.indexOf("PK\x05\x06");
-    const std::pair<qsizetype, char> damages[] = {
-        {6, 0x09},
-        {directory + 8, 0x09},
-        {8, 9},
-        {directory + 10, 9},
-        {directory + 16, 'x'},
-        {14, 'x'},
-        {directory + 24, 'x'},
-        {22, 'x'},
-        {40, '.'},
-        {60, 'x'},
-        {end + 10, 9},
-        {directory + 42, 'x'},
-        {end + 16, 9},
-        {directory + 27, 0x20},
-        {end + 20, 1}};
-    for (const auto& [at, value] : damages) {
+    const qsizetype inDirectory[] = {8, 10, 16, 24, 27, 42}; // flags, method, checksum, sizes, place
+    std::vector<qsizetype> places{6, 8, 14, 22, 40, 60, end + 10, end + 16, end + 20};
+    for (const qsizetype at : inDirectory)
+        places.push_back(directory + at);
+    for (const qsizetype at : places) {
         QByteArray damaged = whole;
-        damaged[at] = value;
+        damaged[at] = static_cast<char>(damaged[at] ^ 0x41);
         EXPECT_EQ(errorOf(damaged), unreadable) << at;
         EXPECT_FALSE(isWholePackage(damaged)) << at;
     }
@@ -102,29 +88,30 @@ TEST(DamagedPackage, RecordsAreHeldAgainstEachOther) {
     EXPECT_FALSE(isWholePackage(zipOf({{"mimetype", "some other kind of document"}})));
 }
 
-/// Turns each size and offset of the directory into a reference to a zip64 field.
+QByteArray number(qint64 value) {
+    return {reinterpret_cast<const char*>(&value), 8};
+}
+
+/// Turns each size and place in the directory into a reference to a zip64 field.
 QByteArray withWideFields(const QByteArray& whole) {
     const qsizetype directory = whole.indexOf("PK\x01\x02");
     const qsizetype end = whole.indexOf("PK\x05\x06");
-    const auto wide = [](const QByteArray& field) { return field + QByteArray(4, '\0'); };
-    const QByteArray saturated(4, '\xff');
     QByteArray entries;
     qint64 count = 0;
     for (qsizetype at = directory; at < end; ++count) {
-        const qsizetype nameLength = static_cast<unsigned char>(whole[at + 28]);
         QByteArray entry = whole.mid(at, 46);
-        const QByteArray extra = QByteArray("\x01\x00\x18\x00", 4) + wide(entry.mid(24, 4)) +
-                                 wide(entry.mid(20, 4)) + wide(entry.mid(42, 4));
-        entry.replace(20, 8, saturated + saturated).replace(42, 4, saturated).replace(30, 1, "\x1c");
-        entries += entry + whole.mid(at + 46, nameLength) + extra;
-        at += 46 + nameLength;
+        const QByteArray name = whole.mid(at + 46, entry[28]);
+        QByteArray extra("\x01\x00\x18\x00", 4);
+        for (const qsizetype field : {24, 20, 42})
+            extra += entry.mid(field, 4) + QByteArray(4, '\0');
+        for (const qsizetype field : {24, 20, 42})
+            entry.replace(field, 4, QByteArray(4, '\xff'));
+        entries += entry.replace(30, 1, "\x1c") + name + extra;
+        at += 46 + name.size();
     }
-    const auto number = [](qint64 value) { return QByteArray(reinterpret_cast<const char*>(&value), 8); };
-    const QByteArray wideEnd = "PK\x06\x06" + number(44) + QByteArray(12, '\0') + number(count) +
-                               number(count) + number(entries.size()) + number(directory);
-    const QByteArray locator =
-        "PK\x06\x07" + QByteArray(4, '\0') + number(directory + entries.size()) + QByteArray("\x01\0\0\0", 4);
-    return whole.left(directory) + entries + wideEnd + locator +
+    return whole.left(directory) + entries + "PK\x06\x06" + number(44) + QByteArray(12, '\0') +
+           number(count) + number(count) + number(entries.size()) + number(directory) + "PK\x06\x07" +
+           QByteArray(4, '\0') + number(directory + entries.size()) + number(1).left(4) +
            whole.mid(end).replace(8, 12, QByteArray(12, '\xff'));
 }
 

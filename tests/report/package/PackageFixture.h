@@ -77,7 +77,7 @@ inline Parts simpleParts(const QByteArray& main = document("<w:p/>")) {
 
 inline const ReportPacket finding{{}, {}, {{"36", "Caries", "deep"}}, {}, {}};
 inline ReportPacket picture(const QString& fileName = "key.png", qint32 width = 96, qint32 height = 48) {
-    return {{}, {}, {}, {}, {{fileName, "Cap", "png bytes", width, height}}};
+    return {{}, {}, {}, {}, {{fileName, "Cap > 1", "png bytes", width, height}}};
 }
 
 } // namespace zorbel::test
