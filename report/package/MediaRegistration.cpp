@@ -1,6 +1,6 @@
 #include "report/package/MediaRegistration.h"
 
-#include "report/package/RootAppender.h"
+#include "report/package/RootList.h"
 #include "report/package/TextPart.h"
 
 #include <algorithm>
@@ -9,10 +9,6 @@
 namespace zorbel {
 
 namespace {
-
-constexpr RootList relationshipList{
-    "Relationships", "http://schemas.openxmlformats.org/package/2006/relationships"};
-constexpr RootList contentTypeList{"Types", "http://schemas.openxmlformats.org/package/2006/content-types"};
 
 /// Some way below where counting on would overflow.
 constexpr quint64 highestRelationship = std::numeric_limits<qint64>::max();

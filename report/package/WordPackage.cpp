@@ -1,7 +1,7 @@
 #include "report/package/WordPackage.h"
 
 #include "report/package/EditFailure.h"
-#include "report/package/RootAppender.h"
+#include "report/package/RootList.h"
 #include "report/package/TextPart.h"
 
 #include <QList>
@@ -12,9 +12,6 @@
 namespace zorbel {
 
 namespace {
-
-constexpr RootList relationships{
-    "Relationships", "http://schemas.openxmlformats.org/package/2006/relationships"};
 
 /// The part that a target names in the package's own relationships.
 QByteArray partNamed(const QString& target) {
@@ -87,7 +84,7 @@ QByteArray WordPackage::mainTarget() const {
             attributes.value(QLatin1String("TargetMode")) != QLatin1String("External"))
             target = partNamed(attributes.value(QLatin1String("Target")).toString());
     };
-    return part && readRootList(part->utf8, relationships, look) ? target : QByteArray();
+    return part && readRootList(part->utf8, relationshipList, look) ? target : QByteArray();
 }
 
 QByteArray folderOf(const QByteArray& partName) {

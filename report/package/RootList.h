@@ -14,6 +14,11 @@ struct RootList {
     const char* namespaceUri;
 };
 
+inline constexpr RootList relationshipList{
+    "Relationships", "http://schemas.openxmlformats.org/package/2006/relationships"};
+inline constexpr RootList contentTypeList{
+    "Types", "http://schemas.openxmlformats.org/package/2006/content-types"};
+
 /// Where in the list's text new elements go.
 struct RootPlace {
     QByteArray prefix; ///< of the root, with its colon: the elements' own, too

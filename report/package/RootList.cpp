@@ -1,4 +1,4 @@
-#include "report/package/RootAppender.h"
+#include "report/package/RootList.h"
 
 #include "report/package/MarkupReader.h"
 
