@@ -175,6 +175,9 @@ TEST(AppendReportPacket, KeepsTheEncoding) {
     EXPECT_EQ(edited("\xef\xbb\xbf" + before), "\xef\xbb\xbf" + after);
     for (const auto encoding : {QStringConverter::Utf16LE, QStringConverter::Utf16BE})
         EXPECT_EQ(edited(utf16(declared + before, encoding)), utf16(declared + after, encoding));
+    const QByteArray halfPair =
+        utf16(before, QStringConverter::Utf16LE).replace(QByteArray("\xe9\0", 2), "\xe9\xd8");
+    EXPECT_FALSE(appendReportPacket(zipOf(simpleParts(halfPair)), finding).success);
 }
 
 } // namespace

@@ -66,15 +66,24 @@ TEST(DamagedPackage, RecordsAreHeldAgainstEachOther) {
     // The first part's own header is at the beginning, what the directory says of it comes first there.
     const qsizetype directory = whole.indexOf("PK\x01\x02");
     const qsizetype end = whole.indexOf("PK\x05\x06");
-    const qsizetype inDirectory[] = {8, 10, 16, 24, 27, 42}; // flags, method, checksum, sizes, place
-    std::vector<qsizetype> places{6, 8, 14, 22, 40, 60, end + 10, end + 16, end + 20};
-    for (const qsizetype at : inDirectory)
-        places.push_back(directory + at);
-    for (const qsizetype at : places) {
-        QByteArray damaged = whole;
-        damaged[at] = static_cast<char>(damaged[at] ^ 0x41);
+    // Flags, method, checksum, sizes: in its own header, in the directory, and in both alike.
+    std::vector<std::pair<qsizetype, qsizetype>> places{
+        {40, 60}, {end + 10, end + 16}, {end + 20, directory + 42}};
+    for (const auto& [own, listed] :
+         {std::pair(6, 8), std::pair(8, 10), std::pair(14, 16), std::pair(22, 24)})
+        places.emplace_back(own, directory + listed);
+    const auto expectUnreadable = [](const QByteArray& damaged, qsizetype at) {
         EXPECT_EQ(errorOf(damaged), unreadable) << at;
         EXPECT_FALSE(isWholePackage(damaged)) << at;
+    };
+    const auto damage = [](QByteArray bytes, qsizetype at) {
+        bytes[at] = static_cast<char>(bytes[at] ^ 0x41);
+        return bytes;
+    };
+    for (const auto& [one, other] : places) {
+        expectUnreadable(damage(whole, one), one);
+        expectUnreadable(damage(whole, other), other);
+        expectUnreadable(damage(damage(whole, one), other), one);
     }
     for (const char* name : {"../up", "/root", "a/../b", "word\\a", "WORD/document.xml"}) {
         Parts parts = simpleParts();
@@ -85,7 +94,7 @@ TEST(DamagedPackage, RecordsAreHeldAgainstEachOther) {
     }
     for (qsizetype length = 0; length < whole.size(); ++length)
         ASSERT_FALSE(isWholePackage(whole.left(length))) << length;
-    EXPECT_FALSE(isWholePackage(zipOf({{"mimetype", "some other kind of document"}})));
+    EXPECT_FALSE(isWholePackage(zipOf({{typesName, types()}})));
 }
 
 QByteArray number(qint64 value) {
