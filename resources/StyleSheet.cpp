@@ -133,6 +133,8 @@ QFrame#reportContents { background: #FFFFFF; border: 1px solid #D8E2EC; border-r
 QLabel#reportCounts { font-weight: 600; color: #002B5B; }
 QScrollBar:vertical { background: transparent; width: 10px; margin: 2px; }
 QScrollBar::handle:vertical { background: #C4D1DE; border-radius: 4px; min-height: 28px; }
+QScrollBar:horizontal { background: transparent; height: 10px; margin: 2px; }
+QScrollBar::handle:horizontal { background: #C4D1DE; border-radius: 4px; min-width: 28px; }
 QScrollBar::add-line, QScrollBar::sub-line { height: 0; width: 0; }
 )")
         .arg(resourcePath(QStringLiteral("icons/chevron-down.svg")));

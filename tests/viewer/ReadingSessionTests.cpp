@@ -3,6 +3,7 @@
 #include "tests/faults/DiskFaults.h"
 #include "viewer/findings/DentalChart.h"
 #include "viewer/measuring/MeasurementController.h"
+#include "viewer/reading/state/KeyImageStore.h"
 #include "viewer/tools/ToolLayer.h"
 
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
+#include <QTreeWidget>
 
 namespace zorbel {
 namespace {
@@ -71,6 +73,29 @@ protected:
     void answer(const char* name, QMessageBox::StandardButton button) {
         ASSERT_TRUE(QTest::qWaitFor([&] { return box(name) != nullptr; }, 60000)) << name;
         QTest::mouseClick(box(name)->button(button), Qt::LeftButton);
+    }
+    QDialog* openGallery() {
+        press(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
+        auto* gallery = window_->findChild<QDialog*>(QStringLiteral("keyImageGallery"));
+        EXPECT_TRUE(!gallery || test::waitFor([gallery] { return gallery->isActiveWindow(); }));
+        return gallery;
+    }
+    void capture(int count) {
+        for (int number = 1; number <= count; ++number) {
+            press(Qt::Key_K, Qt::ControlModifier);
+            const std::string start = "Key image " + std::to_string(number);
+            EXPECT_TRUE(test::waitFor([&] { return status().starts_with(start); })) << status();
+        }
+    }
+    QString picture(int number) const {
+        return QString::fromStdString(
+            (folder() / "keyimages/1.2.3" / ("key-" + std::to_string(number) + ".png")).string());
+    }
+    static QAbstractButton* button(const QMessageBox& box, const char* text) {
+        for (QAbstractButton* each : box.buttons())
+            if (each->text() == QLatin1String(text))
+                return each;
+        return nullptr;
     }
     QDialog& findings() {
         press(Qt::Key_F, Qt::ControlModifier);
@@ -238,6 +263,107 @@ TEST_F(ReadingSessionTest, capturesTheActiveViewportWithItsOverlays) {
     QFile index(QString::fromStdString((folder() / "keyimages/1.2.3/index.json").string()));
     ASSERT_TRUE(index.open(QIODevice::ReadOnly));
     EXPECT_TRUE(QString::fromUtf8(index.readAll()).contains(QStringLiteral("Axial · slice 21/40 · W ")));
+}
+
+TEST_F(ReadingSessionTest, theGalleryCaptionsOrdersChoosesAndDeletes) {
+    openGallery();
+    EXPECT_EQ(status(), "Open a study to see its key images");
+    open("1.2.3");
+    capture(4);
+    QFile damaged(picture(2));
+    EXPECT_TRUE(damaged.resize(damaged.size() / 2));
+    auto* gallery = openGallery();
+    ASSERT_NE(gallery, nullptr);
+    auto* rows = gallery->findChild<QListWidget*>();
+    auto* caption = gallery->findChild<QLineEdit*>();
+    ASSERT_EQ(rows->count(), 4);
+    QTest::keyClick(rows, Qt::Key_F2);
+    EXPECT_TRUE(caption->hasFocus());
+    QTest::keyClicks(caption, QStringLiteral("Close to the canal"));
+    QTest::keyClick(caption, Qt::Key_Return);
+    QTest::keyClick(rows, Qt::Key_Down, Qt::AltModifier);
+    EXPECT_EQ(rows->item(1)->text(), QStringLiteral("Close to the canal"));
+    EXPECT_EQ(rows->currentRow(), 1) << "the selection goes with the picture";
+    rows->setCurrentRow(0);
+    QTest::keyClick(rows, Qt::Key_Space);
+    const auto* shown = gallery->findChild<QLabel*>(QStringLiteral("keyImagePicture"));
+    EXPECT_TRUE(test::waitFor([&] { return shown->text().contains(QStringLiteral("cannot be read")); }));
+    QTest::mouseClick(rows->viewport(), Qt::LeftButton, {}, rows->visualItemRect(rows->item(2)).center());
+    EXPECT_TRUE(test::waitFor([&] { return !shown->pixmap().isNull(); }));
+    QTest::keyClick(rows, Qt::Key_Delete);
+    answer("deleteKeyImageBox", QMessageBox::Cancel);
+    EXPECT_EQ(rows->count(), 4);
+    // Meanwhile another program captures one, which stays.
+    StateFiles files(folder());
+    KeyImageStore other(files);
+    KeyImageList others = other.load("1.2.3");
+    EXPECT_TRUE(other.add("1.2.3", others, {"\x89PNG\r\n\x1a\n", 2, 2, "Other's"}).captured);
+    QTest::mouseClick(gallery->findChild<QPushButton*>(QStringLiteral("keyImageDelete")), Qt::LeftButton);
+    ASSERT_TRUE(test::waitFor([this] { return box("deleteKeyImageBox") != nullptr; }));
+    QTest::mouseClick(button(*box("deleteKeyImageBox"), "Delete"), Qt::LeftButton);
+    EXPECT_EQ(rows->count(), 3);
+    EXPECT_EQ(
+        gallery->findChild<QLabel*>(QStringLiteral("keyImageCount"))->text(),
+        QStringLiteral("2 of 3 in the report"));
+    EXPECT_TRUE(test::waitFor([this] { return !QFile::exists(picture(3)); }));
+    gallery->close();
+
+    restart();
+    open("1.2.3");
+    rows = openGallery()->findChild<QListWidget*>();
+    ASSERT_EQ(rows->count(), 4);
+    EXPECT_EQ(rows->item(0)->checkState(), Qt::Unchecked);
+    EXPECT_EQ(rows->item(1)->text(), QStringLiteral("Close to the canal"));
+    EXPECT_EQ(rows->item(3)->text(), QStringLiteral("Other's"));
+}
+
+TEST_F(ReadingSessionTest, aPictureDeletedOnAFullDiskGoesWhenTheDiskTakesIt) {
+    open("1.2.3");
+    capture(2);
+    auto* gallery = openGallery();
+    auto* rows = gallery->findChild<QListWidget*>();
+    auto* unsaved = child<QLabel>(QStringLiteral("statusUnsaved"));
+    tests::armDiskFault({.at = 1, .error = ENOSPC, .lasting = true, .under = folder().string()});
+    QTest::keyClick(rows, Qt::Key_Delete);
+    ASSERT_TRUE(test::waitFor([this] { return box("deleteKeyImageBox") != nullptr; }));
+    QTest::mouseClick(button(*box("deleteKeyImageBox"), "Delete"), Qt::LeftButton);
+    EXPECT_EQ(rows->count(), 1);
+    gallery->close();
+    EXPECT_TRUE(
+        test::waitFor([&] { return unsaved->text() == QStringLiteral("Not saved: key images of Doe"); }));
+    EXPECT_TRUE(QFile::exists(picture(1))) << "the list on the disk still names it";
+    window_->close();
+    answer("unsavedBox", QMessageBox::Cancel);
+    tests::armDiskFault({});
+    EXPECT_TRUE(test::waitFor([&] { return !unsaved->isVisible(); })) << "tried again by itself";
+    EXPECT_FALSE(QFile::exists(picture(1)));
+    EXPECT_TRUE(QFile::exists(picture(2)));
+}
+
+TEST_F(ReadingSessionTest, aMeasurementKeepsItsNameAndValue) {
+    open("1.2.3");
+    measure(10.0);
+    auto* tree = child<QTreeWidget>(QStringLiteral("measurementList"));
+    for (const char* name : {"Canal to apex", "Length"}) { // the second is what it is called anyway
+        tree->setCurrentItem(tree->topLevelItem(0));
+        press(Qt::Key_F2);
+        auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+        ASSERT_NE(editor, nullptr);
+        editor->selectAll();
+        QTest::keyClicks(editor, QString::fromLatin1(name));
+        QTest::keyClick(editor, Qt::Key_Return);
+        const std::string expected = name == std::string("Length") ? "" : name;
+        EXPECT_TRUE(test::waitFor([&] { return measurements()[0].label == expected; })) << name;
+        EXPECT_EQ(tree->topLevelItem(0)->text(0), QString::fromLatin1(name));
+        if (expected.empty())
+            break;
+        restart();
+        open("1.2.3");
+        EXPECT_EQ(measurements().at(0).label, expected);
+        EXPECT_EQ(
+            measurements()[0].value, workspace_->measurements().valuesOf(measurements()[0]).lineLabel());
+        tree = child<QTreeWidget>(QStringLiteral("measurementList"));
+    }
 }
 
 TEST_F(ReadingSessionTest, aLinkGoesBeforeTheRecoveryAndIsNotForgottenForIt) {

@@ -1,3 +1,5 @@
+#include "viewer/reading/study/ReportContents.h"
+#include "viewer/reading/study/StudyReading.h"
 #include "viewer/studies/StudyTexts.h"
 #include "viewer/views/OverlayTexts.h"
 
@@ -16,6 +18,19 @@ TEST(StudyTexts, fallBackToWordsForWhatIsMissing) {
     EXPECT_EQ(StudyTexts::patientName(study), QStringLiteral("Doe"));
     EXPECT_EQ(StudyTexts::subtitle(study, {}), QStringLiteral("CT  ·  31 Jan 2024  ·  Study 1.2"));
     EXPECT_EQ(StudyTexts::subtitle(study, "PX"), QStringLiteral("PX  ·  31 Jan 2024  ·  Study 1.2"));
+}
+
+TEST(ReportContents, saysHowMuchThereIs) {
+    StudyReading reading({});
+    EXPECT_EQ(ReportContents::of(reading).text(), "Nothing to add yet");
+    reading.setFindings(FindingList({Finding(FindingCategory::Cyst, FindingRegion::Airway)}));
+    reading.setKeyImages(
+        KeyImageList({{"key-1.png", "", 1, 1}, {"key-2.png", "", 1, 1}, {"key-3.png", "", 1, 1}}));
+    EXPECT_EQ(ReportContents::of(reading).text(), "1 finding, 3 key images");
+    auto images = reading.keyImages();
+    images.setInReport("key-2.png", false);
+    reading.setKeyImages(images);
+    EXPECT_EQ(ReportContents::of(reading).text(), "1 finding, 2 key images");
 }
 
 TEST(OverlayTexts, warnsOfTiltAndLossyCompression) {

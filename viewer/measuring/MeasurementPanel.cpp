@@ -2,6 +2,7 @@
 
 #include "base/qt/QtText.h"
 #include "viewer/measuring/MeasurementController.h"
+#include "viewer/widgets/ElidedLabel.h"
 #include "viewer/widgets/PlainToolTip.h"
 
 #include <QAction>
@@ -29,7 +30,7 @@ constexpr int widestName = 104;
 MeasurementPanel::MeasurementPanel(MeasurementController& measurements, QWidget* parent)
     : QFrame(parent), measurements_(measurements) {
     setObjectName(QStringLiteral("measurementPanel"));
-    auto* title = new QLabel(QStringLiteral("Measurements"));
+    auto* title = new ElidedLabel(QStringLiteral("Measurements")); // gives way to the buttons
     title->setObjectName(QStringLiteral("panelTitle"));
     jump_ = addButton(
         "measurementJump", QStringLiteral("Go to"),

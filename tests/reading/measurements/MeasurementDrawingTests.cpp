@@ -69,6 +69,17 @@ TEST_F(MeasurementDrawingTest, aRegionTurnsWithItsPlane) {
     EXPECT_NEAR(shape.handles[2].y, 200.0 - 50.0 * std::sqrt(2.0), 1e-9);
 }
 
+TEST_F(MeasurementDrawingTest, theReadersNameStandsOverTheValueWhereThereIsRoom) {
+    const int id = add(Kind::Probe, {at(300.0, 200.0)});
+    list.setLabel(id, "Größe, weit länger als die Breite einer Ansicht");
+    EXPECT_EQ(draw().at(0).label, "Größe, weit länger als die Breit…\ntext");
+    for (int i = 0; i < 8; ++i) // in hand, so placed before
+        list.select(add(Kind::Probe, {at(300.0 + i % 3, 200.0)}));
+    view.width = view.height = 60.0;
+    for (const auto& picture : draw())
+        EXPECT_EQ(picture.label.find('\n'), std::string::npos) << "no room";
+}
+
 TEST_F(MeasurementDrawingTest, labelsStayInsideTheWidgetAndApart) {
     for (const Point2& corner :
          {Point2{2, 2}, Point2{598, 2}, Point2{2, 398}, Point2{598, 398}, Point2{300, 398}})

@@ -1,5 +1,8 @@
 #include "tests/reading/state/StateFixture.h"
 
+#include <map>
+#include <random>
+
 namespace zorbel::tests {
 namespace {
 
@@ -89,6 +92,50 @@ TEST_F(KeyImageStoreTest, whatOneProgramRemovesTakesNothingOfTheOthersAndStaysRe
     EXPECT_EQ(found, sorted);
     EXPECT_EQ(found.images()[0].fileName, "key-5.png");
     EXPECT_FALSE(found.images()[2].inReport);
+}
+
+TEST_F(KeyImageStoreTest, twoProgramsAtWorkLoseNoCaptureAndBringNothingBack) {
+    struct Program {
+        explicit Program(const fs::path& root) : files(root) {}
+        StateFiles files;
+        KeyImageStore store{files};
+        KeyImageList list;
+        KeyImageEdits edits;
+    };
+    Program programs[] = {Program(root), Program(root)};
+    std::map<std::string, std::string> held; // caption as captured, by file name
+    std::set<std::string> removed;
+    std::mt19937 random(20261123);
+    for (int step = 0; step < 400; ++step) {
+        Program& program = programs[random() % 2];
+        KeyImageList next = program.list;
+        if (next.images().empty() || random() % 3 == 0) {
+            ASSERT_TRUE(add(program.store, next, std::to_string(step)).captured);
+            const std::string name = next.images().back().fileName;
+            EXPECT_TRUE(held.emplace(name, std::to_string(step)).second && removed.count(name) == 0) << name;
+            program.list = program.edits.appliedTo(next);
+        } else {
+            const std::string name = next.images()[random() % next.images().size()].fileName;
+            if (random() % 2 == 0)
+                next.move(name, random() % next.images().size());
+            else if (next.remove(name) && held.erase(name) > 0)
+                removed.insert(name);
+            program.edits.note(program.list, next);
+            program.list = next;
+            if (random() % 4 != 0) { // else the disk fails, or it is not written yet
+                ASSERT_EQ(program.store.edit(uid, next, program.edits), "");
+            }
+        }
+    }
+    for (Program& program : programs)
+        ASSERT_EQ(program.store.edit(uid, program.list, program.edits), "");
+    std::map<std::string, std::string> found;
+    const KeyImageList left = programs[0].store.load(uid);
+    for (const KeyImage& image : left.images())
+        found[image.fileName] = image.caption;
+    EXPECT_EQ(found, held);
+    EXPECT_EQ(names().size(), held.size() + 1);
+    EXPECT_GT(removed.size(), 50U);
 }
 
 TEST_F(KeyImageStoreTest, picturesThatNoListNamesGoAndThoseOfADamagedListStay) {
