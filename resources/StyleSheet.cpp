@@ -45,7 +45,7 @@ QLabel#zorbelStatusError { font-size: 12px; color: #B42318; background: #FEF3F2;
 QFrame#measurementPanel, QFrame#measurementPanel QWidget { background: #FFFFFF; }
 QFrame#measurementPanel { border-top: 1px solid #D8E2EC; border-right: 1px solid #D8E2EC; }
 QLabel#panelTitle { font-size: 13px; font-weight: 700; color: #002B5B; }
-QFrame#measurementPanel QToolButton { border: 1px solid #CBD5E1; border-radius: 6px; padding: 3px 6px; color: #002B5B; font-weight: 600; font-size: 12px; }
+QFrame#measurementPanel QToolButton { border: 1px solid #CBD5E1; border-radius: 6px; padding: 3px 5px; color: #002B5B; font-weight: 600; font-size: 12px; }
 QFrame#measurementPanel QToolButton:hover { background: #EAF8FC; }
 QFrame#measurementPanel QToolButton:disabled { color: #94A3B8; }
 QTreeWidget#measurementList { border: 1px solid #E2E8F0; border-radius: 8px; font-size: 12px; selection-background-color: #DFF4FA; selection-color: #002B5B; }

@@ -86,6 +86,22 @@ TEST_F(WorkspaceMeasurementTest, placesEachToolByClicksAndReadsItsValue) {
     EXPECT_EQ(values(list().measurements()[3]).label.substr(0, 10), "157.1 mm2\n");
 }
 
+TEST_F(WorkspaceMeasurementTest, saysWhatItReadInItsOwnSeriesWhileAnotherIsShown) {
+    imaging::ImageMetadata metadata;
+    metadata.seriesInstanceUID = "1.9.1";
+    metadata.hounsfieldUnits = true;
+    showVolume(test::smallVolume(metadata));
+    press(Qt::Key_B);
+    clickAt(tools(0), at(0, 3.2, -7.2));
+    ASSERT_EQ(list().measurements().size(), 1u);
+    const auto read = values(list().measurements()[0]).lineLabel() + " HU";
+    metadata.seriesInstanceUID = "1.9.2";
+    showVolume(test::smallVolume(metadata));
+    EXPECT_EQ(values(list().measurements()[0]).label, "--");
+    EXPECT_EQ(row(0), QStringLiteral("Probe | %1 | Axial").arg(QString::fromStdString(read)));
+    EXPECT_EQ(list().measurements()[0].value, read);
+}
+
 TEST_F(WorkspaceMeasurementTest, showsAMeasurementOnlyWhereItWasDrawnAndGoesBackThere) {
     showVolume();
     press(Qt::Key_R);

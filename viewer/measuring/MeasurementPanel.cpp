@@ -23,7 +23,7 @@ namespace {
 
 constexpr int idRole = Qt::UserRole;
 constexpr int nameColumn = 0;
-constexpr int widestName = 104;
+constexpr int widestName = 94;
 
 } // namespace
 
@@ -41,13 +41,13 @@ MeasurementPanel::MeasurementPanel(MeasurementController& measurements, QWidget*
         "measurementDelete", QStringLiteral("Delete"),
         QStringLiteral("Delete the selected measurement (Del)"));
     auto* head = new QHBoxLayout;
-    head->setSpacing(4);
+    head->setSpacing(3);
     head->addWidget(title, 1);
     for (auto* button : {jump_, name_, remove_})
         head->addWidget(button);
     buildList();
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(12, 8, 12, 10);
+    layout->setContentsMargins(10, 8, 10, 10);
     layout->setSpacing(6);
     layout->addLayout(head);
     layout->addWidget(list_);

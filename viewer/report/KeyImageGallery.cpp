@@ -335,7 +335,7 @@ void KeyImageGallery::rebuildRows() {
 void KeyImageGallery::updateRow(QListWidgetItem& item, const KeyImage& image) {
     const QString caption = QString::fromStdString(image.caption);
     item.setText(caption.isEmpty() ? QStringLiteral("No caption") : caption);
-    item.setForeground(QColor(image.inReport ? 0x0F172A : 0x64748B));
+    item.setForeground(QColor(image.inReport ? 0x0F172A : 0x475569));
     item.setToolTip(plainToolTip(caption));
     item.setCheckState(image.inReport ? Qt::Checked : Qt::Unchecked);
     const auto known = thumbnails_.find(image.fileName);
