@@ -39,7 +39,7 @@ constexpr std::array commands{
         "      why it was refused, with exit status 1",
         runVolumeVerify},
     Command{
-        "report", "append", "IN.docx OUT.docx --packet PACKET.json",
+        "report", "append", "IN.docx OUT.docx --packet PACKET.json [--table-grids]",
         "writes the Word document with the packet's findings, measurements and key images at the end of its\n"
         "      body; the packet's pictures are PNG files beside it",
         runReportAppend},

@@ -23,6 +23,11 @@ bool mayNamePatients(const QString& pathInCache) {
     return names.match(pathInCache).hasMatch();
 }
 
+bool isReportRecord(const QString& path) {
+    static const QRegularExpression record(QStringLiteral("/word/[0-9a-f]{24}/word-[^/]+/report\\.json$"));
+    return record.match(path).hasMatch();
+}
+
 /// The manifest of a volume cache or of an archive below the cache folder, without its digests.
 QString withoutDigests(const QString& pathInCache, QString text) {
     static const QRegularExpression digest(QStringLiteral("\"sha256\"\\s*:\\s*\"[0-9a-f]{64}\""));
@@ -103,6 +108,8 @@ QStringList ProgramHome::secretsFound(const QStringList& words, const QString& e
         QString text = QString::fromLatin1(contents(name));
         const QString inFolder = folder_.path() + QStringLiteral("/cache/");
         const QString inCache = name.startsWith(inFolder) ? name.mid(inFolder.size()) : QString();
+        if (isReportRecord(name)) // it says whose document lies beside it, and which state of it was synced
+            continue;
         for (const QString& word : mayNamePatients(inCache) ? QStringList() : words)
             if (text.contains(word, Qt::CaseInsensitive))
                 found += name + QStringLiteral(": ") + word;

@@ -147,7 +147,9 @@ TEST_F(WorkspaceModes, joinAndLeaveTheOthersAsTheyAre) {
     PhotoMode& photos = join({{"Photo"}});
     showSeries("XC");
     ASSERT_EQ(workspace_->mode(), &photos);
-    EXPECT_EQ(enabledOnRail(), (std::set<std::string>{"probe", "flip-horizontal", "report", "findings"}));
+    EXPECT_EQ(
+        enabledOnRail(),
+        (std::set<std::string>{"probe", "flip-horizontal", "report", "findings", "key-images"}));
     EXPECT_EQ(captured({30, 30}), QColor(90, 90, 90));
     press(Qt::Key_B);
     press(Qt::Key_3, Qt::ControlModifier); // there is nothing to lay out

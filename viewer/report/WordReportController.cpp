@@ -184,8 +184,9 @@ void WordReportController::warn(const QString& title, const QString& text) {
 }
 
 void WordReportController::openDocument(const std::filesystem::path& document, Answer opened) {
+    const auto open = options_.openDocument ? options_.openDocument : zorbel::openDocument;
     runInBackground(
-        pool_, this, [document] { return zorbel::openDocument(document); }, std::move(opened));
+        pool_, this, [open, document] { return open(document); }, std::move(opened));
 }
 
 // ---- What is shown

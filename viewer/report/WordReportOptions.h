@@ -13,6 +13,9 @@ struct WordReportOptions {
     std::filesystem::path root{}; ///< for their working folders; the user's own
     /// How long the working folder of a synced report stays.
     std::chrono::hours keepSynced{24};
+    /// Opens a document for the user, on a thread of its own, and returns whether there is a program for it.
+    /// Empty: the system's.
+    std::function<bool(const std::filesystem::path& document)> openDocument{};
     /// Asks the same user to sign in again, over the given window, and tells whether they did.
     std::function<void(QWidget* parent, std::function<void(bool)> answer)> signInAgain{};
 };
