@@ -44,6 +44,7 @@ packages_office=(
     libreoffice-writer
     python3-docx
     python3-uno
+    xdotool
 )
 
 packages_fuzz=(
