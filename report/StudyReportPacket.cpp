@@ -73,4 +73,10 @@ ReportPacket reportPacketOf(const StudyReading& reading, const std::vector<KeyIm
     return packet;
 }
 
+void keepValuesLeftToRight(ReportPacket& packet) {
+    constexpr QChar leftToRightMark(0x200e);
+    for (ReportPacket::Measurement& measurement : packet.measurements)
+        measurement.value = leftToRightMark + measurement.value + leftToRightMark;
+}
+
 } // namespace zorbel

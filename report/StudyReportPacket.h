@@ -16,4 +16,8 @@ std::vector<KeyImage> imagesForReport(const StudyReading& reading);
 /// own head says whose it is. pictures: of imagesForReport(); those that could not be read are left out.
 ReportPacket reportPacketOf(const StudyReading& reading, const std::vector<KeyImagePng>& pictures);
 
+/// For a document that is written from right to left: there a value would read "mm 7.2", and a negative one
+/// lose its sign to the other side.
+void keepValuesLeftToRight(ReportPacket& packet);
+
 } // namespace zorbel

@@ -5,6 +5,7 @@
 #include "base/PathText.h"
 #include "base/qt/BackgroundTask.h"
 #include "base/qt/QtText.h"
+#include "report/StudyReportPacket.h"
 #include "report/WordTemplateChoice.h"
 #include "report/package/AppendReportPacket.h"
 
@@ -70,7 +71,8 @@ QString unexpectedText() {
 struct WordReportWorkflow::Opening {
     WordSession session;
     QByteArray document;
-    QString added; ///< for the status bar, behind what is said of the report
+    bool rightToLeft = false; ///< the document
+    QString added;            ///< for the status bar, behind what is said of the report
     std::optional<WordWorkingFolder> folder;
     WordReportRecord record;
     QString failure; ///< why it does not lie on the disk
@@ -203,7 +205,7 @@ void WordReportWorkflow::offerTemplates(
     prompts_.chooseTemplate(
         wordTemplateEntries(templates), [this, request, templates](std::optional<int> row) {
             if (row && *row >= 0 && static_cast<std::size_t>(*row) < templates.size()) {
-                prepare(request, templates[static_cast<std::size_t>(*row)].id);
+                prepare(request, templates[static_cast<std::size_t>(*row)]);
                 return;
             }
             setPreparing(false);
@@ -211,15 +213,16 @@ void WordReportWorkflow::offerTemplates(
         });
 }
 
-void WordReportWorkflow::prepare(const WordReportRequest& request, const QString& templateId) {
+void WordReportWorkflow::prepare(const WordReportRequest& request, const WordTemplate& chosen) {
     Q_EMIT statusText(QStringLiteral("Preparing the Word report..."));
     runInBackground(
         pool_, this,
-        [service = service_, cancel = cancel_, templateId,
+        [service = service_, cancel = cancel_, chosen,
          uid = QString::fromStdString(request.study.studyInstanceUid)] {
             return replyOf([&] {
                 auto opening = std::make_shared<Opening>();
-                opening->session = service->createSession(uid, templateId, cancel);
+                opening->session = service->createSession(uid, chosen.id, cancel);
+                opening->rightToLeft = chosen.direction == QLatin1String("rtl");
                 opening->document = service->document(opening->session.sessionId, cancel);
                 return opening;
             });
@@ -239,10 +242,12 @@ void WordReportWorkflow::prepare(const WordReportRequest& request, const QString
 }
 
 void WordReportWorkflow::write(
-    const StudyIdentity& study, const std::shared_ptr<Opening>& opening, const ReportPacket& packet) {
+    const StudyIdentity& study, const std::shared_ptr<Opening>& opening, ReportPacket packet) {
+    if (opening->rightToLeft)
+        keepValuesLeftToRight(packet);
     runInBackground(
         pool_, this,
-        [root = options_.root, study, opening, packet] {
+        [root = options_.root, study, opening, packet = std::move(packet)] {
             try {
                 // Without anything recorded there is nothing that could be missing.
                 if (!isEmpty(packet)) {

@@ -89,9 +89,8 @@ private:
     void leaveActive(const WordReportRequest& request);
     void chooseTemplate(const WordReportRequest& request);
     void offerTemplates(const WordReportRequest& request, const std::vector<WordTemplate>& templates);
-    void prepare(const WordReportRequest& request, const QString& templateId);
-    void
-    write(const StudyIdentity& study, const std::shared_ptr<Opening>& opening, const ReportPacket& packet);
+    void prepare(const WordReportRequest& request, const WordTemplate& chosen);
+    void write(const StudyIdentity& study, const std::shared_ptr<Opening>& opening, ReportPacket packet);
     void present(const std::shared_ptr<Opening>& opening);
     void openFailed(const WordSyncFailure& failure, const WordReportRequest& request);
     void openFailed(const QString& reason);

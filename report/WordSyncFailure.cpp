@@ -43,7 +43,7 @@ WordSyncFailure WordSyncFailure::of(const std::exception& error) {
 
 QString WordSyncFailure::statusText() const {
     return QStringLiteral("Word Save is still local; Zorbel sync failed: %1").arg(reason) +
-           QStringLiteral(" The Word report remains open locally. Fix the issue and save again.");
+           QStringLiteral("  |  The Word report remains open locally. Fix the issue and save again.");
 }
 
 QString WordSyncFailure::shortText() const {

@@ -113,7 +113,11 @@ public:
     std::vector<WordTemplate> offered{
         {QStringLiteral("t-1"), QStringLiteral("Standard"), {}, {}, {}},
         {QStringLiteral("0123456789"), QStringLiteral("Standard"), QStringLiteral(" "), {}, {}},
-        {QStringLiteral("t-3"), QStringLiteral("Long"), QStringLiteral(" with images "), {}, {}}};
+        {QStringLiteral("t-3"),
+         QStringLiteral("Long"),
+         QStringLiteral(" with images "),
+         {},
+         QStringLiteral("rtl")}};
     mutable std::vector<QString> sessionsBegun;
 
 private:

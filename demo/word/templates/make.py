@@ -105,6 +105,11 @@ class Page:
         self._style("title", 20, bold=True, colour=ACCENT, above=300, below=250)
         self._style("heading", 12.5, bold=True, colour=ACCENT, above=420, below=120)
         self._style("body", 10.5, below=180)
+        # Not used here, but by what a viewer adds.
+        for name, height in (("Heading 1", 12.5), ("Heading 2", 11)):
+            if name not in self.names.values():
+                self.names[name] = name
+                self._style(name, height, bold=True, colour=ACCENT, above=300, below=120)
 
     def _style(self, kind, height, bold=False, colour=INK, above=0, below=0):
         name = self.names[kind]
