@@ -118,6 +118,8 @@ QStatusBar QLabel#statusNotice { color: #92400E; background: #FEF3C7; border-rad
 QStatusBar QLabel { font-size: 12px; color: #475569; padding: 2px 8px; }
 
 QTableWidget { background: #FFFFFF; alternate-background-color: #F7FAFC; border: 1px solid #D8E2EC; gridline-color: #E8EEF4; selection-background-color: #DFF4FA; selection-color: #002B5B; }
+QTableWidget { outline: 0; }
+QTableWidget::item:selected { background: #DFF4FA; color: #002B5B; }
 QHeaderView::section { background: #F1F5F9; color: #334155; border: 0; border-bottom: 1px solid #D8E2EC; padding: 6px 8px; font-weight: 600; }
 QLabel#dialogHint, QLabel#keyImageCount { color: #475569; font-size: 12px; }
 QListWidget#keyImageList, QListWidget#wordTemplateList { background: #FFFFFF; border: 1px solid #CBD5E1; border-radius: 8px; outline: 0; padding: 4px; }

@@ -4,6 +4,7 @@
 #include "viewer/findings/DentalChart.h"
 #include "viewer/measuring/MeasurementController.h"
 #include "viewer/reading/state/KeyImageStore.h"
+#include "viewer/report/WordTemplateDialog.h"
 #include "viewer/tools/ToolLayer.h"
 
 #include <cerrno>
@@ -338,6 +339,26 @@ TEST_F(ReadingSessionTest, aPictureDeletedOnAFullDiskGoesWhenTheDiskTakesIt) {
     EXPECT_TRUE(test::waitFor([&] { return !unsaved->isVisible(); })) << "tried again by itself";
     EXPECT_FALSE(QFile::exists(picture(1)));
     EXPECT_TRUE(QFile::exists(picture(2)));
+}
+
+TEST_F(ReadingSessionTest, theTemplateChooserCountsWhatIsAddedAndTakesKeys) {
+    const auto reading = std::make_shared<StudyReading>(StudyIdentity{});
+    WordTemplateDialog dialog({QStringLiteral("One"), QStringLiteral("Two")}, reading, window_.get());
+    const auto* counts = dialog.findChild<QLabel*>(QStringLiteral("reportCounts"));
+    EXPECT_EQ(counts->text(), QStringLiteral("Nothing to add yet"));
+    reading->setKeyImages(KeyImageList({{"key-1.png", "", 1, 1}}));
+    EXPECT_EQ(counts->text(), QStringLiteral("1 key image"));
+    EXPECT_EQ(dialog.selectedRow(), 0);
+    dialog.open();
+    auto* list = dialog.findChild<QListWidget*>();
+    QTest::keyClick(list, Qt::Key_Down);
+    QTest::keyClick(list, Qt::Key_Return);
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_EQ(dialog.selectedRow(), 1);
+    dialog.open();
+    doubleClick(*list->viewport(), list->visualItemRect(list->item(0)).center());
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_EQ(dialog.selectedRow(), 0);
 }
 
 TEST_F(ReadingSessionTest, aMeasurementKeepsItsNameAndValue) {

@@ -84,8 +84,9 @@ QString MeasurementController::lineOf(const Measurement& measurement) const {
 }
 
 void MeasurementController::setLabel(int id, const QString& label) {
+    constexpr int longest = 200; // characters: a name, not a finding
     if (reading_)
-        reading_->measurements().setLabel(id, label.simplified().toStdString());
+        reading_->measurements().setLabel(id, label.simplified().left(longest).toStdString());
 }
 
 bool MeasurementController::press(const MeasurementView& view, const Point2& pointer) {

@@ -119,6 +119,7 @@ void MeasurementPanel::nameSelected() {
     box->setWindowTitle(QStringLiteral("Name the measurement"));
     box->setLabelText(measurements_.lineOf(*measurement));
     box->setTextValue(QString::fromStdString(measurement->label));
+    box->resize(360, box->sizeHint().height());
     box->setAttribute(Qt::WA_DeleteOnClose);
     connect(box, &QInputDialog::textValueSelected, this, [this, id = measurement->id](const QString& text) {
         measurements_.setLabel(id, text);
