@@ -25,11 +25,11 @@ void planGallery(GuidedTour& tour) {
         QStringLiteral("key-images"),
         [&hands] {
             hands.press(Qt::Key_K, Qt::ControlModifier);
-            hands.press(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
+            hands.click(QStringLiteral("rail-key-images"));
         },
         [&hands, gallery] {
             const auto* list = hands.find<QListWidget>(QStringLiteral("keyImageList"));
-            return list && list->count() >= 2 && !list->item(list->count() - 1)->icon().isNull();
+            return list && list->count() > 0 && !list->item(list->count() - 1)->icon().isNull();
         });
     tour.add(
         QStringLiteral("after-key-images"),

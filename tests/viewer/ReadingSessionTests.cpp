@@ -76,7 +76,7 @@ protected:
         QTest::mouseClick(box(name)->button(button), Qt::LeftButton);
     }
     QDialog* openGallery() {
-        press(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
+        child<QToolButton>(QStringLiteral("rail-key-images"))->click();
         auto* gallery = window_->findChild<QDialog*>(QStringLiteral("keyImageGallery"));
         EXPECT_TRUE(!gallery || test::waitFor([gallery] { return gallery->isActiveWindow(); }));
         return gallery;
@@ -367,7 +367,8 @@ TEST_F(ReadingSessionTest, aMeasurementKeepsItsNameAndValue) {
     auto* tree = child<QTreeWidget>(QStringLiteral("measurementList"));
     for (const char* name : {"Canal to apex", "Length"}) { // the second is what it is called anyway
         tree->setCurrentItem(tree->topLevelItem(0));
-        press(Qt::Key_F2);
+        tree->setFocus();
+        QTest::keyClick(tree, Qt::Key_F2);
         auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
         ASSERT_NE(editor, nullptr);
         editor->selectAll();

@@ -8,9 +8,9 @@
 #include <QAction>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QInputDialog>
 #include <QLabel>
 #include <QScopedValueRollback>
+#include <QShortcut>
 #include <QToolButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -87,6 +87,8 @@ void MeasurementPanel::buildList() {
     auto* name = new QAction(QStringLiteral("Name…"), list_);
     connect(name, &QAction::triggered, this, &MeasurementPanel::nameSelected);
     list_->addAction(name);
+    auto* key = new QShortcut(QKeySequence(Qt::Key_F2), list_, nullptr, nullptr, Qt::WidgetShortcut);
+    connect(key, &QShortcut::activated, this, &MeasurementPanel::nameSelected);
     connect(list_, &QTreeWidget::itemSelectionChanged, this, [this] {
         if (refreshing_)
             return;
@@ -106,25 +108,10 @@ void MeasurementPanel::buildList() {
 
 void MeasurementPanel::nameSelected() {
     const auto chosen = list_->selectedItems();
-    const Measurement* measurement = measurements_.list().find(currentId());
-    if (chosen.isEmpty() || !measurement)
+    if (chosen.isEmpty())
         return;
-    if (list_->isVisible()) {
-        list_->scrollToItem(chosen.front());
-        list_->editItem(chosen.front(), nameColumn);
-        return;
-    }
-    auto* box = new QInputDialog(window());
-    box->setObjectName(QStringLiteral("measurementNameBox"));
-    box->setWindowTitle(QStringLiteral("Name the measurement"));
-    box->setLabelText(measurements_.lineOf(*measurement));
-    box->setTextValue(QString::fromStdString(measurement->label));
-    box->resize(360, box->sizeHint().height());
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    connect(box, &QInputDialog::textValueSelected, this, [this, id = measurement->id](const QString& text) {
-        measurements_.setLabel(id, text);
-    });
-    box->open();
+    list_->scrollToItem(chosen.front());
+    list_->editItem(chosen.front(), nameColumn);
 }
 
 void MeasurementPanel::takeName(const QTreeWidgetItem& item) {

@@ -18,13 +18,12 @@ class MeasurementPanel : public QFrame {
 public:
     explicit MeasurementPanel(MeasurementController& measurements, QWidget* parent = nullptr);
 
-    /// The reader words the name in the list, or in a box of its own while the list is not on the screen.
-    void nameSelected();
-
 Q_SIGNALS:
     void jumpRequested(int id);
 
 private:
+    /// The reader words the name in the list.
+    void nameSelected();
     QToolButton* addButton(const char* name, const QString& text, const QString& toolTip);
     void buildList();
     void refresh();

@@ -94,9 +94,6 @@ void MainWindow::buildWorkspace() {
     auto* measurements = new MeasurementPanel(workspace_->measurements());
     column->addWidget(measurements);
     connect(measurements, &MeasurementPanel::jumpRequested, workspace_, &ViewerWorkspace::jumpToMeasurement);
-    connect(
-        workspace_, &ViewerWorkspace::measurementNameRequested, measurements,
-        &MeasurementPanel::nameSelected);
     auto* splitter = new QSplitter(Qt::Horizontal);
     splitter->setObjectName(QStringLiteral("workspaceSplitter"));
     splitter->addWidget(side);

@@ -187,8 +187,7 @@ void ToolRail::buildDisplay() {
     request(findings, ReadingAction::ShowFindings);
     auto* images = addEntry(
         QStringLiteral("key-images"), QStringLiteral("Key images"),
-        QStringLiteral(
-            "Look at the captured key images and choose what goes into the report (Ctrl+Shift+K)"));
+        QStringLiteral("Look at the captured key images and choose what goes into the report"));
     request(images, ReadingAction::ShowKeyImages);
 }
 

@@ -216,12 +216,6 @@ void ViewerWorkspace::perform(ReadingAction action, int argument) {
     case ReadingAction::ShowKeyImages:
         Q_EMIT keyImagesRequested();
         return;
-    case ReadingAction::NameMeasurement:
-        if (measurements_->list().selected())
-            Q_EMIT measurementNameRequested();
-        else
-            Q_EMIT statusText(QStringLiteral("Select a measurement to name it"));
-        return;
     case ReadingAction::ToggleOverlays:
         toggleOverlays();
         return;

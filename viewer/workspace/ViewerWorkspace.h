@@ -70,8 +70,6 @@ Q_SIGNALS:
     void captureRequested();
     void findingsRequested();
     void keyImagesRequested();
-    /// A measurement is selected.
-    void measurementNameRequested();
 
 private:
     /// A mode and its page of viewports.

@@ -30,7 +30,6 @@ enum class ReadingAction {
     ShowSheet,
     ShowFindings,
     ShowKeyImages,
-    NameMeasurement, ///< the selected one
 };
 
 } // namespace zorbel

@@ -76,8 +76,6 @@ std::vector<ShortcutTable::Entry> buildEntries() {
         {"? / F1", "This sheet", {{"?", Action::ShowSheet}, {"F1", Action::ShowSheet}}},
         {"Ctrl+K", "Capture the view for the report", {{"Ctrl+K", Action::CaptureView}}},
         {"Ctrl+F", "Findings by tooth or region", {{"Ctrl+F", Action::ShowFindings}}},
-        {"Ctrl+Shift+K", "Key images for the report", {{"Ctrl+Shift+K", Action::ShowKeyImages}}},
-        {"F2", "Name the selected measurement", {{"F2", Action::NameMeasurement}}},
     };
 }
 
