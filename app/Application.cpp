@@ -6,7 +6,6 @@
 #include "app/LinkRequest.h"
 #include "app/ServiceHost.h"
 #include "app/SessionLock.h"
-#include "app/SettingsMigration.h"
 #include "app/StorageStartUp.h"
 #include "app/WordReportStartUp.h"
 #include "app/identity/Identity.h"
@@ -23,7 +22,9 @@
 #include "report/UnsyncedReports.h"
 #include "resources/Resources.h"
 #include "resources/StyleSheet.h"
-#include "settings/SourceSettings.h"
+#include "settings/model/SourceSettings.h"
+#include "settings/model/ViewerCacheSettings.h"
+#include "settings/store/SettingsStore.h"
 #include "signin/LoginDialog.h"
 #include "viewer/window/MainWindow.h"
 
@@ -32,7 +33,6 @@
 #include <QFont>
 #include <QIcon>
 #include <QMessageBox>
-#include <QSettings>
 #include <QSocketNotifier>
 #include <QStandardPaths>
 
@@ -206,9 +206,9 @@ int runSession(
     Surroundings& surroundings) {
     // Taken now: the user may sign out before the window closes.
     const UserProfile profile = client->profile();
-    QSettings settings;
-    migrateSettings(settings);
-    OpenedStorage storage = openStorage(profile, settings);
+    SettingsStore settings;
+    settings.migrate();
+    OpenedStorage storage = openStorage(profile, ViewerCacheSettings::read(settings));
     const auto source = SourceSettings::read(settings, profile.organizationId);
     client->selectSource(source.kind, source.nodeId);
     SessionLock lock(configFolder());

@@ -2,7 +2,7 @@
 
 #include "api/UserProfile.h"
 #include "app/log/Logger.h"
-#include "settings/ViewerCacheSettings.h"
+#include "settings/model/ViewerCacheSettings.h"
 
 #include <exception>
 #include <string>
@@ -24,11 +24,10 @@ std::unique_ptr<StorageSession> claim(const ViewerStorage& storage, bool session
 
 } // namespace
 
-OpenedStorage openStorage(const UserProfile& profile, const QSettings& settings) {
+OpenedStorage openStorage(const UserProfile& profile, const ViewerCacheSettings& chosen) {
     OpenedStorage opened;
     try {
         const auto scope = StorageScope::of(profile.organizationId.toStdString(), profile.id.toStdString());
-        const auto chosen = ViewerCacheSettings::read(settings);
         opened.policy = chosen.policy();
         opened.storage.emplace(chosen.cacheDir, scope);
         opened.session = claim(*opened.storage, chosen.isSessionOnly());

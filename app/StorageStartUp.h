@@ -6,11 +6,10 @@
 #include <memory>
 #include <optional>
 
-class QSettings;
-
 namespace zorbel {
 
 struct UserProfile;
+struct ViewerCacheSettings;
 
 /// The signed-in user's storage on this computer.
 struct OpenedStorage {
@@ -20,6 +19,6 @@ struct OpenedStorage {
 };
 
 /// Claims the storage and applies the policy to it. What fails is logged, and the program goes on without.
-OpenedStorage openStorage(const UserProfile& profile, const QSettings& settings);
+OpenedStorage openStorage(const UserProfile& profile, const ViewerCacheSettings& chosen);
 
 } // namespace zorbel

@@ -1,6 +1,7 @@
 #include "signin/LoginDialog.h"
 
 #include "resources/Resources.h"
+#include "settings/store/SettingsStore.h"
 
 #include "api/ZorbelApiClient.h"
 
@@ -12,7 +13,6 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QSettings>
 #include <QSvgRenderer>
 #include <QSvgWidget>
 #include <QVBoxLayout>
@@ -24,7 +24,6 @@ namespace zorbel {
 
 namespace {
 
-const QString lastEmailKey = QStringLiteral("session/lastEmail");
 const QString submitText = QStringLiteral("Sign in securely");
 
 constexpr QSize logoBounds(320, 64);
@@ -168,7 +167,7 @@ void LoginDialog::addFields(QVBoxLayout* column) {
     email_->setPlaceholderText(QStringLiteral("name@clinic.example"));
     email_->setClearButtonEnabled(true);
     email_->setInputMethodHints(Qt::ImhEmailCharactersOnly);
-    email_->setText(QSettings().value(lastEmailKey).toString());
+    email_->setText(SettingsStore().text(settings_table::lastEmail));
     column->addSpacing(18);
 
     password_ = addField(column, QStringLiteral("PASSWORD"), QStringLiteral("loginPassword"));
@@ -271,7 +270,7 @@ void LoginDialog::showOutcome() {
     // setText, unlike clear, leaves nothing to undo.
     password_->setText({});
     if (outcome.success) {
-        QSettings().setValue(lastEmailKey, email_->text().trimmed());
+        SettingsStore().set(settings_table::lastEmail, email_->text().trimmed());
         accept();
         return;
     }

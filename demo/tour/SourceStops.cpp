@@ -5,9 +5,8 @@
 #include "cache/StudyArchives.h"
 #include "cache/storage/ViewerStorage.h"
 #include "demo/DemoAccounts.h"
-#include "settings/ViewerCacheSettings.h"
-
-#include <QSettings>
+#include "settings/model/ViewerCacheSettings.h"
+#include "settings/store/SettingsStore.h"
 
 #include <fstream>
 
@@ -21,7 +20,7 @@ const QString jawRow = QStringLiteral("Jaw");
 /// The signed-in reader's storage on this computer.
 ViewerStorage readersStorage() {
     return {
-        ViewerCacheSettings::read(QSettings()).cacheDir,
+        ViewerCacheSettings::read(SettingsStore()).cacheDir,
         StorageScope::of(demo::readerAccount.organizationId, demo::readerAccount.id)};
 }
 

@@ -5,10 +5,9 @@
 #include "app/Application.h"
 #include "demo/DemoAccounts.h"
 #include "demo/DemoLocalNode.h"
-#include "settings/SettingsKeys.h"
+#include "settings/store/SettingsStore.h"
 
 #include <QApplication>
-#include <QSettings>
 
 #include <cstdio>
 #include <memory>
@@ -18,8 +17,9 @@ namespace {
 /// The tour's reader takes studies from the clinic's Local Node where it holds them.
 void chooseLocalNode() {
     const QString organization = QString::fromLatin1(zorbel::demo::demoOrganizationId);
-    QSettings().setValue(
-        zorbel::localNodeKey(organization), QString::fromLatin1(zorbel::demo::DemoLocalNode::id));
+    zorbel::SettingsStore().set(
+        zorbel::settings_table::localNode, QString::fromLatin1(zorbel::demo::DemoLocalNode::id),
+        organization);
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "app/SessionLock.h"
-#include "app/SettingsMigration.h"
 
-#include <QSettings>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -60,24 +58,6 @@ TEST_F(SessionLockTest, ofSeveralProgramsTheLastLivingOneRemovesIt) {
     EXPECT_TRUE(exists()) << "nobody has noticed the second's crash";
     start(true)->end();
     EXPECT_FALSE(exists());
-}
-
-TEST(SettingsMigration, carriesTheCacheFolderOverAndForgetsTheArchive) {
-    QTemporaryDir folder;
-    QSettings settings(folder.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("orthanc/url"), QStringLiteral("http://pacs"));
-    settings.setValue(QStringLiteral("orthanc/user"), QStringLiteral("u"));
-    settings.setValue(QStringLiteral("orthanc/pass"), QStringLiteral("p"));
-    settings.setValue(QStringLiteral("orthanc/cacheDir"), QStringLiteral("/old"));
-    migrateSettings(settings);
-    EXPECT_EQ(settings.allKeys(), QStringList{QStringLiteral("viewer/cacheDir")});
-    EXPECT_EQ(settings.value(QStringLiteral("viewer/cacheDir")).toString(), QStringLiteral("/old"));
-
-    settings.setValue(QStringLiteral("viewer/cacheDir"), QStringLiteral("/chosen"));
-    settings.setValue(QStringLiteral("orthanc/cacheDir"), QStringLiteral("/old"));
-    migrateSettings(settings);
-    EXPECT_EQ(settings.value(QStringLiteral("viewer/cacheDir")).toString(), QStringLiteral("/chosen"));
-    EXPECT_FALSE(settings.contains(QStringLiteral("orthanc/cacheDir")));
 }
 
 } // namespace

@@ -1,9 +1,8 @@
 #include "api/UserProfile.h"
 #include "app/StorageStartUp.h"
-#include "settings/SettingsKeys.h"
+#include "settings/model/ViewerCacheSettings.h"
 #include "tests/support/LogCapture.h"
 
-#include <QSettings>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -18,13 +17,9 @@ namespace fs = std::filesystem;
 
 class StorageStartUp : public testing::Test {
 protected:
-    StorageStartUp() { set(cacheDirKey, QString::fromStdString(root.string())); }
-
-    void set(const char* key, const QVariant& value) { settings.setValue(QLatin1String(key), value); }
-
     QTemporaryDir folder;
     const fs::path root = fs::path(folder.path().toStdString()) / "cache";
-    QSettings settings{folder.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
+    ViewerCacheSettings settings{root, 1, 10};
     const test::LogCapture log;
     UserProfile profile = [] {
         UserProfile user;
@@ -41,7 +36,7 @@ TEST_F(StorageStartUp, AppliesThePolicyToTheUsersStudies) {
     const auto expired = study.parent_path() / "1.3";
     fs::create_directories(expired);
     fs::last_write_time(expired, ViewerStorage::Time::clock::now() - std::chrono::hours(49));
-    set(cacheRetentionDaysKey, 2);
+    settings.retentionDays = 2;
     const auto opened = openStorage(profile, settings);
     ASSERT_TRUE(opened.storage && opened.session);
     EXPECT_TRUE(fs::exists(study));
@@ -53,7 +48,7 @@ TEST_F(StorageStartUp, AppliesThePolicyToTheUsersStudies) {
 }
 
 TEST_F(StorageStartUp, SessionOnlyLeavesNothing) {
-    set(cacheRetentionDaysKey, 0);
+    settings.retentionDays = 0;
     auto opened = openStorage(profile, settings);
     const auto study = opened.storage->studyDirectory("1.2");
     fs::create_directories(study);
@@ -62,7 +57,7 @@ TEST_F(StorageStartUp, SessionOnlyLeavesNothing) {
 }
 
 TEST_F(StorageStartUp, GoesOnWithoutWhatFails) {
-    set(cacheRetentionDaysKey, 366);
+    settings.retentionDays = 366;
     EXPECT_TRUE(openStorage(profile, settings).session);
     EXPECT_TRUE(log.contains(R"("Viewer cache policy could not be applied")")) << log.text();
     EXPECT_TRUE(log.contains("Viewer cache retention is outside the allowed range")) << log.text();
@@ -72,7 +67,7 @@ TEST_F(StorageStartUp, GoesOnWithoutWhatFails) {
     EXPECT_FALSE(openStorage(profile, settings).session);
     EXPECT_TRUE(log.contains(R"("Viewer cache is unavailable")")) << log.text();
 
-    set(cacheDirKey, QString());
+    settings.cacheDir.clear();
     EXPECT_FALSE(openStorage(profile, settings).storage);
     EXPECT_TRUE(log.contains("Viewer cache root is empty")) << log.text();
 

@@ -14,10 +14,11 @@
 #include "cache/SessionWorkspace.h"
 #include "cache/StudyLoadController.h"
 #include "demo/DemoAccounts.h"
+#include "settings/model/ViewerCacheSettings.h"
+#include "settings/store/SettingsStore.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QSettings>
 #include <QStringList>
 #include <QTimer>
 
@@ -111,7 +112,8 @@ int main(int argc, char** argv) {
     const auto& account = demo::readerAccount;
     if (!client->signIn(QString::fromLatin1(account.email), QString::fromLatin1(account.password)).success)
         return 3;
-    OpenedStorage storage = openStorage(client->profile(), QSettings(arguments[2], QSettings::IniFormat));
+    OpenedStorage storage =
+        openStorage(client->profile(), ViewerCacheSettings::read(SettingsStore(arguments[2])));
     StudyLoadOptions options;
     options.storage = storage.storage;
     options.policy = storage.policy;

@@ -1,9 +1,8 @@
 #include "ImageDigest.h"
 #include "StudySourceTest.h"
-#include "settings/SettingsKeys.h"
+#include "settings/store/SettingsStore.h"
 
 #include <QProcess>
-#include <QSettings>
 
 #include <algorithm>
 #include <filesystem>
@@ -39,15 +38,16 @@ protected:
         options_.storage = ViewerStorage(
             options_.storage->cacheRoot(),
             StorageScope::of(profile.organizationId.toStdString(), profile.id.toStdString()));
-        set(cacheDirKey, QString::fromStdString(options_.storage->cacheRoot().string()));
+        set(settings_table::cacheDir, QString::fromStdString(options_.storage->cacheRoot().string()));
         const auto opened = open();
         ASSERT_NO_FATAL_FAILURE(expectWhole(opened, ImageSource::Service));
         digest_ = test::imageDigest(*opened.result->image);
         fs::remove_all(options_.storage->cacheRoot());
     }
 
-    void set(const char* key, const QVariant& value) const {
-        QSettings(settingsFile(), QSettings::IniFormat).setValue(QLatin1String(key), value);
+    template <typename Setting, typename Value>
+    void set(const Setting& setting, const Value& value) const {
+        SettingsStore(settingsFile()).set(setting, value);
     }
     QString settingsFile() const { return folder_.filePath(QStringLiteral("settings.ini")); }
 
@@ -239,7 +239,7 @@ TEST_F(StudyLoadSurvivalTest, viewersThatArchiveTheSameSeriesAtOnceKeepOneWholeC
 }
 
 TEST_F(StudyLoadSurvivalTest, sessionOnlyStorageGoesWithTheLastViewer) {
-    set(cacheRetentionDaysKey, 0);
+    set(settings_table::cacheRetentionDays, 0);
     const auto cleared = [this] { return !fs::exists(options_.storage->scopeDirectory()); };
     const auto opened = [](QProcess& viewer) {
         viewer.setReadChannel(QProcess::StandardOutput);

@@ -2,27 +2,25 @@
 
 #include "cache/storage/ViewerStorage.h"
 
-#include <cstdint>
 #include <filesystem>
 
-class QSettings;
-
 namespace zorbel {
+
+class SettingsStore;
 
 /// Where studies are kept on this computer, how long and how many, as the user chose.
 struct ViewerCacheSettings {
     std::filesystem::path cacheDir; ///< empty only when the setting is
-    std::uint32_t retentionDays = 0;
-    std::uint64_t maxGiB = 0;
+    int retentionDays = 0;          ///< 0 to 30
+    int maxGiB = 1;                 ///< 1 to 100
 
-    /// What is missing or makes no sense has its default: numbers that are none or negative, less than 1 GiB,
-    /// a folder whose place would depend on where the program was started. A retention that is too long is
-    /// left for the policy to refuse.
-    static ViewerCacheSettings read(const QSettings& settings);
+    static ViewerCacheSettings read(const SettingsStore& store);
+    void write(SettingsStore& store) const;
 
     /// Nothing outlives the session.
     bool isSessionOnly() const { return retentionDays == 0; }
     StoragePolicy policy() const;
+    friend bool operator==(const ViewerCacheSettings&, const ViewerCacheSettings&) = default;
 };
 
 } // namespace zorbel
