@@ -29,7 +29,7 @@ std::optional<WordDocumentFile::Mark> markOf(const fs::path& file) {
     if (error)
         return std::nullopt;
     const auto age = fs::file_time_type::clock::now() - mark.time;
-    mark.settled = age > coarsestTime;
+    mark.settled = age > coarsestTime || age < -coarsestTime; // clocks differ
     return mark;
 }
 
@@ -65,15 +65,14 @@ WordDocumentFile::Look WordDocumentFile::look(const fs::path& file, const std::o
     const auto before = markOf(file);
     if (!before)
         return {};
-    if (known && known->settled && known->size == before->size && known->time == before->time)
+    if (known && known->settled && *known == *before)
         return {.finding = Finding::Unchanged, .mark = *known};
     auto contents = read(file);
     if (!contents)
         return {.finding = Finding::Unreadable};
     const auto after = markOf(file);
-    if (!after || after->size != before->size || after->time != before->time ||
-        !isWholePackage(contents->bytes))
-        return {.finding = Finding::Unfinished};
+    if (!after || *after != *before || !isWholePackage(contents->bytes))
+        return {.finding = Finding::Unfinished, .mark = after.value_or(Mark{})};
     return {.finding = Finding::Whole, .contents = std::move(*contents), .mark = *before};
 }
 

@@ -24,13 +24,16 @@ public:
         std::filesystem::file_time_type time{};
         /// The file was older than its time stamp is coarse: a later change will show.
         bool settled = false;
-        friend bool operator==(const Mark&, const Mark&) = default;
+        /// Whether they are of the same state of the file.
+        friend bool operator==(const Mark& left, const Mark& right) {
+            return left.size == right.size && left.time == right.time;
+        }
     };
     enum class Finding {
         Unchanged,  ///< since the mark was made
         Missing,    ///< there is no such file just now
         Unreadable, ///< held by another program, or the disk refuses
-        Unfinished, ///< no whole Word package: somebody is writing it
+        Unfinished, ///< no whole Word package: somebody is writing it, or saved something else
         Whole,
     };
     struct Look {

@@ -17,7 +17,7 @@ namespace zorbel {
 namespace {
 
 constexpr char component[] = "WordReport";
-/// At a file that is no whole document, before the next sign of a change is waited for.
+/// At a file that is no whole document and does not change, before it is what somebody meant to save.
 constexpr int mostUnfinishedLooks = 20;
 
 void log(const char* message, const std::exception& error) {
@@ -47,9 +47,10 @@ struct WordReport::Outcome {
 
 WordReport::WordReport(
     const WordService& service, QThreadPool& pool, WordWorkingFolder folder, WordReportRecord record,
-    WordReportTiming timing, QObject* parent)
+    WordReportTiming timing, State state, QObject* parent)
     : QObject(parent), service_(service), pool_(pool), folder_(std::move(folder)), record_(std::move(record)),
-      timing_(timing), cancel_(std::make_shared<std::atomic<bool>>(false)), retryDelay_(timing.firstRetry) {
+      timing_(timing), cancel_(std::make_shared<std::atomic<bool>>(false)), state_(state),
+      retryDelay_(timing.firstRetry) {
     lookSoon_.setSingleShot(true);
     lookSoon_.setInterval(timing.settle);
     retry_.setSingleShot(true);
@@ -110,8 +111,6 @@ void WordReport::take(WordDocumentFile::Look seen) {
         std::exchange(missing_, seen.finding == Finding::Missing || seen.finding == Finding::Unreadable);
     if (watch_ && !missing_)
         watch_->renew();
-    if (seen.finding != Finding::Unfinished)
-        unfinishedLooks_ = 0;
     switch (seen.finding) {
     case Finding::Unchanged:
         break;
@@ -120,25 +119,53 @@ void WordReport::take(WordDocumentFile::Look seen) {
         takeWhole(std::move(seen.contents));
         break;
     case Finding::Unfinished:
-        setState(State::Unsynced);
-        if (++unfinishedLooks_ < mostUnfinishedLooks)
-            lookSoon_.start();
+        takeUnfinished(seen.mark);
         break;
     case Finding::Missing:
     case Finding::Unreadable:
-        // It comes back, as a rule, within the same save; the watch and its poll see that.
-        if (!wasMissing)
-            Q_EMIT stateChanged();
+        takeMissing();
         break;
     }
+    if (missing_ != wasMissing)
+        Q_EMIT stateChanged();
     if (lookAgain_)
         look();
     else if (!sending_ && !lookSoon_.isActive())
         Q_EMIT settled();
 }
 
+void WordReport::takeMissing() {
+    // It comes back, as a rule, within the same save; the watch and its poll see that.
+    if (!watch_ && state_ == State::Failed && failure_.kind == WordSyncFailure::Kind::Outage)
+        retry_.start(timing_.longestRetry);
+}
+
+void WordReport::takeUnfinished(const WordDocumentFile::Mark& mark) {
+    if (unfinished_ != mark)
+        unfinishedLooks_ = 0;
+    unfinished_ = mark;
+    if (unfinishedLooks_ >= mostUnfinishedLooks) { // known already
+        mark_ = mark;
+        force_ = false;
+        return;
+    }
+    if (++unfinishedLooks_ < mostUnfinishedLooks) {
+        if (state_ != State::Failed)
+            setState(State::Unsynced);
+        lookSoon_.start();
+        return;
+    }
+    mark_ = mark;
+    force_ = false;
+    retry_.stop();
+    failedSha256_.clear();
+    fail(WordSyncFailure::noWordDocument());
+}
+
 void WordReport::takeWhole(WordDocumentFile::Contents contents) {
+    unfinished_.reset();
     if (contents.sha256 == record_.syncedSha256) {
+        force_ = false;
         failedSha256_.clear();
         toldReason_.clear();
         retry_.stop();

@@ -35,10 +35,11 @@ public:
         Failed, ///< see failure()
     };
 
-    /// service and pool must outlive it; the pool's tasks are not waited for here.
+    /// service and pool must outlive it; the pool's tasks are not waited for here. state: as far as it is
+    /// known before the first look.
     WordReport(
         const WordService& service, QThreadPool& pool, WordWorkingFolder folder, WordReportRecord record,
-        WordReportTiming timing, QObject* parent = nullptr);
+        WordReportTiming timing, State state = State::Synced, QObject* parent = nullptr);
     ~WordReport() override;
 
     const WordReportRecord& record() const { return record_; }
@@ -81,6 +82,8 @@ private:
     void look();
     void take(WordDocumentFile::Look seen);
     void takeWhole(WordDocumentFile::Contents contents);
+    void takeUnfinished(const WordDocumentFile::Mark& mark);
+    void takeMissing();
     /// After a failure that neither time nor a further save mends.
     bool waitsForReader() const;
     void send(WordDocumentFile::Contents contents);
@@ -99,14 +102,15 @@ private:
     QTimer lookSoon_; ///< at a file that was being written
     QTimer retry_;
     CancelFlag cancel_;
-    State state_ = State::Synced;
+    State state_;
     WordSyncFailure failure_;
     std::optional<WordDocumentFile::Mark> mark_;
     std::string failedSha256_; ///< not sent again without a reason
     QString toldReason_;
     std::chrono::milliseconds retryDelay_;
-    int unfinishedLooks_ = 0;
-    bool force_ = false; ///< sync() was asked for: failedSha256_ does not count
+    std::optional<WordDocumentFile::Mark> unfinished_; ///< of a file that is no document
+    int unfinishedLooks_ = 0;                          ///< at that state of it
+    bool force_ = false;                               ///< sync() was asked for: failedSha256_ does not count
     bool looking_ = false;
     bool lookAgain_ = false;
     bool sending_ = false;

@@ -282,7 +282,7 @@ void WordReportWorkflow::write(
 }
 
 void WordReportWorkflow::present(const std::shared_ptr<Opening>& opening) {
-    activate(newReport(*opening->folder, opening->record));
+    activate(newReport(*opening->folder, opening->record, WordReport::State::Synced));
     setPreparing(false);
     prompts_.openDocument(active_->folder().document(), [this, opening](bool opened) {
         if (!opened) {
@@ -338,9 +338,10 @@ void WordReportWorkflow::setPreparing(bool preparing) {
 
 // ---- Reports
 
-std::unique_ptr<WordReport> WordReportWorkflow::newReport(WordWorkingFolder folder, WordReportRecord record) {
-    auto made =
-        std::make_unique<WordReport>(*service_, pool_, std::move(folder), std::move(record), options_.timing);
+std::unique_ptr<WordReport>
+WordReportWorkflow::newReport(WordWorkingFolder folder, WordReportRecord record, WordReport::State state) {
+    auto made = std::make_unique<WordReport>(
+        *service_, pool_, std::move(folder), std::move(record), options_.timing, state);
     WordReport* report = made.get();
     connect(report, &WordReport::stateChanged, this, [this, report] {
         if (report == active_.get())
@@ -456,7 +457,10 @@ void WordReportWorkflow::findUnsynced() {
         [root = options_.root, keep = options_.keepSynced] { return takeUnsyncedReports(root, keep); },
         [this](const std::vector<UnsyncedReport>& found) {
             for (const UnsyncedReport& one : found)
-                waiting_.push_back({newReport(one.folder, one.record.value_or(WordReportRecord{})), true});
+                waiting_.push_back(
+                    {newReport(
+                         one.folder, one.record.value_or(WordReportRecord{}), WordReport::State::Unsynced),
+                     true});
             if (!found.empty())
                 Q_EMIT waitingChanged();
         });

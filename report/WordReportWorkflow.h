@@ -94,7 +94,8 @@ private:
     void present(const std::shared_ptr<Opening>& opening);
     void openFailed(const WordSyncFailure& failure, const WordReportRequest& request);
     void openFailed(const QString& reason);
-    std::unique_ptr<WordReport> newReport(WordWorkingFolder folder, WordReportRecord record);
+    std::unique_ptr<WordReport>
+    newReport(WordWorkingFolder folder, WordReportRecord record, WordReport::State state);
     void activate(std::unique_ptr<WordReport> report);
     void tellConfirmed(WordReport* report, const WordSaveResult& result);
     void letGoOfSynced(WordReport* report);

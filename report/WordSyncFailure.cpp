@@ -41,6 +41,13 @@ WordSyncFailure WordSyncFailure::of(const std::exception& error) {
     return failure;
 }
 
+WordSyncFailure WordSyncFailure::noWordDocument() {
+    WordSyncFailure failure;
+    failure.reason = QStringLiteral(
+        "The saved file is not a Word document that Zorbel can take. Save it as .docx without a password.");
+    return failure;
+}
+
 QString WordSyncFailure::statusText() const {
     return QStringLiteral("Word Save is still local; Zorbel sync failed: %1").arg(reason) +
            QStringLiteral("  |  The Word report remains open locally. Fix the issue and save again.");

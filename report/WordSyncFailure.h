@@ -23,6 +23,8 @@ struct WordSyncFailure {
     bool mayBeStored = false;
 
     static WordSyncFailure of(const std::exception& error);
+    /// What was saved cannot be a version of the report: it has a password, or another format.
+    static WordSyncFailure noWordDocument();
 
     /// "Word Save is still local; Zorbel sync failed: …", and what to do.
     QString statusText() const;

@@ -98,6 +98,27 @@ TEST_F(WordReportSavingTest, whatDidNotArriveIsTriedAgainAsItsFailureSays) {
     expectVersions({"outage", "no duplicate", "signed in again", "smaller", "refused once"});
 }
 
+TEST_F(WordReportSavingTest, whatIsNoWordDocumentIsSaidUntilTheNextGoodSave) {
+    const QString failed = QStringLiteral("The saved file is not a Word document that Zorbel can take.");
+    int changes = 0;
+    int changes = 0;
+    replace(document, "saved with a password");
+    ASSERT_TRUE(becomes(State::Failed));
+    EXPECT_TRUE(said.last().contains(failed)) << said.last().toStdString();
+    EXPECT_TRUE(workflow->active()->isOverdue());
+    QObject::connect(workflow->active(), &WordReport::stateChanged, [&] { ++changes; });
+    settleDown(); // it ends, too
+    workflow->begin(requestFor("4.5.6"));
+    ASSERT_TRUE(waitFor([&] { return reader.opened.size() == 2; })); // the reader was asked
+    EXPECT_EQ(reader.asked, QStringList{QStringLiteral("Switch Word report")});
+    EXPECT_EQ(changes, 0);
+    EXPECT_EQ(service->saves(), 0);
+    ASSERT_EQ(workflow->waiting().size(), 1u);
+    replace(document, wordDocument("without it"));
+    workflow->retry();
+    expectVersions({"without it"});
+}
+
 TEST_F(WordReportSavingTest, anotherVersionIsNotPassedOverWithoutTheReadersWord) {
     service->failNext(Fault::Refuse, 409);
     replace(document, wordDocument("mine"));

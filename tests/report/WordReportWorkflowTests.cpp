@@ -114,6 +114,14 @@ TEST_F(WordReportWorkflowTest, offersWhatAnEarlierRunLeftUnsynced) {
     // Another program of the same user is not offered what this one has.
     EXPECT_TRUE(takeUnsyncedReports(folder.path() / "word", std::chrono::hours(0)).empty());
 
+    // One that cannot be found just now is still offered.
+    std::filesystem::rename(document, document.parent_path() / "away");
+    workflow->sync(report);
+    ASSERT_TRUE(waitFor([&] { return report->isDocumentMissing(); }));
+    settle();
+    ASSERT_EQ(workflow->waiting().size(), 1u);
+    std::filesystem::rename(document.parent_path() / "away", document);
+
     workflow->sync(report);
     ASSERT_TRUE(waitFor([&] { return workflow->waiting().empty(); }));
     EXPECT_EQ(service->versions().back(), wordDocument("saved without the viewer"));

@@ -76,6 +76,7 @@ UnsyncedReportRow rowOf(const WordReport& report) {
     row.folder = qtText(pathText(report.folder().path()));
     row.isBusy = report.state() == WordReport::State::Syncing;
     row.state = row.isBusy                                    ? QStringLiteral("Syncing…")
+                : report.isDocumentMissing()                  ? QStringLiteral("Its document cannot be read")
                 : report.state() == WordReport::State::Failed ? report.failure().shortText()
                                                               : QStringLiteral("Not synced");
     return row;
