@@ -77,9 +77,15 @@ void WordReport::unwatch() {
     watch_ = nullptr;
 }
 
-void WordReport::sync() {
+void WordReport::sync(Telling telling) {
     force_ = true;
+    tellAgain_ = tellAgain_ || telling == Telling::Again;
     look();
+}
+
+void WordReport::overwrite() {
+    record_.conflict = false;
+    sync();
 }
 
 void WordReport::look() {
@@ -147,6 +153,8 @@ void WordReport::takeUnfinished(const WordDocumentFile::Mark& mark) {
     if (unfinishedLooks_ >= mostUnfinishedLooks) { // known already
         mark_ = mark;
         force_ = false;
+        if (tellAgain_)
+            fail(failure_);
         return;
     }
     if (++unfinishedLooks_ < mostUnfinishedLooks) {
@@ -166,10 +174,17 @@ void WordReport::takeWhole(WordDocumentFile::Contents contents) {
     unfinished_.reset();
     if (contents.sha256 == record_.syncedSha256) {
         force_ = false;
+        tellAgain_ = false;
         failedSha256_.clear();
         toldReason_.clear();
         retry_.stop();
         setState(State::Synced);
+        return;
+    }
+    if (record_.conflict) {
+        force_ = false;
+        failedSha256_ = contents.sha256;
+        fail(failure_.kind == WordSyncFailure::Kind::Conflict ? failure_ : WordSyncFailure::anotherVersion());
         return;
     }
     if (!force_ && (contents.sha256 == failedSha256_ || waitsForReader()))
@@ -180,8 +195,8 @@ void WordReport::takeWhole(WordDocumentFile::Contents contents) {
 
 bool WordReport::waitsForReader() const {
     using Kind = WordSyncFailure::Kind;
-    return !failedSha256_.empty() && (failure_.kind == Kind::Conflict || failure_.kind == Kind::SessionGone ||
-                                      failure_.kind == Kind::SignInNeeded);
+    return !failedSha256_.empty() &&
+           (failure_.kind == Kind::SessionGone || failure_.kind == Kind::SignInNeeded);
 }
 
 void WordReport::send(WordDocumentFile::Contents contents) {
@@ -212,7 +227,7 @@ WordReport::Outcome WordReport::deliver(Job job, const WordDocumentFile::Content
     };
     bool sent = false;
     try {
-        if (askFirst && job.service->document(session, job.cancel) == contents.bytes) {
+        if (askFirst && isAtService(job, contents.bytes)) {
             outcome.result = WordSaveResult{
                 .approved = true,
                 .saved = true,
@@ -227,20 +242,39 @@ WordReport::Outcome WordReport::deliver(Job job, const WordDocumentFile::Content
             outcome.result = job.service->save(session, contents.bytes, job.cancel);
         }
         job.record.syncedSha256 = contents.sha256;
+        job.record.serviceSha256 = contents.sha256;
         job.record.sentSha256.clear();
         job.record.savedAt = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
         if (!outcome.result->versionId.isEmpty())
             job.record.versionId = outcome.result->versionId;
         job.record.versions += outcome.result->createdVersion ? 1 : 0;
         remember();
+    } catch (const WordSyncFailure& failure) {
+        outcome.failure = failure;
     } catch (const std::exception& error) {
         log("The Word report could not be synced", error);
         outcome.failure = WordSyncFailure::of(error);
         if (sent && !outcome.failure.mayBeStored)
             job.record.sentSha256.clear();
+        if (outcome.failure.kind == WordSyncFailure::Kind::Conflict)
+            job.record.serviceSha256.clear();
+    }
+    if (!outcome.result && outcome.failure.kind == WordSyncFailure::Kind::Conflict) {
+        job.record.conflict = true; // also at the next start
+        remember();
     }
     outcome.record = job.record;
     return outcome;
+}
+
+bool WordReport::isAtService(Job& job, const QByteArray& bytes) {
+    const QByteArray held = job.service->document(job.record.session.sessionId, job.cancel);
+    if (held == bytes)
+        return true;
+    const std::string known = std::exchange(job.record.serviceSha256, WordDocumentFile::digest(held));
+    if (!known.empty() && known != job.record.serviceSha256)
+        throw WordSyncFailure::anotherVersion();
+    return false;
 }
 
 void WordReport::takeOutcome(const Outcome& outcome) {
@@ -258,13 +292,15 @@ void WordReport::takeOutcome(const Outcome& outcome) {
 void WordReport::confirm(const WordSaveResult& result) {
     failedSha256_.clear();
     toldReason_.clear();
+    tellAgain_ = false;
     retryDelay_ = timing_.firstRetry;
     setState(State::Synced);
     Q_EMIT versionConfirmed(result);
 }
 
 void WordReport::fail(const WordSyncFailure& failure) {
-    const bool told = std::exchange(toldReason_, failure.reason) == failure.reason;
+    const bool again = std::exchange(tellAgain_, false);
+    const bool told = std::exchange(toldReason_, failure.reason) == failure.reason && !again;
     failure_ = failure;
     setState(State::Failed);
     if (failure.kind == WordSyncFailure::Kind::Outage) {

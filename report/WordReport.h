@@ -56,15 +56,19 @@ public:
     /// Follows what is saved from now on.
     void watch();
     void unwatch();
+    enum class Telling { Again, Once };
     /// Looks at the document now, and sends it where it differs from what the service has, also where that
-    /// failed before, or met another version. settled() tells when that is over.
-    void sync();
+    /// failed before; not where it met another version. settled() tells when that is over. Again: a failure
+    /// that was told is told once more.
+    void sync(Telling telling = Telling::Again);
+    /// As sync(): the reader wants it to be the newest version although another was made meanwhile.
+    void overwrite();
 
 Q_SIGNALS:
     void stateChanged();
     void syncBegan();
     void versionConfirmed(const WordSaveResult& result);
-    /// Told once for each reason.
+    /// Told once for each reason, and again where that was asked for.
     void syncFailed(const WordSyncFailure& failure);
     /// Nothing is under way any more, however it ended.
     void settled();
@@ -88,6 +92,9 @@ private:
     bool waitsForReader() const;
     void send(WordDocumentFile::Contents contents);
     static Outcome deliver(Job job, const WordDocumentFile::Contents& contents, bool askFirst);
+    /// Whether the service holds these very bytes. Throws WordSyncFailure where it holds what nobody here
+    /// knows of.
+    static bool isAtService(Job& job, const QByteArray& bytes);
     void takeOutcome(const Outcome& outcome);
     void confirm(const WordSaveResult& result);
     void fail(const WordSyncFailure& failure);
@@ -111,6 +118,7 @@ private:
     std::optional<WordDocumentFile::Mark> unfinished_; ///< of a file that is no document
     int unfinishedLooks_ = 0;                          ///< at that state of it
     bool force_ = false;                               ///< sync() was asked for: failedSha256_ does not count
+    bool tellAgain_ = false;
     bool looking_ = false;
     bool lookAgain_ = false;
     bool sending_ = false;

@@ -35,6 +35,8 @@ QByteArray WordReportRecord::toText() const {
         {QStringLiteral("studyDescription"), qt(study.studyDescription)},
         {QStringLiteral("syncedSha256"), qt(syncedSha256)},
         {QStringLiteral("sentSha256"), qt(sentSha256)},
+        {QStringLiteral("serviceSha256"), qt(serviceSha256)},
+        {QStringLiteral("conflict"), conflict},
         {QStringLiteral("versionId"), versionId},
         {QStringLiteral("versions"), versions},
         {QStringLiteral("savedAt"), savedAt}};
@@ -56,6 +58,8 @@ std::optional<WordReportRecord> WordReportRecord::fromText(const QByteArray& byt
     record.study.studyDescription = utf8(object, "studyDescription");
     record.syncedSha256 = utf8(object, "syncedSha256");
     record.sentSha256 = utf8(object, "sentSha256");
+    record.serviceSha256 = utf8(object, "serviceSha256");
+    record.conflict = object.value(QLatin1String("conflict")).toBool();
     record.versionId = text(object, "versionId");
     record.versions = std::max(object.value(QLatin1String("versions")).toInt(1), 1);
     record.savedAt = text(object, "savedAt");

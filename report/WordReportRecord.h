@@ -19,6 +19,10 @@ struct WordReportRecord {
     std::string syncedSha256;
     /// That of a document that was sent without an answer: the service may hold it.
     std::string sentSha256;
+    /// That of the service's newest version, as far as this computer knows; empty where it does not.
+    std::string serviceSha256;
+    /// Another version was made meanwhile, and the reader has not decided.
+    bool conflict = false;
     /// Of the last confirmed version; the session's own at first.
     QString versionId;
     int versions = 1; ///< that this computer knows of

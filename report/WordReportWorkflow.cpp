@@ -249,6 +249,7 @@ void WordReportWorkflow::write(
         pool_, this,
         [root = options_.root, study, opening, packet = std::move(packet)] {
             try {
+                const std::string serviceSha256 = WordDocumentFile::digest(opening->document);
                 // Without anything recorded there is nothing that could be missing.
                 if (!isEmpty(packet)) {
                     const EditResult added = appendReportPacket(opening->document, packet);
@@ -263,6 +264,7 @@ void WordReportWorkflow::write(
                 opening->record.session = opening->session;
                 opening->record.study = study;
                 opening->record.versionId = opening->session.versionId;
+                opening->record.serviceSha256 = serviceSha256;
                 opening->record.syncedSha256 = WordDocumentFile::digest(opening->document);
                 opening->folder->writeRecord(opening->record); // before there is anything to save
                 opening->folder->writeDocument(opening->document);
@@ -409,7 +411,7 @@ void WordReportWorkflow::tellFailed(WordReport* report, const WordSyncFailure& f
                            "newest one. Or keep yours on this computer for now, and compare them first."),
             [told](bool overwrite) {
                 if (told && overwrite)
-                    told->sync();
+                    told->overwrite();
             });
         break;
     case Kind::SessionGone:

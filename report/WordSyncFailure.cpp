@@ -41,6 +41,13 @@ WordSyncFailure WordSyncFailure::of(const std::exception& error) {
     return failure;
 }
 
+WordSyncFailure WordSyncFailure::anotherVersion() {
+    WordSyncFailure failure;
+    failure.kind = Kind::Conflict;
+    failure.reason = QStringLiteral("Another version of the report was made meanwhile");
+    return failure;
+}
+
 WordSyncFailure WordSyncFailure::noWordDocument() {
     WordSyncFailure failure;
     failure.reason = QStringLiteral(

@@ -23,6 +23,7 @@ struct WordSyncFailure {
     bool mayBeStored = false;
 
     static WordSyncFailure of(const std::exception& error);
+    static WordSyncFailure anotherVersion();
     /// What was saved cannot be a version of the report: it has a password, or another format.
     static WordSyncFailure noWordDocument();
 

@@ -95,6 +95,11 @@ public:
         const std::lock_guard lock(mutex_);
         faults_.emplace_back(fault, status);
     }
+    /// Somebody else's.
+    void addVersion(const QByteArray& bytes) {
+        const std::lock_guard lock(mutex_);
+        versions_.push_back(bytes);
+    }
     /// Saves that come in wait until they are let go.
     void hold(bool held) {
         const std::lock_guard lock(mutex_);
@@ -146,7 +151,7 @@ public:
     }
     void signInAgain(Answer answer) override {
         asked.append(QStringLiteral("sign-in"));
-        answer(true);
+        answer(signsIn);
     }
     void warn(const QString&, const QString& text) override { warnings.append(text); }
     void openDocument(const std::filesystem::path& document, Answer answer) override {
@@ -157,6 +162,7 @@ public:
     std::optional<int> choice = 2;
     bool agrees = true;
     bool hasWordProcessor = true;
+    bool signsIn = true;
     Answer conflict;
     QStringList offered;
     QStringList asked;

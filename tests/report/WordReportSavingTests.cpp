@@ -101,7 +101,6 @@ TEST_F(WordReportSavingTest, whatDidNotArriveIsTriedAgainAsItsFailureSays) {
 TEST_F(WordReportSavingTest, whatIsNoWordDocumentIsSaidUntilTheNextGoodSave) {
     const QString failed = QStringLiteral("The saved file is not a Word document that Zorbel can take.");
     int changes = 0;
-    int changes = 0;
     replace(document, "saved with a password");
     ASSERT_TRUE(becomes(State::Failed));
     EXPECT_TRUE(said.last().contains(failed)) << said.last().toStdString();
@@ -131,8 +130,21 @@ TEST_F(WordReportSavingTest, anotherVersionIsNotPassedOverWithoutTheReadersWord)
     }));
     EXPECT_EQ(service->saves(), 1);
     EXPECT_EQ(reader.asked, QStringList{QStringLiteral("conflict")});
+    settleDown(); // as when the window closes
+    EXPECT_EQ(service->saves(), 1);
+    workflow->retry();
+    ASSERT_TRUE(waitFor([&] { return reader.asked.size() == 2; })); // again, and not sent without an answer
+    EXPECT_EQ(service->saves(), 1);
     reader.conflict(true);
     expectVersions({"mine, once more"});
+
+    // One that the service does not speak of, but holds.
+    service->failNext(Fault::NoAnswer);
+    service->addVersion(wordDocument("theirs"));
+    replace(document, wordDocument("mine again"));
+    ASSERT_TRUE(waitFor([&] { return reader.asked.size() == 3; }));
+    reader.conflict(true);
+    expectVersions({"mine, once more", "theirs", "mine again"});
 }
 
 TEST_F(WordReportSavingTest, aWildSequenceOfSavesEndsInWhatWasSavedLast) {
