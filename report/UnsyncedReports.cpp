@@ -45,7 +45,7 @@ std::vector<UnsyncedReport> takeUnsyncedReports(const fs::path& root, std::chron
             continue;
         const auto status = fs::symlink_status(folder->document(), error);
         if (status.type() == fs::file_type::not_found) { // the program was killed before it wrote one
-            if (!folder->holdsOtherFiles())
+            if (!folder->holdsOtherFiles() && !folder->isOpenElsewhere())
                 removeFolder(*folder, "A Word working folder without a document was removed");
             continue;
         }

@@ -1,6 +1,7 @@
 #include "report/WordReportWorkflow.h"
 
 #include "api/LogReason.h"
+#include "api/ZorbelApiError.h"
 #include "app/log/Logger.h"
 #include "base/PathText.h"
 #include "base/qt/BackgroundTask.h"
@@ -25,6 +26,10 @@ QString boxTitle() {
     return QStringLiteral("Report in Word");
 }
 
+QString unexpectedText() {
+    return QStringLiteral("Unexpected error while preparing the Word report.");
+}
+
 /// A service call's result, or why there is none.
 template <class Value>
 struct Reply {
@@ -41,6 +46,8 @@ auto replyOf(Call call) {
         Logger::instance().warn(
             component, "The Word report could not be prepared", {{"reason", logReason(error)}});
         reply.failure = WordSyncFailure::of(error);
+        if (!dynamic_cast<const ZorbelApiError*>(&error))
+            reply.failure->reason = unexpectedText();
     }
     return reply;
 }
@@ -59,10 +66,6 @@ bool isEmpty(const ReportPacket& packet) {
 
 QString noWordProcessorText() {
     return QStringLiteral("Microsoft Word could not be opened. Check the .docx file association.");
-}
-
-QString unexpectedText() {
-    return QStringLiteral("Unexpected error while preparing the Word report.");
 }
 
 } // namespace
@@ -110,19 +113,27 @@ WordReportWorkflow::State WordReportWorkflow::state() const {
 
 std::vector<const WordReport*> WordReportWorkflow::waiting() const {
     std::vector<const WordReport*> reports;
-    for (const Waiting& one : waiting_)
-        reports.push_back(one.report.get());
+    for (const Waiting& one : waiting_) {
+        if (!one.report->isSynced()) // one that was left is looked at once more
+            reports.push_back(one.report.get());
+    }
     return reports;
 }
 
-std::vector<WordReport*> WordReportWorkflow::unsynced() const {
+std::vector<WordReport*> WordReportWorkflow::ofThisRun() const {
     std::vector<WordReport*> reports;
-    if (active_ && !active_->isSynced())
+    if (active_)
         reports.push_back(active_.get());
     for (const Waiting& one : waiting_) {
         if (!one.earlier)
             reports.push_back(one.report.get());
     }
+    return reports;
+}
+
+std::vector<WordReport*> WordReportWorkflow::unsynced() const {
+    auto reports = ofThisRun();
+    std::erase_if(reports, [](const WordReport* report) { return report->isSynced(); });
     return reports;
 }
 
@@ -135,8 +146,15 @@ void WordReportWorkflow::begin(const WordReportRequest& request) {
     }
     if (preparing_)
         return;
+    leaveActive(request.study.studyInstanceUid, [this, request] {
+        if (!preparing_)
+            chooseTemplate(request);
+    });
+}
+
+void WordReportWorkflow::leaveActive(const std::string& studyUid, std::function<void()> then) {
     if (!active_) {
-        chooseTemplate(request);
+        then();
         return;
     }
     if (active_->state() == WordReport::State::Syncing) {
@@ -147,37 +165,49 @@ void WordReportWorkflow::begin(const WordReportRequest& request) {
     if (!active_->isSynced())
         Q_EMIT statusText(
             QStringLiteral("The active Word report has unsynced changes. It is being saved first."));
+    if (std::exchange(leaving_, true))
+        return;
     // Also what was saved a moment ago and has not been noticed yet.
     connect(
-        active_.get(), &WordReport::settled, this, [this, request] { leaveActive(request); },
+        active_.get(), &WordReport::settled, this,
+        [this, sameStudy = studyUid == active_->record().study.studyInstanceUid, then = std::move(then)] {
+            leaving_ = false;
+            askToLeave(sameStudy, then);
+        },
         Qt::SingleShotConnection);
-    active_->sync();
+    const bool isAsked = active_->failure().kind == WordSyncFailure::Kind::SessionGone; // below
+    active_->sync(isAsked ? WordReport::Telling::Once : WordReport::Telling::Again);
 }
 
-void WordReportWorkflow::leaveActive(const WordReportRequest& request) {
+void WordReportWorkflow::askToLeave(bool sameStudy, const std::function<void()>& then) {
     using Kind = WordSyncFailure::Kind;
     const bool synced = active_->isSynced();
-    const bool sameStudy = active_->record().study.studyInstanceUid == request.study.studyInstanceUid;
-    if (!synced) {
-        const Kind kind = active_->failure().kind;
+    const Kind kind = active_->failure().kind;
+    QString text =
+        QStringLiteral("The current Word report is fully synced. Close it in Word before switching "
+                       "because only the latest opened report is monitored for Save.\n\nOpen a "
+                       "report for the selected study?");
+    if (active_->isDocumentMissing()) {
+        text = QStringLiteral("The document of the current Word report cannot be found or read on this "
+                              "computer.\n\nOpen another report for the selected study?");
+    } else if (synced && sameStudy) {
+        reopen();
+        return;
+    } else if (active_->state() == WordReport::State::Failed && kind == Kind::Outage && sameStudy) {
+        reopen(); // it can be written on meanwhile
+        return;
+    } else if (!synced) {
         if (active_->state() != WordReport::State::Failed || kind == Kind::Outage ||
             kind == Kind::SignInNeeded || kind == Kind::Conflict)
             return; // the reader has been told, or asked
-    } else if (sameStudy) {
-        reopen();
-        return;
+        text = QStringLiteral("The current Word report has changes that Zorbel does not take: %1\n\nThey "
+                              "stay in the document on this computer, and are offered again at the next "
+                              "start.\n\nOpen another report for the selected study?")
+                   .arg(active_->failure().shortText());
     }
-    const QString text =
-        synced ? QStringLiteral("The current Word report is fully synced. Close it in Word before switching "
-                                "because only the latest opened report is monitored for Save.\n\nOpen a "
-                                "report for the selected study?")
-               : QStringLiteral("The current Word report has changes that Zorbel does not take: %1\n\nThey "
-                                "stay in the document on this computer, and are offered again at the next "
-                                "start.\n\nOpen another report for the selected study?")
-                     .arg(active_->failure().shortText());
-    prompts_.confirm(QStringLiteral("Switch Word report"), text, [this, request](bool agreed) {
-        if (agreed && !preparing_)
-            chooseTemplate(request);
+    prompts_.confirm(QStringLiteral("Switch Word report"), text, [then](bool agreed) {
+        if (agreed)
+            then();
     });
 }
 
@@ -307,8 +337,8 @@ void WordReportWorkflow::openFailed(const WordSyncFailure& failure, const WordRe
         return;
     }
     setPreparing(false);
-    prompts_.signInAgain([this, request](bool signedIn) {
-        if (signedIn && !preparing_)
+    askForSignIn([this, request] {
+        if (!preparing_)
             chooseTemplate(request);
     });
 }
@@ -367,10 +397,14 @@ WordReportWorkflow::newReport(WordWorkingFolder folder, WordReportRecord record,
 void WordReportWorkflow::activate(std::unique_ptr<WordReport> report) {
     auto previous = std::exchange(active_, std::move(report));
     active_->watch();
-    if (previous && !previous->isSynced()) {
-        previous->unwatch();
+    if (previous) {
+        WordReport* left = previous.get();
+        left->unwatch();
         waiting_.push_back({std::move(previous), false});
-        Q_EMIT waitingChanged();
+        if (left->isSynced())
+            left->sync(); // what was saved until now
+        else
+            Q_EMIT waitingChanged();
     }
     Q_EMIT stateChanged();
 }
@@ -402,7 +436,10 @@ void WordReportWorkflow::tellFailed(WordReport* report, const WordSyncFailure& f
     const QPointer<WordReport> told = report;
     switch (failure.kind) {
     case Kind::SignInNeeded:
-        askForSignIn();
+        askForSignIn([told] {
+            if (told)
+                told->sync(WordReport::Telling::Once);
+        });
         break;
     case Kind::Conflict:
         prompts_.askAboutConflict(
@@ -428,13 +465,18 @@ void WordReportWorkflow::tellFailed(WordReport* report, const WordSyncFailure& f
     }
 }
 
-void WordReportWorkflow::askForSignIn() {
-    if (std::exchange(asksForSignIn_, true))
+void WordReportWorkflow::askForSignIn(std::function<void()> then) {
+    afterSignIn_.push_back(std::move(then));
+    if (afterSignIn_.size() > 1)
         return;
     prompts_.signInAgain([this](bool signedIn) {
-        asksForSignIn_ = false;
-        if (signedIn)
-            retry();
+        const auto waitedForIt = std::exchange(afterSignIn_, {});
+        if (!signedIn)
+            return;
+        for (WordReport* report : unsynced())
+            report->sync(WordReport::Telling::Once);
+        for (const auto& next : waitedForIt)
+            next();
     });
 }
 
@@ -463,8 +505,10 @@ void WordReportWorkflow::findUnsynced() {
                     {newReport(
                          one.folder, one.record.value_or(WordReportRecord{}), WordReport::State::Unsynced),
                      true});
-            if (!found.empty())
-                Q_EMIT waitingChanged();
+            if (found.empty())
+                return;
+            Q_EMIT waitingChanged();
+            Q_EMIT unsyncedFound();
         });
 }
 
@@ -480,17 +524,19 @@ void WordReportWorkflow::sync(const WordReport* report) {
 void WordReportWorkflow::open(const WordReport* report) {
     if (preparing_)
         return;
-    if (auto taken = takeWaiting(report)) {
-        activate(std::move(taken));
-        Q_EMIT waitingChanged();
-        reopen();
-    }
+    leaveActive({}, [this, report] {
+        if (preparing_)
+            return;
+        if (auto taken = takeWaiting(report)) {
+            activate(std::move(taken));
+            Q_EMIT waitingChanged();
+            reopen();
+        }
+    });
 }
 
 void WordReportWorkflow::finish(std::function<void(bool allSynced)> then) {
-    auto reports = unsynced();
-    if (active_ && active_->isSynced())
-        reports.push_back(active_.get()); // for a save that was not noticed yet
+    const auto reports = ofThisRun(); // also for a save that was not noticed yet
     if (reports.empty()) {
         then(true);
         return;
@@ -504,7 +550,7 @@ void WordReportWorkflow::finish(std::function<void(bool allSynced)> then) {
                     then(unsynced().empty());
             },
             Qt::SingleShotConnection);
-        report->sync();
+        report->sync(WordReport::Telling::Once);
     }
 }
 

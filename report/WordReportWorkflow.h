@@ -78,6 +78,8 @@ Q_SIGNALS:
     /// State or version of the active report.
     void stateChanged();
     void waitingChanged();
+    /// findUnsynced() has something to offer.
+    void unsyncedFound();
 
 private:
     struct Opening;
@@ -86,7 +88,10 @@ private:
         bool earlier = false; ///< of another run
     };
 
-    void leaveActive(const WordReportRequest& request);
+    /// Brings the active report to the service, and asks before another takes its place. studyUid: for which
+    /// study; empty for a document that is there already. then: it may.
+    void leaveActive(const std::string& studyUid, std::function<void()> then);
+    void askToLeave(bool sameStudy, const std::function<void()>& then);
     void chooseTemplate(const WordReportRequest& request);
     void offerTemplates(const WordReportRequest& request, const std::vector<WordTemplate>& templates);
     void prepare(const WordReportRequest& request, const WordTemplate& chosen);
@@ -100,10 +105,11 @@ private:
     void tellConfirmed(WordReport* report, const WordSaveResult& result);
     void letGoOfSynced(WordReport* report);
     void tellFailed(WordReport* report, const WordSyncFailure& failure);
-    void askForSignIn();
+    /// Tries what is not synced when the reader has signed in, and then that.
+    void askForSignIn(std::function<void()> then);
     void setPreparing(bool preparing);
-    /// Of this run.
-    std::vector<WordReport*> unsynced() const;
+    std::vector<WordReport*> ofThisRun() const;
+    std::vector<WordReport*> unsynced() const; ///< of those
     std::unique_ptr<WordReport> takeWaiting(const WordReport* report);
 
     std::shared_ptr<const WordService> service_;
@@ -115,7 +121,8 @@ private:
     std::unique_ptr<WordReport> active_;
     std::vector<Waiting> waiting_;
     bool preparing_ = false;
-    bool asksForSignIn_ = false;
+    bool leaving_ = false;
+    std::vector<std::function<void()>> afterSignIn_; ///< not empty while that is asked for
 };
 
 } // namespace zorbel

@@ -100,7 +100,7 @@ WordWorkingFolder WordWorkingFolder::create(const fs::path& root, const WordSess
             std::error_code error;
             if (fs::exists(fs::symlink_status(path, error))) {
                 auto earlier = open(path);
-                if (!earlier || !mayMakeWay(*earlier) || !earlier->remove())
+                if (!earlier || earlier->isOpenElsewhere() || !mayMakeWay(*earlier) || !earlier->remove())
                     continue;
             }
             createPrivateFolder(path);

@@ -81,8 +81,13 @@ TEST_F(WordReportSavingTest, whatDidNotArriveIsTriedAgainAsItsFailureSays) {
     replace(document, wordDocument("no duplicate"));
     expectVersions({"outage", "no duplicate"});
 
+    reader.signsIn = false;
     service->failNext(Fault::Refuse, 401);
     replace(document, wordDocument("signed in again"));
+    ASSERT_TRUE(becomes(State::Failed));
+    reader.signsIn = true;
+    service->failNext(Fault::Refuse, 401);
+    workflow->retry(); // asks again
     expectVersions({"outage", "no duplicate", "signed in again"});
 
     service->failNext(Fault::Refuse, 413);

@@ -103,7 +103,7 @@ WordReportController::WordReportController(
     connect(&header_, &ViewerHeader::reportChipClicked, workflow_.get(), &WordReportWorkflow::reopen);
     offer_.setInterval(500ms);
     connect(&offer_, &QTimer::timeout, this, &WordReportController::offerUnsynced);
-    offer_.start();
+    connect(workflow_.get(), &WordReportWorkflow::unsyncedFound, &offer_, [this] { offer_.start(); });
     workflow_->findUnsynced();
 }
 
