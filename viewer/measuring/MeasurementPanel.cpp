@@ -88,6 +88,7 @@ void MeasurementPanel::buildList() {
     connect(name, &QAction::triggered, this, &MeasurementPanel::nameSelected);
     list_->addAction(name);
     auto* key = new QShortcut(QKeySequence(Qt::Key_F2), list_, nullptr, nullptr, Qt::WidgetShortcut);
+    key->setAutoRepeat(false);
     connect(key, &QShortcut::activated, this, &MeasurementPanel::nameSelected);
     connect(list_, &QTreeWidget::itemSelectionChanged, this, [this] {
         if (refreshing_)
