@@ -165,14 +165,14 @@ void WordReportWorkflow::leaveActive(const std::string& studyUid, std::function<
     if (!active_->isSynced())
         Q_EMIT statusText(
             QStringLiteral("The active Word report has unsynced changes. It is being saved first."));
-    if (std::exchange(leaving_, true))
+    if (std::exchange(leavingFor_, std::pair(studyUid, std::move(then))))
         return;
     // Also what was saved a moment ago and has not been noticed yet.
     connect(
         active_.get(), &WordReport::settled, this,
-        [this, sameStudy = studyUid == active_->record().study.studyInstanceUid, then = std::move(then)] {
-            leaving_ = false;
-            askToLeave(sameStudy, then);
+        [this] {
+            if (const auto wish = std::exchange(leavingFor_, {}))
+                askToLeave(wish->first == active_->record().study.studyInstanceUid, wish->second);
         },
         Qt::SingleShotConnection);
     const bool isAsked = active_->failure().kind == WordSyncFailure::Kind::SessionGone; // below

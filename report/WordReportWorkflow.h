@@ -13,6 +13,9 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace zorbel {
@@ -121,7 +124,8 @@ private:
     std::unique_ptr<WordReport> active_;
     std::vector<Waiting> waiting_;
     bool preparing_ = false;
-    bool leaving_ = false;
+    /// What the active report is being left for: the latest wish.
+    std::optional<std::pair<std::string, std::function<void()>>> leavingFor_;
     std::vector<std::function<void()>> afterSignIn_; ///< not empty while that is asked for
 };
 

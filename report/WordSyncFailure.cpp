@@ -56,8 +56,10 @@ WordSyncFailure WordSyncFailure::noWordDocument() {
 }
 
 QString WordSyncFailure::statusText() const {
+    const bool isSentence = reason.endsWith(QLatin1Char('.')) || reason.endsWith(QLatin1Char('!'));
     return QStringLiteral("Word Save is still local; Zorbel sync failed: %1").arg(reason) +
-           QStringLiteral("  |  The Word report remains open locally. Fix the issue and save again.");
+           QLatin1String(isSentence ? "" : ".") +
+           QStringLiteral(" The Word report remains open locally. Fix the issue and save again.");
 }
 
 QString WordSyncFailure::shortText() const {

@@ -64,7 +64,16 @@ bool isWordProcessorsLock(const std::string& name) {
     return name.starts_with(".~lock.") || name.starts_with("~$");
 }
 
+std::string documentName(const WordSession& session) {
+    return "Zorbel-Report-" + nameFrom(idOf(session), 8) + ".docx";
+}
+
+/// A copy that somebody put beside it is not the report.
 fs::path documentIn(const fs::path& folder) {
+    if (const auto text = WordDocumentFile::readBytes(folder / recordName)) {
+        if (const auto record = WordReportRecord::fromText(*text))
+            return folder / documentName(record->session);
+    }
     std::string found = "Zorbel-Report.docx";
     anyEntry(folder, [&found](const std::string& name) {
         const bool matches = name.starts_with("Zorbel-Report") && name.ends_with(".docx");
@@ -106,7 +115,7 @@ WordWorkingFolder WordWorkingFolder::create(const fs::path& root, const WordSess
             createPrivateFolder(path);
             if (auto lock = FileLock::tryAcquire(path / lockName)) {
                 WordWorkingFolder folder(path, std::move(*lock));
-                folder.document_ = path / ("Zorbel-Report-" + nameFrom(idOf(session), 8) + ".docx");
+                folder.document_ = path / documentName(session);
                 return folder;
             }
         }

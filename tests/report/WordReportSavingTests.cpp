@@ -72,9 +72,9 @@ TEST_F(WordReportSavingTest, whatDidNotArriveIsTriedAgainAsItsFailureSays) {
     service->failNext(Fault::Refuse, 503);
     replace(document, wordDocument("outage"));
     expectVersions({"outage"}); // by itself
-    EXPECT_TRUE(said.contains(QStringLiteral("Word Save is still local; Zorbel sync failed: It said no  |  "
-                                             "The Word report remains open locally. Fix "
-                                             "the issue and save again.")))
+    EXPECT_TRUE(said.contains(QStringLiteral(
+        "Word Save is still local; Zorbel sync failed: It said no. The Word report remains open locally. Fix "
+        "the issue and save again.")))
         << said.join('\n').toStdString();
 
     service->failNext(Fault::Stored);

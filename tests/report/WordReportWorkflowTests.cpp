@@ -106,6 +106,7 @@ TEST_F(WordReportWorkflowTest, offersWhatAnEarlierRunLeftUnsynced) {
 
     workflow.reset(); // killed or closed
     replace(document, wordDocument("saved without the viewer"));
+    writeFile(document.parent_path() / "Zorbel-Report-copy.docx", "of somebody");
     start(std::chrono::hours(0));
     workflow->findUnsynced();
     ASSERT_TRUE(waitFor([&] { return workflow->waiting().size() == 1; }));
@@ -130,6 +131,7 @@ TEST_F(WordReportWorkflowTest, offersWhatAnEarlierRunLeftUnsynced) {
     // ours.
     settle();
     start(std::chrono::hours(0));
+    std::filesystem::remove(document.parent_path() / "Zorbel-Report-copy.docx");
     writeFile(document.parent_path() / ".~lock.Zorbel-Report-report_1.docx#", "open");
     EXPECT_TRUE(takeUnsyncedReports(folder.path() / "word", std::chrono::hours(0)).empty());
     EXPECT_TRUE(std::filesystem::exists(document));

@@ -109,7 +109,7 @@ void UnsyncedReportsDialog::showRow(int index) {
 void UnsyncedReportsDialog::enableButtons() {
     const UnsyncedReportRow* row = selected();
     sync_->setEnabled(row && !row->isBusy && !row->isDone);
-    open_->setEnabled(row && !row->isBusy);
+    open_->setEnabled(row && !row->isBusy && !row->isDone);
     const bool allDone =
         std::all_of(rows_.begin(), rows_.end(), [](const UnsyncedReportRow& other) { return other.isDone; });
     later_->setText(allDone ? QStringLiteral("Close") : QStringLiteral("Later"));

@@ -101,6 +101,9 @@ WordReportController::WordReportController(
     connect(workflow_.get(), &WordReportWorkflow::stateChanged, this, &WordReportController::showState);
     connect(workflow_.get(), &WordReportWorkflow::waitingChanged, this, &WordReportController::showWaiting);
     connect(&header_, &ViewerHeader::reportChipClicked, workflow_.get(), &WordReportWorkflow::reopen);
+    patience_.setSingleShot(true);
+    patience_.setInterval(closingPatience);
+    connect(&patience_, &QTimer::timeout, this, &WordReportController::askBeforeClosing);
     offer_.setInterval(500ms);
     connect(&offer_, &QTimer::timeout, this, &WordReportController::offerUnsynced);
     connect(workflow_.get(), &WordReportWorkflow::unsyncedFound, &offer_, [this] { offer_.start(); });
@@ -294,7 +297,7 @@ bool WordReportController::mayClose() const {
 
 void WordReportController::finishBeforeClosing(std::function<void(bool mayClose)> then) {
     closing_ = std::move(then);
-    QTimer::singleShot(closingPatience, this, &WordReportController::askBeforeClosing);
+    patience_.start();
     workflow_->finish([this](bool synced) {
         if (synced)
             answerClosing(true);
@@ -304,6 +307,7 @@ void WordReportController::finishBeforeClosing(std::function<void(bool mayClose)
 }
 
 void WordReportController::answerClosing(bool mayClose) {
+    patience_.stop();
     delete closingBox_;
     if (const auto then = std::exchange(closing_, {}))
         then(mayClose);
@@ -312,9 +316,17 @@ void WordReportController::answerClosing(bool mayClose) {
 void WordReportController::askBeforeClosing() {
     if (!closing_ || closingBox_)
         return;
-    const WordReport* report = workflow_->active();
-    const QString why = report && report->isOverdue() ? report->failure().shortText()
-                                                      : QStringLiteral("they are on their way to Zorbel");
+    QString why = QStringLiteral("they are on their way to Zorbel");
+    auto reports = workflow_->waiting();
+    reports.insert(reports.begin(), workflow_->active());
+    for (const WordReport* report : reports) {
+        if (report && report->isOverdue()) {
+            why = report->failure().shortText();
+            break;
+        }
+    }
+    if (why.endsWith(QLatin1Char('.')))
+        why.chop(1);
     closingBox_ = new QMessageBox(
         QMessageBox::NoIcon, QStringLiteral("Word report not synced"),
         QStringLiteral(

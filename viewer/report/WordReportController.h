@@ -88,6 +88,7 @@ private:
     QPointer<UnsyncedReportsDialog> unsyncedDialog_;
     std::map<QString, const WordReport*> offered_; ///< by the dialog's ids
     QTimer offer_;                                 ///< until nothing else asks the reader
+    QTimer patience_;                              ///< with the service, before the window closes
     QPointer<QMessageBox> closingBox_;
     std::function<void(bool)> closing_;
 };

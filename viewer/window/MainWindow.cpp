@@ -516,10 +516,12 @@ void MainWindow::finishReportsAndClose() {
         return;
     reports_->finishBeforeClosing([this](bool may) {
         leavingReports_ = false;
-        mayLeaveReports_ = may;
         signsOut_ = signsOut_ && may;
-        if (may)
-            close();
+        if (!may)
+            return;
+        mayLeaveReports_ = true;
+        close();
+        mayLeaveReports_ = false; // should the window stay, it is asked again
     });
 }
 
