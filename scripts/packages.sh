@@ -36,6 +36,9 @@ packages_run=(
 packages_test=(
     clang-format
     git
+    openssl
+    osslsigncode
+    python3
 )
 
 # The word processor that tests drive, and an independent reader of its documents.
@@ -56,7 +59,6 @@ packages_windows=(
     g++-mingw-w64-x86-64-posix
     googletest
     libz-mingw-w64-dev
-    osslsigncode
     wine
     wine64
 )
