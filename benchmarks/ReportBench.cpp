@@ -112,17 +112,6 @@ QByteArray png(int number) {
     return bytes;
 }
 
-ReportPacket packet() {
-    ReportPacket packet;
-    packet.title = QStringLiteral("Title");
-    packet.findings.assign(findings, {"36", "Periapical lesion", "some words about it"});
-    packet.measurements.assign(measurements, {"Length", "12.3 mm", "Axial"});
-    for (int number = 0; number < pictures; ++number)
-        packet.keyImages.push_back(
-            {QStringLiteral("key-%1.png").arg(number), QStringLiteral("Axial"), png(number), 1440, 900});
-    return packet;
-}
-
 double millisecondsOf(const std::function<void()>& work) {
     const auto start = std::chrono::steady_clock::now();
     work();
@@ -147,9 +136,20 @@ void zipAgain(const QByteArray& package, const ReportPacket& added) {
 
 } // namespace
 
+ReportPacket benchPacket() {
+    ReportPacket packet;
+    packet.title = QStringLiteral("Title");
+    packet.findings.assign(findings, {"36", "Periapical lesion", "some words about it"});
+    packet.measurements.assign(measurements, {"Length", "12.3 mm", "Axial"});
+    for (int number = 0; number < pictures; ++number)
+        packet.keyImages.push_back(
+            {QStringLiteral("key-%1.png").arg(number), QStringLiteral("Axial"), png(number), 1440, 900});
+    return packet;
+}
+
 std::vector<BenchRow> measureReport(BenchGround&) {
     const QByteArray package = document();
-    const ReportPacket added = packet();
+    const ReportPacket added = benchPacket();
     const PairedMedians taken = medianInTurn(
         runs, [&] { return millisecondsOf([&] { append(package, added); }); },
         [&] { return millisecondsOf([&] { zipAgain(package, added); }); });
@@ -162,7 +162,7 @@ std::vector<BenchRow> measureReport(BenchGround&) {
 
 nlohmann::json reportMemoryChild() {
     const QByteArray package = document();
-    const ReportPacket added = packet();
+    const ReportPacket added = benchPacket();
     resetPeak();
     const double before = residentMegabytes();
     const auto size = static_cast<double>(append(package, added).size());

@@ -6,6 +6,7 @@
 #include "benchmarks/PlaneBench.h"
 #include "benchmarks/ReadingBench.h"
 #include "benchmarks/ReportBench.h"
+#include "benchmarks/ReportOpeningBench.h"
 #include "benchmarks/StreamingBench.h"
 #include "benchmarks/VolumeBench.h"
 
@@ -63,6 +64,7 @@ std::vector<Group> groups() {
         {{policyRowName}, measurePolicy},
         {{reportRowName}, measureReport},
         {{reportMemoryRowName}, measureReportMemory},
+        {reportOpeningRowNames(), measureReportOpening},
         {{pauseRowName}, measurePause},
         {planeRowNames(), measurePlanes},
         {startRowNames(), measureStart},
