@@ -125,20 +125,22 @@ QString ZorbelApiClient::sourceLabel() const {
 // ---- Session on the node
 // -------------------------------------------------------------------------------------------
 
+struct ZorbelApiClient::NodeOpening {
+    QString baseUrl;
+    QString token;
+    std::int64_t expiry = 0;
+};
+
 void ZorbelApiClient::openLocalNodeSession(const CancelFlag& cancel) {
     renewLocalNodeSession(cancel);
 }
 
-ImageDataRoute ZorbelApiClient::renewLocalNodeSession(const CancelFlag& cancel) const {
-    QString nodeId;
-    QString organizationId;
-    std::uint64_t generation = 0;
-    {
-        const std::lock_guard lock(mutex_);
-        nodeId = session_->localNode.nodeId;
-        organizationId = session_->profile.organizationId;
-        generation = session_->localNode.generation;
-    }
+void ZorbelApiClient::checkLocalNode(const QString& nodeId, const CancelFlag& cancel) const {
+    openNode(nodeId.trimmed(), profile().organizationId, cancel);
+}
+
+ZorbelApiClient::NodeOpening ZorbelApiClient::openNode(
+    const QString& nodeId, const QString& organizationId, const CancelFlag& cancel) const {
     if (nodeId.isEmpty())
         throw ZorbelApiError("Select a Zorbel Local Node first");
     const QByteArray sessionBody = authenticatedRequest(
@@ -158,14 +160,27 @@ ImageDataRoute ZorbelApiClient::renewLocalNodeSession(const CancelFlag& cancel) 
     if (identity.value(QLatin1String("organizationId")).toString() != organizationId)
         throw ZorbelApiError("Local Node belongs to a different Zorbel organization");
 
-    const std::int64_t expiry = expiryOf(session, now());
+    return {baseUrl, token, expiryOf(session, now())};
+}
+
+ImageDataRoute ZorbelApiClient::renewLocalNodeSession(const CancelFlag& cancel) const {
+    QString nodeId;
+    QString organizationId;
+    std::uint64_t generation = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        nodeId = session_->localNode.nodeId;
+        organizationId = session_->profile.organizationId;
+        generation = session_->localNode.generation;
+    }
+    const NodeOpening opened = openNode(nodeId, organizationId, cancel);
     const std::lock_guard lock(mutex_);
     LocalNodeSelection& node = session_->localNode;
     if (node.generation != generation)
         throw selectionChanged();
-    node.baseUrl = baseUrl;
-    node.token = token;
-    node.sessionExpiry = expiry;
+    node.baseUrl = opened.baseUrl;
+    node.token = opened.token;
+    node.sessionExpiry = opened.expiry;
     node.retryAfter = 0;
     return nodeRoute();
 }

@@ -86,6 +86,8 @@ public:
     QString selectedLocalNode() const;
     /// Opens a session on the selected node, or renews it. On failure nothing of it is kept.
     void openLocalNodeSession(const CancelFlag& cancel = {});
+    /// Whether a session can be opened on the node: throws like openLocalNodeSession(), and keeps nothing.
+    void checkLocalNode(const QString& nodeId, const CancelFlag& cancel = {}) const;
     /// Where a study's images are to come from, for a load that carries its route along. Throws where only
     /// the node is allowed and cannot serve the study, and when the flag cancels it. In the automatic mode
     /// only a node that listLocalNodes() has told of is asked, and one that failed is left alone for a
@@ -159,6 +161,7 @@ public:
 
 private:
     struct ViewerSession;
+    struct NodeOpening;
 
     /// The time limit for a request of image data by this route.
     std::int32_t routeTimeoutMs(const ImageDataRoute& route, std::int32_t timeoutMs) const;
@@ -169,6 +172,8 @@ private:
     ImageDataRoute cloudRouteLocked() const;
 
     std::int64_t now() const;
+    NodeOpening
+    openNode(const QString& nodeId, const QString& organizationId, const CancelFlag& cancel) const;
     ImageDataRoute renewLocalNodeSession(const CancelFlag& cancel) const;
     StudyRoute findOnLocalNode(const QString& studyInstanceUid, const CancelFlag& cancel) const;
     QString askLocalNode(

@@ -6,7 +6,8 @@
 #include "app/LinkRequest.h"
 #include "app/ServiceHost.h"
 #include "app/SessionLock.h"
-#include "app/StorageStartUp.h"
+#include "app/SessionStorage.h"
+#include "app/SettingsOpening.h"
 #include "app/WordReportStartUp.h"
 #include "app/identity/Identity.h"
 #include "app/log/FileSink.h"
@@ -184,9 +185,10 @@ bool takeSessionLock(SessionLock& lock) {
 
 /// From the main window's first moment to its last; the event loop's result.
 int runMainWindow(
-    const std::shared_ptr<ZorbelApiClient>& client, const MainWindowOptions& options,
-    Surroundings& surroundings) {
+    const std::shared_ptr<ZorbelApiClient>& client, const MainWindowOptions& options, SettingsStore& settings,
+    SessionStorage& storage, Surroundings& surroundings) {
     MainWindow window(client, options);
+    connectSettings(window, client, settings, storage);
     QObject::connect(&window, &MainWindow::sessionEnding, &window, [&surroundings] {
         surroundings.links.reset();
         surroundings.telemetry.record("SESSION_END");
@@ -208,7 +210,7 @@ int runSession(
     const UserProfile profile = client->profile();
     SettingsStore settings;
     settings.migrate();
-    OpenedStorage storage = openStorage(profile, ViewerCacheSettings::read(settings));
+    SessionStorage storage(profile, ViewerCacheSettings::read(settings));
     const auto source = SourceSettings::read(settings, profile.organizationId);
     client->selectSource(source.kind, source.nodeId);
     SessionLock lock(configFolder());
@@ -220,25 +222,21 @@ int runSession(
     options.previousRunCrashed = previousRunCrashed;
     if (link)
         options.linkedStudy = link->studyInstanceUID;
-    // Without a claim on the storage nobody would clear it at the end of a session that may leave nothing.
-    if (storage.session || storage.policy.retentionDays > 0)
-        options.loading.storage = storage.storage;
-    options.loading.policy = storage.policy;
-    // With a retention of 0 days nothing of the reading outlives the session.
-    if (storage.storage && storage.policy.retentionDays > 0)
-        options.stateFolder = storage.storage->scopeDirectory();
+    options.loading.storage = storage.loads();
+    options.loading.policy = storage.policy();
+    options.stateFolder = storage.stateFolder();
     options.loading.manifestSchema =
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
             .filesystemFilePath();
-    options.reports = wordReportOptions(client, profile, configFolder(), storage.policy.retentionDays);
-    const int result = runMainWindow(client, options, surroundings);
-    if (storage.policy.retentionDays == 0) // what is not synced stays
+    options.reports = wordReportOptions(client, profile, configFolder(), storage.policy().retentionDays);
+    const int result = runMainWindow(client, options, settings, storage, surroundings);
+    if (storage.isSessionOnly()) // what is not synced stays
         takeUnsyncedReports(options.reports.root, std::chrono::hours(0));
 
     lock.end();
     surroundings.telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});
     surroundings.telemetry.shutDown();
-    storage.session.reset(); // nobody works with the storage any more
+    storage.end();
     Logger::instance().info(component, "Zorbel Desktop Workstation exiting cleanly");
     Logger::instance().flush();
     return result;

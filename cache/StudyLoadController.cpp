@@ -119,6 +119,11 @@ void StudyLoadController::cancel() {
     Q_EMIT loadCancelled(QStringLiteral("Study loading cancelled"));
 }
 
+void StudyLoadController::setStorage(std::optional<ViewerStorage> storage, const StoragePolicy& policy) {
+    options_.storage = std::move(storage);
+    options_.policy = policy;
+}
+
 void StudyLoadController::startCacheLoad() {
     runInBackground(
         pool_, this,

@@ -62,6 +62,9 @@ public:
     bool isLoading() const { return loading_; }
     const std::optional<StudyIdentity>& currentStudy() const { return study_; }
 
+    /// For loads from now on; one that is under way ends with what it began with.
+    void setStorage(std::optional<ViewerStorage> storage, const StoragePolicy& policy);
+
     /// The answer to seriesChoiceNeeded(): a row of the offered list, or nothing to give up the load. Answers
     /// to a question that is no longer open are ignored.
     void chooseSeries(StudyLoadGuard::Ticket question, std::optional<int> row);

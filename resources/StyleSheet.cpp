@@ -133,6 +133,9 @@ QScrollArea#keyImageView > QWidget { background: transparent; }
 QLabel#keyImagePicture { color: #DCEBF7; font-size: 13px; }
 QFrame#reportContents { background: #FFFFFF; border: 1px solid #D8E2EC; border-radius: 8px; }
 QLabel#reportCounts { font-weight: 600; color: #002B5B; }
+QFrame#settingsSection { background: #FFFFFF; border: 1px solid #D8E2EC; border-radius: 10px; }
+QFrame#settingsSection QLabel, QFrame#settingsSection QCheckBox { background: #FFFFFF; }
+QFrame#settingsFooter { background: #F1F5F9; border-top: 1px solid #D8E2EC; }
 QScrollBar:vertical { background: transparent; width: 10px; margin: 2px; }
 QScrollBar::handle:vertical { background: #C4D1DE; border-radius: 4px; min-height: 28px; }
 QScrollBar:horizontal { background: transparent; height: 10px; margin: 2px; }

@@ -50,6 +50,7 @@ int main(int argc, char** argv) {
         planRecords(*tour);
         planReport(*tour, *control);
         planSeriesChoice(*tour);
+        planSettings(*tour);
         planFurtherStudies(*tour);
         tour->start();
     });

@@ -2,6 +2,7 @@
 
 #include "settings/store/SettingsStore.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace zorbel {
@@ -14,18 +15,24 @@ constexpr unsigned bitsOfGiB = 30;
 
 ViewerCacheSettings ViewerCacheSettings::read(const SettingsStore& store) {
     ViewerCacheSettings result;
-    // QFileInfo would make the current folder of an empty path.
-    if (const QString folder = store.folder(settings_table::cacheDir); !folder.isEmpty())
-        result.cacheDir = QFileInfo(folder).filesystemFilePath();
+    result.cacheDir = folderOf(store.folder(settings_table::cacheDir));
     result.retentionDays = store.number(settings_table::cacheRetentionDays);
     result.maxGiB = store.number(settings_table::cacheMaxGiB);
     return result;
 }
 
 void ViewerCacheSettings::write(SettingsStore& store) const {
-    store.set(settings_table::cacheDir, QString::fromStdU16String(cacheDir.u16string()));
+    store.set(settings_table::cacheDir, QString::fromStdU16String(cacheDir.generic_u16string()));
     store.set(settings_table::cacheRetentionDays, retentionDays);
     store.set(settings_table::cacheMaxGiB, maxGiB);
+}
+
+std::filesystem::path ViewerCacheSettings::folderOf(const QString& text) {
+    return text.isEmpty() ? std::filesystem::path() : QFileInfo(QDir::cleanPath(text)).filesystemFilePath();
+}
+
+QString ViewerCacheSettings::folderText() const {
+    return QDir::toNativeSeparators(QString::fromStdU16String(cacheDir.u16string()));
 }
 
 StoragePolicy ViewerCacheSettings::policy() const {

@@ -2,6 +2,8 @@
 
 #include "cache/storage/ViewerStorage.h"
 
+#include <QString>
+
 #include <filesystem>
 
 namespace zorbel {
@@ -16,6 +18,9 @@ struct ViewerCacheSettings {
 
     static ViewerCacheSettings read(const SettingsStore& store);
     void write(SettingsStore& store) const;
+    /// A folder as the user wrote it: of two ways to write it, such as with a slash at the end, one.
+    static std::filesystem::path folderOf(const QString& text);
+    QString folderText() const;
 
     /// Nothing outlives the session.
     bool isSessionOnly() const { return retentionDays == 0; }

@@ -8,7 +8,7 @@
 
 #include "ImageDigest.h"
 #include "api/ZorbelApiClient.h"
-#include "app/StorageStartUp.h"
+#include "app/SessionStorage.h"
 #include "app/log/ILogSink.h"
 #include "app/log/Logger.h"
 #include "cache/SessionWorkspace.h"
@@ -112,11 +112,10 @@ int main(int argc, char** argv) {
     const auto& account = demo::readerAccount;
     if (!client->signIn(QString::fromLatin1(account.email), QString::fromLatin1(account.password)).success)
         return 3;
-    OpenedStorage storage =
-        openStorage(client->profile(), ViewerCacheSettings::read(SettingsStore(arguments[2])));
+    SessionStorage storage(client->profile(), ViewerCacheSettings::read(SettingsStore(arguments[2])));
     StudyLoadOptions options;
-    options.storage = storage.storage;
-    options.policy = storage.policy;
+    options.storage = storage.storage();
+    options.policy = storage.policy();
     options.manifestSchema = arguments[3].toStdString();
     {
         Viewer viewer(client, options, *log);
@@ -129,6 +128,6 @@ int main(int argc, char** argv) {
         if (arguments.contains(QStringLiteral("stay")))
             std::cin.get();
     }
-    storage.session.reset();
+    storage.end();
     return 0;
 }

@@ -1,5 +1,7 @@
 #include "viewer/session/ReadingSession.h"
 
+#include "viewer/reading/state/SaveAttempt.h"
+
 #include <QBuffer>
 #include <QImage>
 #include <QMetaObject>
@@ -234,6 +236,48 @@ void ReadingSession::keyImagePngs(
         for (const KeyImage& image : images)
             pictures.push_back({image, stores.keyImages.png(uid, image)});
         post([then, pictures = std::move(pictures)] { then(pictures); });
+    });
+}
+
+void ReadingSession::moveTo(std::filesystem::path folder, std::function<void(QString)> then) {
+    std::optional<StudyIdentity> open;
+    if (current_)
+        open = current_->identity();
+    saver_->moveTo(std::move(folder), std::move(open), [this, then](const std::string& failure) {
+        post([this, then, failure] {
+            Q_EMIT recentStudiesChanged();
+            then(QString::fromStdString(failure));
+        });
+    });
+}
+
+void ReadingSession::clearKept(std::function<QString()> clear, std::function<void(QString)> then) {
+    saver_->run([this, reading = current_, clear = std::move(clear), then](ReadingSaver::Stores& stores) {
+        const std::string uid = reading ? reading->identity().studyInstanceUid : std::string();
+        const KeyImageList list = stores.keyImages.list(uid).value_or(KeyImageList());
+        std::vector<KeyImagePng> pictures;
+        for (const KeyImage& image : list.images())
+            pictures.push_back({image, stores.keyImages.png(uid, image)});
+        stores.session.studyClosed(); // its lock lies there, too
+        const QString failure = clear();
+        std::string lost;
+        if (reading) {
+            stores.session.studyOpened(reading->identity());
+            if (!pictures.empty())
+                lost = attemptSave(saveFailedText(StateKind::KeyImages), [&] {
+                    stores.keyImages.putBack(uid, list, pictures);
+                });
+        }
+        post([this, reading, uid, failure, then, lost] {
+            if (kept_.contains(uid))
+                for (const auto change :
+                     {StudyReading::Change::Hanging, StudyReading::Change::Measurements,
+                      StudyReading::Change::Findings})
+                    save(uid, change);
+            say(lost);
+            Q_EMIT recentStudiesChanged();
+            then(failure);
+        });
     });
 }
 

@@ -57,6 +57,13 @@ public:
         const StudyIdentity& study, std::vector<KeyImage> images,
         std::function<void(std::vector<KeyImagePng>)> then);
 
+    /// From now on everything is kept in this folder, with what was recorded so far. then: with what
+    /// prevented it, in which case nothing has changed; empty for nothing.
+    void moveTo(std::filesystem::path folder, std::function<void(QString failure)> then);
+    /// Calls `clear`, on a thread of its own, to remove all that is kept, but for the open study, which is
+    /// written again. then: with what `clear` returned.
+    void clearKept(std::function<QString()> clear, std::function<void(QString failure)> then);
+
     void recentStudies(std::function<void(RecentStudies)> then);
     /// The study that a crashed program left open and the reader is to be asked about; see CrashRecovery.
     void recoverable(std::function<void(std::optional<StudyIdentity>)> then);

@@ -67,22 +67,21 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
         QStringLiteral("Open a local editable Word report. Every Word Save creates an immutable Zorbel "
                        "version."));
     // Not there yet in this version; the reader sees what is to come, and that it cannot be used.
-    secondary_ = {
-        addButton(
-            QStringLiteral("utilities-terminal"), QStringLiteral("Diagnostics"),
-            QStringLiteral("Show technical diagnostics (Ctrl+D)")),
-        addButton(
-            QStringLiteral("settings"), QStringLiteral("Settings"),
-            QStringLiteral("Viewer, connection, and private cache settings"))};
-    for (QToolButton* absent : secondary_)
-        absent->setEnabled(false);
-    secondary_.push_back(report_);
+    auto* diagnostics = addButton(
+        QStringLiteral("utilities-terminal"), QStringLiteral("Diagnostics"),
+        QStringLiteral("Show technical diagnostics (Ctrl+D)"));
+    diagnostics->setEnabled(false);
+    auto* settings = addButton(
+        QStringLiteral("settings"), QStringLiteral("Settings"),
+        QStringLiteral("Viewer, connection, and private cache settings"));
+    secondary_ = {diagnostics, settings, report_};
     auto* signOut = addButton(
         QStringLiteral("signout"), QStringLiteral("Sign out"),
         QStringLiteral("Clear the in-memory Zorbel session and close the viewer"));
     connect(studies, &QToolButton::toggled, this, &MainToolBar::studiesToggled);
     connect(retry_, &QToolButton::clicked, this, &MainToolBar::retryRequested);
     connect(report_, &QToolButton::clicked, this, &MainToolBar::reportRequested);
+    connect(settings, &QToolButton::clicked, this, &MainToolBar::settingsRequested);
     connect(signOut, &QToolButton::clicked, this, &MainToolBar::signOutRequested);
 }
 

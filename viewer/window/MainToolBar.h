@@ -27,6 +27,7 @@ Q_SIGNALS:
     void studiesToggled(bool shown);
     void retryRequested();
     void reportRequested();
+    void settingsRequested();
     void signOutRequested();
 
 protected:

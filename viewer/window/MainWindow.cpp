@@ -117,6 +117,7 @@ void MainWindow::buildToolBar() {
         sinceRequest_.start();
         loader_->retry();
     });
+    connect(toolBar_, &MainToolBar::settingsRequested, this, &MainWindow::settingsRequested);
     connect(toolBar_, &MainToolBar::signOutRequested, this, &MainWindow::signOut);
 }
 
@@ -296,6 +297,24 @@ void MainWindow::connectReports(WordReportOptions options) {
         else
             reports_->showUnsynced();
     });
+}
+
+void MainWindow::useStorage(
+    std::optional<ViewerStorage> storage, const StoragePolicy& policy,
+    const std::filesystem::path& stateFolder, std::function<void(QString)> then) {
+    const auto use = [this, storage = std::move(storage), policy, then](const QString& failure) {
+        if (failure.isEmpty())
+            loader_->setStorage(storage, policy);
+        then(failure);
+    };
+    if (stateFolder.empty())
+        use({});
+    else
+        reading_->moveTo(stateFolder, use);
+}
+
+void MainWindow::clearKept(std::function<QString()> clear, std::function<void(QString)> then) {
+    reading_->clearKept(std::move(clear), std::move(then));
 }
 
 void MainWindow::showRecentStudies() {

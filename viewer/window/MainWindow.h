@@ -8,7 +8,10 @@
 #include <QMainWindow>
 #include <QPointer>
 
+#include <filesystem>
+#include <functional>
 #include <memory>
+#include <optional>
 
 class QLabel;
 class QMessageBox;
@@ -39,6 +42,15 @@ public:
     /// Opens a study of which only the UID is known, as from a link.
     void openLinkedStudy(const QString& studyInstanceUID);
 
+    /// The user's choice of where and how long studies are kept, for loads from now on. stateFolder: where
+    /// the reading state is kept; empty leaves it where it is. then: with what prevented it, in which case
+    /// nothing has changed; empty for nothing.
+    void useStorage(
+        std::optional<ViewerStorage> storage, const StoragePolicy& policy,
+        const std::filesystem::path& stateFolder, std::function<void(QString failure)> then);
+    /// Has `clear` remove all that is kept, as ReadingSession::clearKept() does.
+    void clearKept(std::function<QString()> clear, std::function<void(QString failure)> then);
+
 public Q_SLOTS:
     void onStudyDoubleClicked(
         const QString& orthancId, const QString& studyUID, const QString& patientName,
@@ -47,6 +59,7 @@ public Q_SLOTS:
 Q_SIGNALS:
     /// A load's image is on the screen, this long after the request.
     void studyDisplayed(qint64 milliseconds);
+    void settingsRequested();
     /// The window is about to close, and the study in it with it.
     void sessionEnding();
 

@@ -104,6 +104,19 @@ KeyImageStore::edit(std::string_view studyInstanceUid, const KeyImageList& list,
     });
 }
 
+void KeyImageStore::putBack(
+    std::string_view studyInstanceUid, const KeyImageList& list, const std::vector<KeyImagePng>& pictures) {
+    const auto uid = studyFileName(studyInstanceUid);
+    if (!uid)
+        return;
+    const auto folder = folderOf(*uid);
+    files_.createFolder(folder);
+    for (const KeyImagePng& picture : pictures)
+        if (picture.png && keyImageNumber(picture.image.fileName))
+            files_.write(folder + "/" + picture.image.fileName, *picture.png, StateFiles::largestPicture);
+    files_.write(indexOf(folder), keyImagesText(list));
+}
+
 std::optional<std::string> KeyImageStore::png(std::string_view studyInstanceUid, const KeyImage& image) {
     const auto uid = studyFileName(studyInstanceUid);
     if (!uid || !keyImageNumber(image.fileName))

@@ -2,11 +2,13 @@
 
 #include "viewer/reading/records/KeyImageEdits.h"
 #include "viewer/reading/records/KeyImageList.h"
+#include "viewer/reading/records/KeyImagePng.h"
 #include "viewer/reading/state/StateFiles.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zorbel {
 
@@ -46,6 +48,11 @@ public:
     /// pictures are then as they were.
     std::string edit(std::string_view studyInstanceUid, const KeyImageList& list, const KeyImageEdits& edits);
     /// The picture's bytes; nothing where it cannot be read.
+    /// Puts back a list with pictures that were read before; nothing that lies there is kept. Throws
+    /// std::system_error.
+    void putBack(
+        std::string_view studyInstanceUid, const KeyImageList& list,
+        const std::vector<KeyImagePng>& pictures);
     std::optional<std::string> png(std::string_view studyInstanceUid, const KeyImage& image);
 
 private:

@@ -127,6 +127,33 @@ void ReadingSaver::flush(std::function<void(const Report&)> done) {
     wake_.notify_all();
 }
 
+void ReadingSaver::moveTo(
+    std::filesystem::path folder, std::optional<StudyIdentity> open,
+    std::function<void(std::string failure)> moved) {
+    {
+        const std::lock_guard lock(mutex_);
+        jobs_.push_back(
+            [this, folder = std::move(folder), open = std::move(open), moved = std::move(moved)](Lock& held) {
+                writeAll(held); // what cannot be written waits, and then goes to the new folder
+                held.unlock();
+                std::string failure;
+                try {
+                    auto next = std::make_unique<Stores>(folder, false);
+                    stores_->files.copyTo(next->files);
+                    stores_->session.studyClosed();
+                    stores_ = std::move(next);
+                    if (open)
+                        stores_->session.studyOpened(*open);
+                } catch (const std::exception& error) {
+                    failure = error.what();
+                }
+                moved(failure);
+                held.lock();
+            });
+    }
+    wake_.notify_all();
+}
+
 std::vector<ReadingSaver::Unsaved> ReadingSaver::unsaved() const {
     const std::lock_guard lock(mutex_);
     return listed(false);
@@ -211,7 +238,7 @@ std::optional<SaveScheduler::Duration> ReadingSaver::timeUntilDue() const {
 }
 
 void ReadingSaver::work(const std::filesystem::path& folder, bool previousRunCrashed) {
-    stores_.emplace(folder, previousRunCrashed);
+    stores_ = std::make_unique<Stores>(folder, previousRunCrashed);
     Lock lock(mutex_);
     while (!ending_ || !jobs_.empty()) {
         if (!jobs_.empty()) {

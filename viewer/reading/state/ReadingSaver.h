@@ -76,6 +76,12 @@ public:
     void save(const std::string& studyInstanceUid, const std::string& modality, Part part);
     /// One after the other, in the order of the calls. Must not throw.
     void run(std::function<void(Stores&)> job);
+    /// Writes what is waiting and takes up a copy of everything in another folder, which is used from then
+    /// on. open: the study that is. moved: with what prevented it, in which case nothing has changed; empty
+    /// for nothing.
+    void moveTo(
+        std::filesystem::path folder, std::optional<StudyIdentity> open,
+        std::function<void(std::string failure)> moved);
     /// Writes what is waiting, then reads what lies there of a study.
     void load(const std::string& studyInstanceUid, std::function<void(StoredReading)> loaded);
     /// Tries all that is not written, whether or not it is due.
@@ -114,7 +120,7 @@ private:
     static std::vector<StateKind> kindsOf(const Part& part);
 
     const std::function<void(const Report&)> report_;
-    std::optional<Stores> stores_; ///< made by the thread: that, too, waits for the disk
+    std::unique_ptr<Stores> stores_; ///< made by the thread: that, too, waits for the disk
     mutable std::mutex mutex_;
     std::condition_variable wake_;
     std::deque<std::function<void(Lock&)>> jobs_;

@@ -149,6 +149,59 @@ std::vector<std::string> StateFiles::namesIn(const std::string& folder) const {
     return names;
 }
 
+void StateFiles::copyFile(const std::string& name, StateFiles& other) {
+    const auto bytes = read(name, largestPicture);
+    if (bytes && other.read(name, largestPicture) != bytes) {
+        if (other.exists(name))
+            other.setAside(name);
+        other.write(name, *bytes, largestPicture);
+    }
+}
+
+void StateFiles::copyKeyImages(const std::string& folder, StateFiles& other) {
+    // Pictures go by numbers, which mean something in their own list alone.
+    const std::string index = folder + "/index.json";
+    if (other.exists(index) && other.read(index) != read(index))
+        other.setAside(folder);
+    for (const std::string& name : namesIn(folder))
+        if (name.ends_with(".png"))
+            copyFile(folder + "/" + name, other);
+    copyFile(index, other);
+}
+
+void StateFiles::copyTo(StateFiles& other) {
+    const auto lockHere = lock();
+    other.createFolder("");
+    const auto lockThere = other.lock();
+    for (int number = 0; number < stateKindCount; ++number) {
+        const auto kind = static_cast<StateKind>(number);
+        const std::string folder(stateFolder(kind));
+        for (const std::string& name : kind == StateKind::KeyImages ? foldersIn(folder) : namesIn(folder)) {
+            if (kind == StateKind::KeyImages && studyFileName(name))
+                copyKeyImages(folder + "/" + name, other);
+            else if (kind != StateKind::KeyImages && name.ends_with(".json"))
+                copyFile(folder + "/" + name, other);
+        }
+    }
+    if (const auto recent = read("recent-studies.json"))
+        other.write("recent-studies.json", *recent);
+}
+
+std::vector<std::string> StateFiles::foldersIn(const std::string& folder) const {
+    if (isKept())
+        return namesIn(folder);
+    std::vector<std::string> names;
+    const std::string prefix = folder + "/";
+    for (const auto& [name, bytes] : memory_) {
+        const auto end = name.find('/', prefix.size());
+        if (!name.starts_with(prefix) || end == std::string::npos)
+            continue;
+        if (auto one = name.substr(prefix.size(), end - prefix.size()); names.empty() || names.back() != one)
+            names.push_back(std::move(one));
+    }
+    return names;
+}
+
 void StateFiles::setAside(const std::string& name) {
     if (!isKept()) {
         memory_.erase(name);

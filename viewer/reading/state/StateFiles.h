@@ -46,6 +46,9 @@ public:
     bool exists(const std::string& name) const;
     /// Whether it is gone.
     bool remove(const std::string& name);
+    /// Copies what is kept of studies, and the recent ones, to other files. What lies there of the same study
+    /// and differs is set aside. Throws std::system_error; what was copied so far stays there.
+    void copyTo(StateFiles& other);
     /// Of the files directly in a folder; none where it cannot be read.
     std::vector<std::string> namesIn(const std::string& folder) const;
     /// Moves a damaged file to "<name>.damaged-<time>", in place of an earlier one, and logs it.
@@ -55,6 +58,9 @@ public:
 
 private:
     std::filesystem::path pathOf(const std::string& name) const;
+    std::vector<std::string> foldersIn(const std::string& folder) const;
+    void copyFile(const std::string& name, StateFiles& other);
+    void copyKeyImages(const std::string& folder, StateFiles& other);
     std::vector<std::filesystem::path> damagedVersions(const std::string& name) const;
     void removeLeftovers() const;
 

@@ -1,0 +1,40 @@
+#include "app/SettingsOpening.h"
+
+#include "api/ZorbelApiClient.h"
+#include "app/SessionStorage.h"
+#include "base/qt/BackgroundTask.h"
+#include "settings/SettingsDialog.h"
+#include "viewer/window/MainWindow.h"
+
+#include <utility>
+
+namespace zorbel {
+
+void connectSettings(
+    MainWindow& window, const std::shared_ptr<ZorbelApiClient>& client, SettingsStore& settings,
+    SessionStorage& storage) {
+    storage.setWindow(
+        {.use =
+             [&window, &storage](const std::filesystem::path& stateFolder, SessionStorage::Done done) {
+                 window.useStorage(storage.loads(), storage.policy(), stateFolder, std::move(done));
+             },
+         .clear =
+             [&window](std::function<QString()> clear, SessionStorage::Done done) {
+                 window.clearKept(std::move(clear), std::move(done));
+             },
+         .cleared =
+             [&window, client] {
+                 runInBackground(
+                     *QThreadPool::globalInstance(), &window,
+                     [client] { return client->sendViewerAudit(QStringLiteral("CACHE_CLEAR")); },
+                     [](bool) {});
+             }});
+    QObject::connect(
+        &window, &MainWindow::settingsRequested, &window, [&window, client, &settings, &storage] {
+            auto* dialog = new SettingsDialog(client, settings, storage, &window);
+            dialog->setAttribute(Qt::WA_DeleteOnClose);
+            dialog->open();
+        });
+}
+
+} // namespace zorbel
