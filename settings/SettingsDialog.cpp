@@ -27,6 +27,7 @@ namespace zorbel {
 namespace {
 
 constexpr int contentWidth = 700;
+constexpr int captionWidth = 195; // of the widest button below the captions
 const QString hintStyle = QStringLiteral("color:#64748B;font-size:11px;");
 
 QLabel* plainLabel(const QString& text) {
@@ -67,7 +68,7 @@ QGridLayout* addGrid(QVBoxLayout* section) {
     auto* grid = new QGridLayout;
     grid->setHorizontalSpacing(14);
     grid->setVerticalSpacing(5);
-    grid->setColumnMinimumWidth(0, 160);
+    grid->setColumnMinimumWidth(0, captionWidth);
     grid->setColumnStretch(1, 1);
     section->addLayout(grid);
     return grid;
@@ -182,6 +183,9 @@ void SettingsDialog::buildConnection(QVBoxLayout* section) {
     listStatus_ = addStatus(
         grid, grid->rowCount(), QStringLiteral("settingsListStatus"),
         QStringLiteral("List of organization nodes"));
+    auto kept = listStatus_.text->sizePolicy();
+    kept.setRetainSizeWhenHidden(true); // what is below it stays in its place
+    listStatus_.text->setSizePolicy(kept);
     address_ = named(new QLineEdit, QStringLiteral("settingsAddress"));
     address_->setPlaceholderText(QStringLiteral("http://192.168.1.20"));
     addRow(grid, QStringLiteral("Local address:"), address_);
@@ -239,10 +243,11 @@ void SettingsDialog::buildCache(QVBoxLayout* section) {
     size_->setSuffix(QStringLiteral(" GiB"));
     addRow(grid, QStringLiteral("Maximum cache size:"), size_, nullptr, Qt::AlignLeft);
     for (QSpinBox* box : {retention_, size_})
-        box->setMinimumWidth(150);
+        box->setMinimumSize(150, 32);
     usage_ = valueLabel({}, QStringLiteral("settingsUsage"));
     clear_ = newButton(QStringLiteral("Clear my viewer cache"), QStringLiteral("settingsClear"));
-    addRow(grid, QStringLiteral("Current usage:"), usage_, clear_);
+    addRow(grid, QStringLiteral("Current usage:"), usage_);
+    addBelow(grid, clear_, Qt::AlignLeft);
     connect(browse, &QPushButton::clicked, this, &SettingsDialog::browse);
     connect(folder_, &QLineEdit::textChanged, this, &SettingsDialog::showFolderNotice);
     connect(removeOld_, &QCheckBox::toggled, this, &SettingsDialog::showFolderNotice);
@@ -280,7 +285,7 @@ SettingsDialog::addStatus(QGridLayout* grid, int row, const QString& objectName,
     return labels;
 }
 
-void SettingsDialog::show(const StatusLabels& labels, const SettingsStatus& status) {
+void SettingsDialog::showStatus(const StatusLabels& labels, const SettingsStatus& status) {
     labels.text->setStyleSheet(styleOf(status.tone));
     labels.text->setText(status.text);
     labels.text->setVisible(!status.text.isEmpty());
@@ -289,29 +294,19 @@ void SettingsDialog::show(const StatusLabels& labels, const SettingsStatus& stat
 }
 
 void SettingsDialog::connectModel() {
-    const auto showWhile = [](QPushButton* button, const SettingsStatus& status, const QString& reason) {
-        const bool runs = status.tone == StatusTone::Progress && status.text.endsWith(reason);
-        button->setEnabled(!runs);
-        button->setToolTip(runs ? status.text : QString());
-    };
-    connect(model_, &SettingsModel::sessionStatusChanged, this, [this, showWhile](const auto& status) {
-        show(sessionStatus_, status);
-        showWhile(verify_, status, QStringLiteral("…"));
+    connect(model_, &SettingsModel::sessionStatusChanged, this, [this](const auto& status) {
+        showStatus(sessionStatus_, status);
     });
-    connect(model_, &SettingsModel::nodeListStatusChanged, this, [this, showWhile](const auto& status) {
-        show(listStatus_, status);
-        showWhile(refresh_, status, QStringLiteral("..."));
+    connect(model_, &SettingsModel::nodeListStatusChanged, this, [this](const auto& status) {
+        showStatus(listStatus_, status);
     });
-    connect(model_, &SettingsModel::nodeStatusChanged, this, [this, showWhile](const auto& status) {
-        show(nodeStatus_, status);
-        showWhile(connect_, status, QStringLiteral("..."));
+    connect(model_, &SettingsModel::nodeStatusChanged, this, [this](const auto& status) {
+        showStatus(nodeStatus_, status);
     });
     connect(
         model_, &SettingsModel::nodesChanged, this, [this] { listNodes(node_->currentData().toString()); });
     connect(model_, &SettingsModel::usageChanged, usage_, &QLabel::setText);
     connect(model_, &SettingsModel::cacheCleared, this, [this](const QString& failure) {
-        clear_->setEnabled(true);
-        clear_->setToolTip({});
         if (!failure.isEmpty())
             warn({QStringLiteral("Clear viewer cache"), failure}, [] {});
     });
@@ -345,11 +340,12 @@ void SettingsDialog::showStored() {
     source_->setCurrentIndex(std::max(0, source_->findData(static_cast<int>(stored.source.kind))));
     listNodes(stored.source.nodeId);
     folder_->setText(stored.cache.folderText());
+    folder_->setCursorPosition(0);
     removeOld_->setChecked(stored.removeOld);
     retention_->setValue(stored.cache.retentionDays);
     size_->setValue(stored.cache.maxGiB);
-    show(sessionStatus_, model_->sessionStatus());
-    show(listStatus_, {});
+    showStatus(sessionStatus_, model_->sessionStatus());
+    showStatus(listStatus_, {});
     showSourceStatus();
     showFolderNotice();
 }
@@ -378,7 +374,7 @@ void SettingsDialog::nodeChosen() {
 }
 
 void SettingsDialog::showSourceStatus() {
-    show(nodeStatus_, SettingsModel::sourceStatus(choice().source));
+    showStatus(nodeStatus_, SettingsModel::sourceStatus(choice().source));
     const bool nodeChosen = !node_->currentData().toString().isEmpty();
     connect_->setEnabled(nodeChosen);
     connect_->setToolTip(nodeChosen ? QString() : QStringLiteral("Select an organization node first"));
@@ -386,6 +382,7 @@ void SettingsDialog::showSourceStatus() {
 
 void SettingsDialog::showFolderNotice() {
     const ViewerCacheSettings cache = choice().cache;
+    folder_->setToolTip(folder_->text());
     folderNotice_->setText(model_->folderNotice(cache, removeOld_->isChecked()));
     folderNotice_->setVisible(!folderNotice_->text().isEmpty());
     removeOld_->setVisible(model_->leavesFolder(cache) && !cache.isSessionOnly());
@@ -417,11 +414,8 @@ void SettingsDialog::askToClear() {
     box->setDefaultButton(QMessageBox::No);
     box->setAttribute(Qt::WA_DeleteOnClose);
     connect(box, &QMessageBox::finished, this, [this](int answer) {
-        if (answer != QMessageBox::Yes)
-            return;
-        clear_->setEnabled(false);
-        clear_->setToolTip(QStringLiteral("The cache is being cleared"));
-        model_->clearCache();
+        if (answer == QMessageBox::Yes)
+            model_->clearCache();
     });
     box->open();
 }

@@ -46,7 +46,7 @@ private:
     QWidget* buildFooter();
     void connectModel();
     StatusLabels addStatus(QGridLayout* grid, int row, const QString& objectName, const QString& name);
-    static void show(const StatusLabels& labels, const SettingsStatus& status);
+    static void showStatus(const StatusLabels& labels, const SettingsStatus& status);
     void fitToScreen(QScrollArea* area);
 
     SettingsChoice choice() const;

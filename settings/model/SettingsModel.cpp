@@ -31,11 +31,6 @@ QString failureOf(const Call& call) {
     }
 }
 
-template <typename Task, typename Receive>
-void runDetached(QObject* receiver, Task task, Receive receive) {
-    runInBackground(*QThreadPool::globalInstance(), receiver, std::move(task), std::move(receive));
-}
-
 /// Tells the service of the address; throws.
 void saveAddressOf(ZorbelApiClient& client, const SettingsChoice& choice, const CancelFlag& cancel) {
     const QUrl url(choice.nodeAddress, QUrl::StrictMode);
@@ -49,10 +44,13 @@ void saveAddressOf(ZorbelApiClient& client, const SettingsChoice& choice, const 
 
 SettingsModel::SettingsModel(
     std::shared_ptr<ZorbelApiClient> client, SettingsStore& store, StorageInUse& storage, QObject* parent)
-    : QObject(parent), client_(std::move(client)), store_(store), storage_(storage) {}
+    : QObject(parent), client_(std::move(client)), store_(store), storage_(storage) {
+    servicePool_.setMaxThreadCount(4); // one that hangs keeps nothing else waiting
+}
 
 SettingsModel::~SettingsModel() {
     closing_->store(true);
+    servicePool_.waitForDone();
 }
 
 SettingsStatus SettingsModel::sessionStatus() const {
@@ -110,8 +108,8 @@ void SettingsModel::verify() {
     if (std::exchange(verifying_, true))
         return;
     Q_EMIT sessionStatusChanged({QStringLiteral("Verifying…"), StatusTone::Progress});
-    runDetached(
-        this,
+    runInBackground(
+        servicePool_, this,
         [client = client_, cancel = closing_] { return failureOf([&] { client->validateSession(cancel); }); },
         [this](const QString& failure) {
             verifying_ = false;
@@ -131,8 +129,8 @@ void SettingsModel::refreshNodes() {
         std::vector<LocalNodeEntry> nodes;
         QString failure;
     };
-    runDetached(
-        this,
+    runInBackground(
+        servicePool_, this,
         [client = client_, cancel = closing_] {
             Listing listing;
             listing.failure = failureOf([&] { listing.nodes = client->listLocalNodes(cancel); });
@@ -165,8 +163,8 @@ void SettingsModel::connectNode(const SettingsChoice& choice) {
     if (std::exchange(connecting_, true))
         return;
     Q_EMIT nodeStatusChanged({QStringLiteral("Connecting securely..."), StatusTone::Progress});
-    runDetached(
-        this,
+    runInBackground(
+        servicePool_, this,
         [client = client_, cancel = closing_, choice, address = changesAddress(choice)] {
             return failureOf([&] {
                 if (address)
@@ -192,8 +190,9 @@ void SettingsModel::measureUsage() {
             QStringLiteral("Unavailable: %1").arg(QStringLiteral("studies cannot be kept here")));
         return;
     }
-    runDetached(
-        this,
+    // A slow disk is not waited for when this ends.
+    runInBackground(
+        *QThreadPool::globalInstance(), this,
         [storage = *storage] {
             StorageUsage usage;
             const QString failure = failureOf([&] { usage = storage.usage(); });
@@ -205,9 +204,13 @@ void SettingsModel::measureUsage() {
 }
 
 void SettingsModel::clearCache() {
+    if (std::exchange(clearing_, true))
+        return;
+    Q_EMIT usageChanged(QStringLiteral("Clearing…"));
     storage_.clear([model = QPointer(this)](const QString& failure) {
         if (!model)
             return;
+        model->clearing_ = false;
         Q_EMIT model->cacheCleared(
             failure.isEmpty() ? QString()
                               : QStringLiteral("The cache could not be cleared.\n\n%1").arg(failure));
@@ -250,8 +253,8 @@ void SettingsModel::useSource(const SettingsChoice& choice, bool always) {
 }
 
 void SettingsModel::saveAddress(const SettingsChoice& choice) {
-    runDetached(
-        this,
+    runInBackground(
+        servicePool_, this,
         [client = client_, cancel = closing_, choice] {
             return failureOf([&] { saveAddressOf(*client, choice, cancel); });
         },

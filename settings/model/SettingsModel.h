@@ -7,6 +7,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QThreadPool>
 
 #include <memory>
 #include <vector>
@@ -89,6 +90,7 @@ private:
     std::shared_ptr<ZorbelApiClient> client_;
     SettingsStore& store_;
     StorageInUse& storage_;
+    QThreadPool servicePool_; ///< for what closing_ ends
     CancelFlag closing_ = std::make_shared<std::atomic<bool>>(false);
     std::vector<LocalNodeEntry> nodes_;
     std::vector<SettingsWarning> warnings_; ///< of the saving under way
@@ -96,6 +98,7 @@ private:
     bool verifying_ = false;
     bool listing_ = false;
     bool connecting_ = false;
+    bool clearing_ = false;
 };
 
 } // namespace zorbel
