@@ -44,6 +44,7 @@ void scrollTo(const TourHands& hands, const QString& field) {
 
 void enter(const TourHands& hands, const QString& spinBox, const QString& number) {
     if (auto* box = hands.find<QSpinBox>(spinBox)) {
+        box->setFocus();
         box->selectAll();
         QTest::keyClicks(box, number);
         QTest::keyClick(box, Qt::Key_Tab);
@@ -106,7 +107,11 @@ void planCache(GuidedTour& tour) {
     tour.add(
         QStringLiteral("settings-session-only"),
         [&hands] { enter(hands, QStringLiteral("settingsRetention"), QStringLiteral("0")); },
-        [&hands] { return hands.visible(QStringLiteral("settingsSessionOnlyNotice")) != nullptr; });
+        [&hands] {
+            const auto* days = hands.find<QSpinBox>(QStringLiteral("settingsRetention"));
+            return days && days->text() == QStringLiteral("Session only") &&
+                   hands.visible(QStringLiteral("settingsSessionOnlyNotice"));
+        });
     close(tour, QStringLiteral("settings-saved"), QStringLiteral("settingsSave"));
 }
 
