@@ -42,13 +42,11 @@ void scrollTo(const TourHands& hands, const QString& field) {
         area->ensureWidgetVisible(widget, 0, 200);
 }
 
-void enter(const TourHands& hands, const QString& spinBox, const QString& number) {
-    if (auto* box = hands.find<QSpinBox>(spinBox)) {
-        box->setFocus();
-        box->selectAll();
-        QTest::keyClicks(box, number);
-        QTest::keyClick(box, Qt::Key_Tab);
-    }
+/// With the arrow key, as far down as it goes.
+void stepDown(const TourHands& hands, const QString& spinBox) {
+    auto* box = hands.find<QSpinBox>(spinBox);
+    for (int step = box ? box->value() - box->minimum() : 0; step > 0; --step)
+        QTest::keyClick(box, Qt::Key_Down);
 }
 
 void planConnection(GuidedTour& tour) {
@@ -106,7 +104,7 @@ void planCache(GuidedTour& tour) {
         });
     tour.add(
         QStringLiteral("settings-session-only"),
-        [&hands] { enter(hands, QStringLiteral("settingsRetention"), QStringLiteral("0")); },
+        [&hands] { stepDown(hands, QStringLiteral("settingsRetention")); },
         [&hands] {
             const auto* days = hands.find<QSpinBox>(QStringLiteral("settingsRetention"));
             return days && days->text() == QStringLiteral("Session only") &&
