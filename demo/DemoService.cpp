@@ -155,6 +155,10 @@ DemoLocalNode& DemoService::localNode() {
     return *parts_->node;
 }
 
+ReleaseDesk& DemoService::releaseDesk() {
+    return parts_->gateway.releaseDesk();
+}
+
 WordDesk& DemoService::wordDesk() {
     return parts_->gateway.wordDesk();
 }

@@ -16,7 +16,7 @@ namespace zorbel::demo {
 
 class DemoLocalNode;
 class OrthancProcess;
-class WordDesk;
+class ReleaseDesk;
 class WordDesk;
 
 /// The imaging service for development, tests and a first look: a gateway that speaks the service's REST API
@@ -85,6 +85,8 @@ public:
     DemoLocalNode& localNode();
     /// The reports and their versions.
     WordDesk& wordDesk();
+    /// The desktop's latest release.
+    ReleaseDesk& releaseDesk();
 
 private:
     struct Parts;

@@ -116,6 +116,9 @@ HttpReply Gateway::route(const Request& request) {
     if (request.path == "/api/auth/login" && post) {
         return logIn(request);
     }
+    if (ReleaseDesk::isAsked(request.path)) {
+        return releaseDesk_.answer(request);
+    }
     const DemoAccount* account = accountOf(request);
     if (account == nullptr) {
         return failure(401, "Authentication required", "UNAUTHENTICATED");
@@ -329,6 +332,9 @@ HttpReply Gateway::control(const Request& request) {
     }
     if (startsWith(request.path, WordControl::path)) {
         return wordControl_.answer(request);
+    }
+    if (request.path == ReleaseDesk::controlPath) {
+        return releaseDesk_.control(request);
     }
     const std::string faults = "/demo/faults";
     const std::string nodeFaults = "/demo/node/faults";

@@ -4,6 +4,7 @@
 #include "demo/DemoArchive.h"
 #include "demo/FaultyServer.h"
 #include "demo/RequestRecord.h"
+#include "demo/update/ReleaseDesk.h"
 #include "demo/word/WordControl.h"
 #include "demo/word/WordDesk.h"
 #include "demo/word/WordRoutes.h"
@@ -24,7 +25,8 @@ struct DemoAccount;
 ///   GET, POST, DELETE /demo/faults and DELETE /demo/faults/ID; GET /demo/requests; GET /demo/audit;
 ///   DELETE /demo/tokens signs everybody out, the administrator too;
 ///   the same of the Local Node below /demo/node/faults and /demo/node/requests;
-///   and what WordControl answers, there also for a browser that brings the account in place of a token
+///   what ReleaseDesk answers, and what WordControl answers, there also for a browser that brings the account
+///   in place of a token
 class Gateway {
 public:
     /// Without a node the organization has none.
@@ -44,6 +46,7 @@ public:
     void resetRequests() { server_.resetRequests(); }
     std::vector<AuditRecord> auditRecords() const;
     WordDesk& wordDesk() { return wordDesk_; }
+    ReleaseDesk& releaseDesk() { return releaseDesk_; }
 
 private:
     using Request = FaultyServer::Request;
@@ -68,6 +71,7 @@ private:
     WordDesk wordDesk_;
     WordRoutes wordRoutes_;
     WordControl wordControl_{wordDesk_};
+    ReleaseDesk releaseDesk_;
     mutable std::mutex mutex_;
     std::map<std::string, const DemoAccount*> tokens_;
     std::vector<AuditRecord> audit_;

@@ -10,4 +10,7 @@ std::string_view platformName() noexcept;
 /// What a message calls the system's error numbers: "Windows error" or "system error".
 std::string_view systemErrorName() noexcept;
 
+/// Whether the installer of an update, a Windows program, runs here.
+bool runsInstallers() noexcept;
+
 } // namespace zorbel

@@ -54,9 +54,15 @@ BoundedRequest::~BoundedRequest() {
 void BoundedRequest::stop() {
     if (QNetworkReply* reply = std::exchange(reply_, nullptr)) {
         reply->disconnect(this);
-        if (reply->isRunning() && reply->error() == QNetworkReply::NoError)
-            reply->abort();
-        reply->deleteLater();
+        // Qt dislikes it out of some of the reply's own signals.
+        QMetaObject::invokeMethod(
+            reply,
+            [reply] {
+                if (reply->isRunning())
+                    reply->abort();
+                reply->deleteLater();
+            },
+            Qt::QueuedConnection);
     }
 }
 

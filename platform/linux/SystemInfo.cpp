@@ -10,4 +10,8 @@ std::string_view systemErrorName() noexcept {
     return "system error";
 }
 
+bool runsInstallers() noexcept {
+    return false;
+}
+
 } // namespace zorbel

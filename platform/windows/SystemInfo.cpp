@@ -10,4 +10,8 @@ std::string_view systemErrorName() noexcept {
     return "Windows error";
 }
 
+bool runsInstallers() noexcept {
+    return true;
+}
+
 } // namespace zorbel

@@ -1,115 +1,19 @@
-#include "app/update/DesktopUpdateService.h"
 #include "app/update/ReleaseVersion.h"
-#include "tests/support/Files.h"
-#include "tests/support/MisbehavingServer.h"
-#include "tests/support/Waiting.h"
+#include "demo/FaultyServer.h"
+#include "demo/update/ReleaseDesk.h"
+#include "tests/app/UpdateFixture.h"
 
-#include <QCryptographicHash>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstdlib>
 
 namespace zorbel {
 namespace {
 
 using test::Exchange;
-
-const std::filesystem::path& installers() {
-    static const std::filesystem::path folder = std::getenv("ZORBEL_INSTALLERS");
-    return folder;
-}
-
-/// A service with one release, whose manifest and reply a test changes.
-struct Update : testing::Test {
-    std::string installer = test::readFile(installers() / "good");
-    QJsonObject manifest;
-    std::function<void(Exchange&)> answerManifest = [this](Exchange& exchange) {
-        exchange.reply(200, QJsonDocument(manifest).toJson().toStdString());
-    };
-    std::function<void(Exchange&)> answerInstaller = [this](Exchange& exchange) {
-        exchange.reply(200, installer);
-    };
-    test::MisbehavingServer server{[this](Exchange& exchange) {
-        exchange.request.isFor("/manifest") ? answerManifest(exchange) : answerInstaller(exchange);
-    }};
-    test::TemporaryFolder folder;
-    UpdateOrigin origin{
-        QUrl(server.url(QStringLiteral("/manifest"))), QStringLiteral("zorbel.example"),
-        QString::fromStdString(test::readFile(installers() / "thumbprint")),
-        test::readFile(installers() / "roots.pem"), true};
-
-    Update() { publish(); }
-
-    /// The installer, as it is now.
-    void publish() {
-        const QByteArray bytes = QByteArray::fromStdString(installer);
-        manifest = {
-            {"schemaVersion", 1},
-            {"product", "Zorbel Diagnostic Viewer"},
-            {"platform", "windows-x64"},
-            {"installerType", "exe"},
-            {"version", "1.0.1"},
-            {"url", server.url(QStringLiteral("/setup.exe"))},
-            {"sha256",
-             QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex())},
-            {"signerThumbprint", QString(40, QLatin1Char('a'))},
-            {"sizeBytes", bytes.size()}};
-    }
-
-    /// "available 1.0.1", "none" or the failure.
-    QString check(DesktopUpdateService& service) {
-        return outcome(service, [&service] { service.checkForUpdates(); });
-    }
-    /// "ready" or the failure, after an offer.
-    QString download(DesktopUpdateService& service) {
-        EXPECT_EQ(check(service), "available 1.0.1");
-        return outcome(service, [&service] { service.downloadUpdate(); });
-    }
-    QString download() {
-        DesktopUpdateService service(QStringLiteral("1.0.0"), origin, folder.path() / "updates");
-        const QString told = download(service);
-        EXPECT_EQ(left(), told == "ready" ? ".exe" : "") << told.toStdString();
-        return told;
-    }
-    QString check() {
-        DesktopUpdateService service(QStringLiteral("1.0.0"), origin, folder.path() / "updates");
-        return check(service);
-    }
-
-    /// The suffixes of what lies in the folder of downloads.
-    std::string left() const {
-        std::string suffixes;
-        std::error_code none;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "updates", none))
-            suffixes += entry.path().extension().string();
-        return suffixes;
-    }
-
-    /// What is told, which must be one thing.
-    static QString outcome(DesktopUpdateService& service, const std::function<void()>& ask) {
-        QStringList told;
-        QObject here;
-        const auto tell = [&told](const QString& text) { told += text; };
-        QObject::connect(
-            &service, &DesktopUpdateService::UpdateAvailable, &here,
-            [tell](const QString& version) { tell("available " + version); });
-        QObject::connect(&service, &DesktopUpdateService::NoUpdateAvailable, &here, [tell] { tell("none"); });
-        QObject::connect(&service, &DesktopUpdateService::UpdateReady, &here, [tell] { tell("ready"); });
-        QObject::connect(&service, &DesktopUpdateService::CheckFailed, &here, tell);
-        QObject::connect(&service, &DesktopUpdateService::UpdateFailed, &here, tell);
-        ask();
-        EXPECT_TRUE(test::waitFor([&told] { return !told.isEmpty(); }));
-        test::settle();
-        EXPECT_EQ(told.size(), 1);
-        return told.value(0);
-    }
-};
+using test::installers;
+using test::Update;
 
 TEST_F(Update, RefusesManifestsThatBreakAnyRule) {
     const QString digest(64, QLatin1Char('a'));
@@ -272,6 +176,37 @@ TEST_F(Update, LeavesNothingOfADownloadThatFails) {
     EXPECT_EQ(outcome(service, [&] { service.downloadUpdate(); }), "No update has been offered yet.");
     DesktopUpdateService noPlace(QStringLiteral("1.0.0"), origin, installers() / "good" / "updates");
     EXPECT_EQ(download(noPlace), "Could not prepare a download location.");
+}
+
+TEST_F(Update, GoesWrongAtTheDemoServiceInEachWay) {
+    demo::ReleaseDesk desk;
+    demo::FaultyServer service(
+        [&desk](const demo::FaultyServer::Request& request) { return desk.answer(request); },
+        [](const demo::FaultyServer::Request&) { return demo::HttpReply{}; });
+    service.start(0);
+    const QString address = QStringLiteral("http://127.0.0.1:%1").arg(service.port());
+    origin.manifestUrl = QUrl(address + demo::ReleaseDesk::manifestPath);
+    EXPECT_EQ(check(), "The update service could not be reached.");
+    desk.publish(installer, "1.0.1", {{"product", "Another"}});
+    EXPECT_EQ(check(), "The update response failed security validation.");
+    desk.publish(installer, "1.0.1");
+    using demo::Fault;
+    const std::string path = demo::ReleaseDesk::installerPath;
+    const QString network = "The update could not be downloaded.";
+    const QString size = "The update is larger than expected.";
+    for (const auto& [fault, told] : std::vector<std::pair<Fault, QString>>{
+             {Fault::throttle(path, 1 << 20), "ready"},
+             {Fault::dropAfter(path, 1000), network},
+             {Fault::oversize(path, installer.size() + 1, true), size},
+             {Fault::oversize(path, installer.size() + 1, false), size},
+             {Fault::redirect(path, "http://get.zorbel.example/setup.exe"), network},
+             {Fault::redirect(path, "https://attacker.example/setup.exe"), network}}) {
+        const int id = service.faults().add(fault);
+        EXPECT_EQ(download(), told) << Fault::kindName(fault.kind);
+        service.faults().remove(id);
+        DesktopUpdateService::removeStaleDownloads(folder.path() / "updates");
+    }
+    service.stop();
 }
 
 TEST_F(Update, IsInterruptedByTheUser) {
