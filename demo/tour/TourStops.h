@@ -25,7 +25,8 @@ void planRecords(GuidedTour& tour);
 void planReport(GuidedTour& tour, DemoControl& control);
 /// A study of several series.
 void planSeriesChoice(GuidedTour& tour);
-/// Each section of the settings, a node connected, the cache cleared; from then on nothing outlives the session.
+/// Each section of the settings, a node connected, the cache cleared; from then on nothing outlives the
+/// session.
 void planSettings(GuidedTour& tour);
 /// Every listed study that was not opened yet: what the user imported.
 void planFurtherStudies(GuidedTour& tour);
