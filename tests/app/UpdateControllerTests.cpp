@@ -84,7 +84,7 @@ TEST_F(UpdateOverAWindow, SaysWhyItIsRefusedAndNothingWhenTheReaderCancels) {
     check();
     answer(true);
     EXPECT_TRUE(waitFor([this] { return progress().isVisible() && progress().value() > 40; }));
-    progress().cancel();
+    progress().findChild<QPushButton*>()->click();
     test::settle();
     EXPECT_FALSE(progress().isVisible());
     EXPECT_EQ(shown(), nullptr);
