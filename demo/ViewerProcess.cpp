@@ -25,6 +25,21 @@ sigset_t endingSignals() {
     return set;
 }
 
+/// This process's own with these in their places, as "NAME=VALUE".
+std::vector<std::string> environmentWith(const std::map<std::string, std::string>& changed) {
+    std::vector<std::string> all;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        const std::string text = *variable;
+        if (!changed.contains(text.substr(0, text.find('=')))) {
+            all.push_back(text);
+        }
+    }
+    for (const auto& [name, value] : changed) {
+        all.push_back(name + "=" + value);
+    }
+    return all;
+}
+
 } // namespace
 
 void holdEndingSignals() {
@@ -54,6 +69,13 @@ ViewerProcess::ViewerProcess(
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
     arguments.push_back(nullptr);
+    // Made before the fork: after it no memory may be asked for, as another thread may hold the heap's lock.
+    const std::vector<std::string> variables = environmentWith(environment);
+    std::vector<char*> childEnvironment;
+    for (const std::string& variable : variables) {
+        childEnvironment.push_back(const_cast<char*>(variable.c_str()));
+    }
+    childEnvironment.push_back(nullptr);
     int report[2];
     if (pipe2(report, O_CLOEXEC) != 0) {
         throw std::runtime_error("The viewer could not be started: the system gave no pipe.");
@@ -65,11 +87,8 @@ ViewerProcess::ViewerProcess(
         sigset_t none;
         sigemptyset(&none);
         pthread_sigmask(SIG_SETMASK, &none, nullptr);
-        for (const auto& [name, value] : environment) {
-            setenv(name.c_str(), value.c_str(), 1);
-        }
         if (getppid() == parent) {
-            execvp(arguments[0], arguments.data());
+            execvpe(arguments[0], arguments.data(), childEnvironment.data());
         }
         const int reason = errno;
         [[maybe_unused]] const ssize_t told = write(report[1], &reason, sizeof reason);
