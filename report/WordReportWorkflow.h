@@ -3,6 +3,7 @@
 #include "report/UnsyncedReports.h"
 #include "report/WordReport.h"
 #include "report/WordReportPrompts.h"
+#include "report/WordReportState.h"
 #include "report/WordReportTiming.h"
 #include "report/package/ReportPacket.h"
 
@@ -35,7 +36,7 @@ class WordReportWorkflow : public QObject {
     Q_OBJECT
 
 public:
-    enum class State { None, Preparing, Synced, Unsynced, Syncing, Failed };
+    using State = WordReportState;
 
     struct Options {
         /// The user's own, for the working folders.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "report/WordReportState.h"
+
 #include <QTime>
 #include <QToolButton>
 
@@ -11,7 +13,7 @@ class WordReportChip : public QToolButton {
     Q_OBJECT
 
 public:
-    enum class State { None, Preparing, Synced, Unsynced, Syncing, Failed };
+    using State = WordReportState;
 
     explicit WordReportChip(QWidget* parent = nullptr);
 

@@ -48,25 +48,6 @@ QTime savedAt(const WordReportRecord& record) {
     return QDateTime::fromString(record.savedAt, Qt::ISODate).toLocalTime().time();
 }
 
-WordReportChip::State chipState(WordReportWorkflow::State state) {
-    using State = WordReportWorkflow::State;
-    switch (state) {
-    case State::None:
-        return WordReportChip::State::None;
-    case State::Preparing:
-        return WordReportChip::State::Preparing;
-    case State::Synced:
-        return WordReportChip::State::Synced;
-    case State::Unsynced:
-        return WordReportChip::State::Unsynced;
-    case State::Syncing:
-        return WordReportChip::State::Syncing;
-    case State::Failed:
-        break;
-    }
-    return WordReportChip::State::Failed;
-}
-
 UnsyncedReportRow rowOf(const WordReport& report) {
     UnsyncedReportRow row;
     const QString document = qtText(pathText(report.folder().document()));
@@ -89,7 +70,7 @@ WordReportController::WordReportController(
     WordReportOptions options, QWidget* window)
     : QObject(window), client_(std::move(client)), reading_(reading), header_(header),
       options_(std::move(options)), window_(window), cancel_(std::make_shared<std::atomic<bool>>(false)) {
-    pool_.setMaxThreadCount(2);
+    audit_.setMaxThreadCount(1);
     WordReportPrompts& prompts = *this;
     workflow_ = std::make_unique<WordReportWorkflow>(
         std::make_shared<WordServiceClient>(client_), prompts,
@@ -190,7 +171,7 @@ void WordReportController::warn(const QString& title, const QString& text) {
 void WordReportController::openDocument(const std::filesystem::path& document, Answer opened) {
     const auto open = options_.openDocument ? options_.openDocument : zorbel::openDocument;
     runInBackground(
-        pool_, this, [open, document] { return open(document); }, std::move(opened));
+        opening_, this, [open, document] { return open(document); }, std::move(opened));
 }
 
 // ---- What is shown
@@ -205,10 +186,9 @@ void WordReportController::showState() {
     const State state = workflow_->state();
     Q_EMIT preparingChanged(state == State::Preparing);
     const WordReport* report = workflow_->active();
-    const auto chip = chipState(state);
-    QString text = WordReportChip::textOf(chip);
+    QString text = WordReportChip::textOf(state);
     if (report && !report->record().savedAt.isEmpty())
-        text = WordReportChip::textOf(chip, report->record().versions, savedAt(report->record()));
+        text = WordReportChip::textOf(state, report->record().versions, savedAt(report->record()));
     QString toolTip;
     if (report && state != State::Preparing) {
         if (!isOfOpenStudy(*report))
@@ -224,7 +204,7 @@ void WordReportController::showState() {
             toolTip += QStringLiteral("\nThe document is not where it was. Save it in Word again.");
         toolTip += QStringLiteral("\nClick to open the document again.");
     }
-    header_.setReportChip(text, chip, toolTip);
+    header_.setReportChip(text, state, toolTip);
     Q_EMIT unsyncedChanged(unsyncedText(), !workflow_->isAllSynced());
 }
 
@@ -353,7 +333,7 @@ void WordReportController::askBeforeClosing() {
 }
 
 void WordReportController::record(const QString& event, const QString& studyUid, const QJsonObject& details) {
-    pool_.start([client = client_, cancel = cancel_, event, studyUid, details] {
+    audit_.start([client = client_, cancel = cancel_, event, studyUid, details] {
         client->sendViewerAudit(event, studyUid, details, cancel); // whether it arrived is no matter here
     });
 }

@@ -82,7 +82,8 @@ private:
     const WordReportOptions options_;
     QWidget* window_;
     const CancelFlag cancel_;
-    QThreadPool pool_;
+    QThreadPool opening_; ///< of documents, which no slow service holds up
+    QThreadPool audit_;
     std::shared_ptr<StudyReading> begun_; ///< what the report is being opened for
     std::unique_ptr<WordReportWorkflow> workflow_;
     QPointer<UnsyncedReportsDialog> unsyncedDialog_;
