@@ -11,8 +11,10 @@
 #include <QPixmap>
 #include <QScreen>
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
+#include <vector>
 
 namespace zorbel {
 
@@ -20,6 +22,13 @@ namespace {
 
 /// Without anything to be seen of it: a busy machine may prepare a volume for a while.
 constexpr int patienceMs = 300'000;
+
+int ancestors(const QWidget* widget) {
+    int count = 0;
+    while ((widget = widget->parentWidget()))
+        ++count;
+    return count;
+}
 
 } // namespace
 
@@ -95,9 +104,15 @@ QPixmap GuidedTour::windows() {
         return {};
     QPixmap picture = base->grab();
     QPainter painter(&picture);
+    std::vector<QWidget*> dialogs;
     for (QWidget* window : QApplication::topLevelWidgets())
         if (window != base && window->isVisible() && qobject_cast<QDialog*>(window))
-            painter.drawPixmap(window->mapToGlobal(QPoint()) - base->mapToGlobal(QPoint()), window->grab());
+            dialogs.push_back(window);
+    std::stable_sort(dialogs.begin(), dialogs.end(), [](const QWidget* one, const QWidget* other) {
+        return ancestors(one) < ancestors(other); // a question lies over the dialog that asks
+    });
+    for (QWidget* dialog : dialogs)
+        painter.drawPixmap(dialog->mapToGlobal(QPoint()) - base->mapToGlobal(QPoint()), dialog->grab());
     return picture;
 }
 
