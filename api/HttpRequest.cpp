@@ -132,6 +132,7 @@ QByteArray Exchange::run() {
     throwUnlessSuccessful(status, body_);
     if (reply_->error() != QNetworkReply::NoError)
         throw ZorbelApiError(reply_->errorString().toStdString(), ZorbelApiError::Cause::NoAnswer);
+    throwIfCutOff(*reply_, body_.size());
     return std::move(body_);
 }
 
@@ -165,6 +166,11 @@ void throwIfEncoded(const QNetworkReply& reply) {
     const QByteArray encoding = reply.rawHeader("Content-Encoding").trimmed().toLower();
     if (!encoding.isEmpty() && encoding != "identity")
         throw ZorbelApiError("The image archive sent compressed data that was not asked for");
+}
+
+void throwIfCutOff(const QNetworkReply& reply, qint64 received) {
+    if (announcedSize(reply) > received)
+        throw ZorbelApiError("The answer of the service was cut off", ZorbelApiError::Cause::NoAnswer);
 }
 
 QByteArray performHttpRequest(const HttpRequest& request) {

@@ -45,4 +45,8 @@ qint64 announcedSize(const QNetworkReply& reply);
 /// Throws ZorbelApiError when the reply to a dicomRequest came compressed all the same.
 void throwIfEncoded(const QNetworkReply& reply);
 
+/// Throws ZorbelApiError when fewer bytes came than were announced: Qt sometimes takes a connection that
+/// closed early for the body's end.
+void throwIfCutOff(const QNetworkReply& reply, qint64 received);
+
 } // namespace zorbel

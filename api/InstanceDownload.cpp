@@ -150,6 +150,7 @@ void InstanceDownload::complete(QNetworkReply* reply, Transfer& transfer) {
     if (reply->error() != QNetworkReply::NoError)
         throw ZorbelApiError(reply->errorString().toStdString(), ZorbelApiError::Cause::NoAnswer);
     throwIfEncoded(*reply);
+    throwIfCutOff(*reply, static_cast<qint64>(transfer.bytes.size()));
     ++completed_;
     sink_(
         transfer.instanceId, std::move(transfer.bytes), completed_,

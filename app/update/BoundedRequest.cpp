@@ -42,7 +42,9 @@ BoundedRequest::BoundedRequest(
         takeBytes();
         if (reply_ == nullptr)
             return;
-        const bool complete = reply_->error() == QNetworkReply::NoError && statusOf(*reply_) == 200;
+        // Qt sometimes takes a connection that closed early for the body's end.
+        const bool complete = reply_->error() == QNetworkReply::NoError && statusOf(*reply_) == 200 &&
+                              received_ >= announced(*reply_);
         end(complete ? Outcome::Complete : Outcome::Network);
     });
 }
