@@ -8,11 +8,13 @@
 #include "app/SessionLock.h"
 #include "app/SessionStorage.h"
 #include "app/SettingsOpening.h"
+#include "app/UpdateStartUp.h"
 #include "app/WordReportStartUp.h"
 #include "app/identity/Identity.h"
 #include "app/log/FileSink.h"
 #include "app/log/Logger.h"
 #include "app/telemetry/TelemetryEmitter.h"
+#include "app/update/widgets/UpdateController.h"
 #include "cache/SessionWorkspace.h"
 #include "imaging/rendering/OpenGlRenderWindowWidget.h"
 #include "platform/CrashReporting.h"
@@ -186,7 +188,7 @@ bool takeSessionLock(SessionLock& lock) {
 /// From the main window's first moment to its last; the event loop's result.
 int runMainWindow(
     const std::shared_ptr<ZorbelApiClient>& client, const MainWindowOptions& options, SettingsStore& settings,
-    SessionStorage& storage, Surroundings& surroundings) {
+    SessionStorage& storage, Surroundings& surroundings, const std::optional<UpdateOrigin>& updates) {
     MainWindow window(client, options);
     connectSettings(window, client, settings, storage);
     QObject::connect(&window, &MainWindow::sessionEnding, &window, [&surroundings] {
@@ -200,12 +202,18 @@ int runMainWindow(
     window.show();
     window.activateWindow(); // the sign-in dialog had the keyboard until now
     QApplication::setQuitOnLastWindowClosed(true);
-    return QApplication::exec();
+    UpdateController* updating =
+        updates ? startUpdates(window, *updates, QString::fromLatin1(version), configFolder() / "updates")
+                : nullptr;
+    const int result = QApplication::exec();
+    if (updating)
+        updating->installAtEnd();
+    return result;
 }
 
 int runSession(
     const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link,
-    Surroundings& surroundings) {
+    Surroundings& surroundings, const std::optional<UpdateOrigin>& updates) {
     // Taken now: the user may sign out before the window closes.
     const UserProfile profile = client->profile();
     SettingsStore settings;
@@ -229,7 +237,7 @@ int runSession(
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
             .filesystemFilePath();
     options.reports = wordReportOptions(client, profile, configFolder(), storage.policy().retentionDays);
-    const int result = runMainWindow(client, options, settings, storage, surroundings);
+    const int result = runMainWindow(client, options, settings, storage, surroundings, updates);
     if (storage.isSessionOnly()) // what is not synced stays
         takeUnsyncedReports(options.reports.root, std::chrono::hours(0));
 
@@ -244,7 +252,9 @@ int runSession(
 
 } // namespace
 
-int runApplication(int& argc, char** argv, const std::function<void(QApplication&)>& applicationReady) {
+int runApplication(
+    int& argc, char** argv, const std::optional<UpdateOrigin>& updates,
+    const std::function<void(QApplication&)>& applicationReady) {
     imaging::OpenGlRenderWindowWidget::setDefaultSurfaceFormat();
     QApplication application(argc, argv);
     // The sign-in dialog closes before the main window is there; that must not end the program.
@@ -278,7 +288,7 @@ int runApplication(int& argc, char** argv, const std::function<void(QApplication
     surroundings.links = std::make_unique<LinkInbox>(configFolder());
     if (!signIn(client, link, surroundings))
         return endBeforeSession("Viewer sign-in cancelled");
-    return runSession(client, link, surroundings);
+    return runSession(client, link, surroundings, updates);
 }
 
 } // namespace zorbel

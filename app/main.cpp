@@ -1,5 +1,5 @@
 #include "app/Application.h"
 
 int main(int argc, char** argv) {
-    return zorbel::runApplication(argc, argv);
+    return zorbel::runApplication(argc, argv, zorbel::UpdateOrigin::vendor());
 }

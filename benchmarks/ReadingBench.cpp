@@ -106,7 +106,7 @@ int runProgramWith(const std::function<void(QApplication&)>& ready) {
     char name[] = "zorbel-desktop";
     char* arguments[] = {name, nullptr};
     int count = 1;
-    return runApplication(count, arguments, ready);
+    return runApplication(count, arguments, std::nullopt, ready);
 }
 
 nlohmann::json asStages(const OpeningTimes& times) {

@@ -5,11 +5,15 @@
 #include "demo/PreparedStudy.h"
 #include "demo/ViewerProcess.h"
 #include "demo/WordProcessor.h"
+#include "demo/update/DemoInstallers.h"
+#include "demo/update/ReleaseDesk.h"
 #include "demo/word/WordCommand.h"
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -39,6 +43,7 @@ Options of run and serve:
   --port N          the service's port (default: a free one)
   --home DIR        where the viewer keeps settings, cache and data of the demonstration (run only)
   --fresh-home      keep them in a new folder, removed at the end (run only)
+  --update          have the service offer a newer version (run only)
 
 Options of word:
   --url URL         the demo service (default: the one that was started last)
@@ -57,6 +62,7 @@ struct CommandLine {
     DemoService::Options service;
     fs::path home;
     bool freshHome = false;
+    bool update = false;
     int slices = 400;
     int size = 512;
     std::vector<std::string> viewer;
@@ -136,6 +142,8 @@ CommandLine parse(const std::vector<std::string>& words) {
             line.service.port = numberOf(value(), 65535);
         } else if (line.command == "run" && word == "--home") {
             line.home = value();
+        } else if (line.command == "run" && word == "--update") {
+            line.update = true;
         } else if (line.command == "run" && word == "--fresh-home") {
             line.freshHome = true;
         } else if (bench && word == "--slices") {
@@ -196,6 +204,11 @@ void tryToPrepare(const CommandLine& line, const fs::path& userCacheFolder) {
     }
 }
 
+std::string contentOf(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 int run(const CommandLine& line) {
     std::optional<FolderOfThisRun> freshHome;
     if (line.freshHome) {
@@ -216,7 +229,8 @@ int run(const CommandLine& line) {
         tryToPrepare(line, cache);
     }
     const FolderOfThisRun temporary(home, "tmp-");
-    const std::map<std::string, std::string> environment{
+    const FolderOfThisRun installers(home, "installers-");
+    std::map<std::string, std::string> environment{
         {"ZORBEL_API_BASE_URL", service.baseUrl()},
         {"ZORBEL_DEMO_ACCOUNT", readerAccount.email},
         {"ZORBEL_DEMO_PASSWORD", readerAccount.password},
@@ -224,6 +238,12 @@ int run(const CommandLine& line) {
         {"XDG_CACHE_HOME", cache},
         {"XDG_DATA_HOME", privateFolder(home / "data")},
         {"TMPDIR", temporary.path()}};
+    if (makeDemoInstallers(installers.path())) {
+        environment["ZORBEL_DEMO_INSTALLERS"] = installers.path();
+        if (line.update) {
+            service.releaseDesk().publish(contentOf(installers.path() / "good.exe"), "1.1.0");
+        }
+    }
     return ViewerProcess(line.viewer, environment).wait();
 }
 

@@ -28,17 +28,17 @@ packages_run=(
     fonts-dejavu-core
     fonts-inter
     libgl1-mesa-dri
+    openssl
     orthanc
     orthanc-dicomweb
+    osslsigncode
+    python3
     xvfb
 )
 
 packages_test=(
     clang-format
     git
-    openssl
-    osslsigncode
-    python3
 )
 
 # The word processor that tests drive, and an independent reader of its documents.

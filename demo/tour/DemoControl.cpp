@@ -1,7 +1,10 @@
 #include "DemoControl.h"
 
 #include "demo/DemoAccounts.h"
+#include "demo/update/DemoUpdateOrigin.h"
+#include "demo/update/ReleaseDesk.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkReply>
@@ -27,6 +30,25 @@ void DemoControl::switchImagesOff() {
 
 void DemoControl::switchReportsOff() {
     refuse(QStringLiteral("*/desktop-word/sessions/*"));
+}
+
+void DemoControl::publishRelease(const QString& installer, const QString& version) {
+    send(
+        "POST", QLatin1String(demo::ReleaseDesk::controlPath),
+        json(
+            {{QStringLiteral("file"), QDir(demoInstallers()).filePath(installer)},
+             {QStringLiteral("version"), version}}));
+    send(
+        "POST", QStringLiteral("/demo/faults"),
+        json(
+            {{QStringLiteral("kind"), QStringLiteral("throttle")},
+             {QStringLiteral("path"), QLatin1String(demo::ReleaseDesk::installerPath)},
+             {QStringLiteral("bytes"), 2 << 20}}));
+}
+
+void DemoControl::withdrawRelease() {
+    send("DELETE", QLatin1String(demo::ReleaseDesk::controlPath), {});
+    mendAll();
 }
 
 void DemoControl::refuse(const QString& pathPattern) {

@@ -25,6 +25,9 @@ public:
     /// Saved reports are not taken.
     void switchReportsOff();
     void switchReportsOn() { mendAll(); }
+    /// The latest release: an installer of the demonstration, whose download takes a few seconds.
+    void publishRelease(const QString& installer, const QString& version);
+    void withdrawRelease();
     bool isIdle() const { return underWay_ == 0; }
 
 private:

@@ -28,6 +28,8 @@ void planSeriesChoice(GuidedTour& tour);
 /// Each section of the settings, a node connected, the cache cleared; from then on nothing outlives the
 /// session.
 void planSettings(GuidedTour& tour);
+/// A newer version offered, downloaded, and one that somebody else signed. control: must outlive the tour.
+void planUpdates(GuidedTour& tour, DemoControl& control);
 /// Every listed study that was not opened yet: what the user imported.
 void planFurtherStudies(GuidedTour& tour);
 

@@ -5,6 +5,7 @@
 #include "app/Application.h"
 #include "demo/DemoAccounts.h"
 #include "demo/DemoLocalNode.h"
+#include "demo/update/DemoUpdateOrigin.h"
 #include "settings/store/SettingsStore.h"
 
 #include <QApplication>
@@ -38,7 +39,7 @@ int main(int argc, char** argv) {
     }
     std::unique_ptr<zorbel::DemoControl> control;
     std::unique_ptr<zorbel::GuidedTour> tour;
-    const int result = zorbel::runApplication(argc, argv, [&](QApplication&) {
+    const int result = zorbel::runApplication(argc, argv, zorbel::demoUpdateOrigin(), [&](QApplication&) {
         chooseLocalNode();
         control = std::make_unique<zorbel::DemoControl>(QUrl(qEnvironmentVariable("ZORBEL_API_BASE_URL")));
         tour = std::make_unique<zorbel::GuidedTour>(pictures);
@@ -51,6 +52,7 @@ int main(int argc, char** argv) {
         planReport(*tour, *control);
         planSeriesChoice(*tour);
         planSettings(*tour);
+        planUpdates(*tour, *control);
         planFurtherStudies(*tour);
         tour->start();
     });

@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -219,5 +220,5 @@ int main(int argc, char** argv) {
     --argc;
     std::unique_ptr<zorbel::Script> script;
     return zorbel::runApplication(
-        argc, argv, [&](QApplication&) { script = std::make_unique<zorbel::Script>(name); });
+        argc, argv, std::nullopt, [&](QApplication&) { script = std::make_unique<zorbel::Script>(name); });
 }

@@ -5,7 +5,10 @@ Makes installers, good and bad, in the folder, and runs the command with ZORBEL_
 whom to trust, and each line of cases.tsv a file's name and why it is refused (nothing for a good one); thumbprint is that of the good one's signer.
 Needs openssl and osslsigncode.
 """
-import base64, http.server, os, shutil, struct, subprocess, sys, threading
+import base64, http.server, os, struct, subprocess, sys, threading
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../demo/update"))
+from signing import certificate, enter, program, run, sign as sign_program, trust, write
 
 NO_PROGRAM, DAMAGED = "it is not a Windows program", "it is damaged"
 UNSIGNED, SEVERAL = "it is not signed", "it carries more than one signature"
@@ -13,34 +16,6 @@ STRAY, BAD = "it holds data outside its signature", "its signature is damaged"
 CONTENTS, WEAK = "its contents are not what was signed", "its signature uses a method that is no longer safe"
 UNTRUSTED, EXPIRED = "its signer is not trusted", "its signer's certificate was not valid at the time"
 USAGE, STAMP = "its signer's certificate is not meant for programs", "its time-stamp is not valid"
-
-
-def run(*words, **more):
-    done = subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **more)
-    if done.returncode != 0:
-        sys.exit(f"{words}: {(done.stdout + done.stderr).decode(errors='replace')}")
-    return done.stdout
-
-
-def write(name, data):
-    with open(name, "wb") as file:
-        file.write(data)
-    return name
-
-
-def certificate(name, issuer=None, usage="", ca=False, end="20490101000000Z", begin="20200101000000Z", key="rsa",
-                subject=None, digest="sha256"):
-    kind = {"curve": ["EC", "-pkeyopt", "ec_paramgen_curve:P-256"], "weak": ["RSA", "-pkeyopt", "rsa_keygen_bits:1024"],
-            "rsa": ["RSA", "-pkeyopt", "rsa_keygen_bits:2048"]}[key]
-    run("openssl", "genpkey", "-algorithm", *kind, "-out", name + ".key")
-    run("openssl", "req", "-new", "-key", name + ".key", "-subj", "/CN=" + (subject or name), "-out", name + ".csr")
-    extensions = f"basicConstraints=critical,CA:{str(ca).upper()}\n"
-    extensions += f"extendedKeyUsage={usage}\n" if usage else ""
-    write(name + ".ext", extensions.encode())
-    signer = ["-cert", issuer + ".pem", "-keyfile", issuer + ".key"] if issuer else ["-selfsign", "-keyfile",
-                                                                                        name + ".key"]
-    run("openssl", "ca", "-batch", "-notext", "-config", "ca.cnf", "-in", name + ".csr", "-out", name + ".pem", "-md",
-        digest, "-startdate", begin, "-enddate", end, "-extfile", name + ".ext", "-rand_serial", *signer)
 
 
 def children(der, begin, end):
@@ -86,19 +61,6 @@ class TimeStamps(http.server.BaseHTTPRequestHandler):
         pass
 
 
-def program(overlay=b"payload" * 15):
-    """Headers up to 0x200, two sections of 0x200 bytes, and what follows them."""
-    optional = struct.pack("<HBBIIIIIQIIHHHHHHIIIIHHQQQQII", 0x20b, 1, 0, 512, 512, 0, 0x1000, 0x1000, 0x140000000,
-                           0x1000, 0x200, 6, 0, 0, 0, 6, 0, 0, 0x3000, 0x200, 0, 2, 0, 1 << 20, 4096, 1 << 20, 4096, 0,
-                           16) + bytes(128)
-    head = b"MZ".ljust(0x3c, b"\0") + struct.pack("<I", 0x40) + b"PE\0\0"
-    head += struct.pack("<HHIIIHH", 0x8664, 2, 1234, 0, 0, len(optional), 0x22) + optional
-    for name, at in ((b".text", 0), (b".data", 1)):
-        head += struct.pack("<8sIIIIIIHHI", name, 0x200, 0x1000 * (at + 1), 0x200, 0x200 * (at + 1), 0, 0, 0, 0,
-                            0x60000020)
-    return head.ljust(0x200, b"\0") + b"\xc3" * 0x200 + b"data" * 0x80 + overlay
-
-
 OPTIONAL = 0x40 + 24
 DIRECTORY = OPTIONAL + 112 + 4 * 8
 SECTIONS = OPTIONAL + 240
@@ -115,12 +77,8 @@ def flipped(data, at):
 
 
 def sign(name, by, chain=("middle",), stamp=None, extra=(), source="program.exe"):
-    write("chain.pem", b"".join(open(one + ".pem", "rb").read() for one in chain))
-    words = ["-ac", "chain.pem"] if chain else []
-    words += ["-t" if stamp.startswith("old/") else "-ts", stamps + stamp] if stamp else []
-    run("osslsigncode", "sign", "-certs", by + ".pem", "-key", by + ".key", *words, *extra, "-in", source, "-out",
-        name + ".exe")
-    return open(name + ".exe", "rb").read()
+    words = ["-t" if stamp.startswith("old/") else "-ts", stamps + stamp] if stamp else []
+    return sign_program(name, by, chain, [*words, *extra], source)
 
 
 def with_message(data, message):
@@ -234,29 +192,7 @@ def cases():
     yield "stamp changed", flipped(stamped, stamp_end), STAMP
 
 
-folder = os.path.abspath(sys.argv[1])
-shutil.rmtree(folder, ignore_errors=True)
-os.makedirs(folder)
-here = os.getcwd()
-os.chdir(folder)
-write("ca.cnf", b"""[ca]
-default_ca = d
-[d]
-database = index
-serial = numbers
-new_certs_dir = .
-policy = p
-unique_subject = no
-[p]
-commonName = supplied
-[tsa]
-serial = serial
-default_policy = 1.2.3.4
-digests = sha256
-signer_digest = sha256
-ess_cert_id_alg = sha256
-""")
-write("index", b"")
+here, folder = os.getcwd(), enter(sys.argv[1])
 code, stamping = "codeSigning", "critical,timeStamping"
 certificate("root", ca=True)
 certificate("middle", "root", ca=True)
@@ -278,9 +214,7 @@ certificate("web-middle", "root", "serverAuth", ca=True)
 certificate("under-web", "web-middle", code)
 certificate("weak", "middle", code, key="weak")
 certificate("sha1-signer", "middle", code, digest="sha1")
-fingerprint = run("openssl", "x509", "-in", "signer.pem", "-noout", "-fingerprint", "-sha1")
-write("thumbprint", fingerprint.strip().split(b"=")[1].replace(b":", b""))
-write("roots.pem", open("root.pem", "rb").read())
+trust("signer", "root")
 run("openssl", "x509", "-in", "root.pem", "-outform", "DER", "-out", "root.der")
 write("program.exe", program())
 write("other-program.exe", program(b"other"))

@@ -39,6 +39,8 @@ public:
     void retry() { workflow_->retry(); }
     /// Another study is shown, or none.
     void studyChanged() { showState(); }
+    /// What was saved in this run is at the service, as far as is known.
+    bool isSynced() const { return workflow_->isAllSynced(); }
     /// Nothing has to be looked at, sent or asked before the window closes.
     bool mayClose() const;
     /// Brings to the service what is not there, and asks where that fails or takes its time. then: whether

@@ -4,6 +4,7 @@
 #include "base/qt/QtText.h"
 #include "resources/Resources.h"
 #include "viewer/findings/FindingsDialog.h"
+#include "viewer/measuring/MeasurementController.h"
 #include "viewer/measuring/MeasurementPanel.h"
 #include "viewer/reading/workspace/ShortcutTable.h"
 #include "viewer/report/KeyImageGallery.h"
@@ -364,15 +365,20 @@ void MainWindow::showKeyImages(QWidget* parent) {
     gallery->open();
 }
 
-bool MainWindow::mayAskForRecovery() const {
+bool MainWindow::mayAsk() const {
     return isVisible() && !loader_->isLoading() && !recoveryBox_ && !QApplication::activeModalWidget();
 }
 
+bool MainWindow::mayInterrupt() const {
+    return mayAsk() && !closing_ && QApplication::mouseButtons() == Qt::NoButton &&
+           !workspace_->measurements().editor().isPlacing() && reports_->isSynced();
+}
+
 void MainWindow::offerRecovery() {
-    if (!mayAskForRecovery())
+    if (!mayAsk())
         return;
     reading_->recoverable([this](const std::optional<StudyIdentity>& study) {
-        if (study && mayAskForRecovery())
+        if (study && mayAsk())
             askForRecovery(*study);
     });
 }

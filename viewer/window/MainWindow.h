@@ -42,6 +42,10 @@ public:
     /// Opens a study of which only the UID is known, as from a link.
     void openLinkedStudy(const QString& studyInstanceUID);
 
+    /// Nothing is under way that a question would disturb: no load, no drawing, no report that is not synced,
+    /// no other question.
+    bool mayInterrupt() const;
+
     /// The user's choice of where and how long studies are kept, for loads from now on. stateFolder: where
     /// the reading state is kept; empty leaves it where it is. then: with what prevented it, in which case
     /// nothing has changed; empty for nothing.
@@ -93,7 +97,7 @@ private:
     void showKeyImages(QWidget* parent);
     /// Asks about a study that a run left open, unless something else is under way.
     void offerRecovery();
-    bool mayAskForRecovery() const;
+    bool mayAsk() const;
     void askForRecovery(const StudyIdentity& study);
     void signOut();
 

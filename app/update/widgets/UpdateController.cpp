@@ -33,7 +33,7 @@ QString offerText(const ReleaseManifest& release) {
 UpdateController::UpdateController(
     const QString& currentVersion, const UpdateOrigin& origin, const std::filesystem::path& folder,
     QWidget& window, std::function<bool()> mayInterrupt)
-    : window_(window), service_(currentVersion, origin, folder) {
+    : QObject(&window), window_(window), service_(currentVersion, origin, folder) {
     service_.setMayInterrupt(std::move(mayInterrupt));
     connect(&service_, &DesktopUpdateService::UpdateAvailable, this, &UpdateController::offer);
     connect(&service_, &DesktopUpdateService::DownloadProgress, this, &UpdateController::showProgress);
@@ -54,10 +54,6 @@ UpdateController::UpdateController(
         cancelled_ = true;
         service_.cancelDownload();
     });
-}
-
-UpdateController::~UpdateController() {
-    delete progress_; // the window, whose child it is, may live on
 }
 
 /// With one button where `no` is empty; accepted by the other.

@@ -3,7 +3,6 @@
 #include "app/update/DesktopUpdateService.h"
 
 #include <QObject>
-#include <QPointer>
 
 #include <functional>
 
@@ -20,12 +19,10 @@ class UpdateController : public QObject {
     Q_OBJECT
 
 public:
-    /// window: must outlive it. mayInterrupt: whether a question would disturb nobody now.
+    /// window: its parent. mayInterrupt: whether a question would disturb nobody now.
     UpdateController(
         const QString& currentVersion, const UpdateOrigin& origin, const std::filesystem::path& folder,
         QWidget& window, std::function<bool()> mayInterrupt);
-
-    ~UpdateController() override;
 
     void check() { service_.checkForUpdates(); }
     /// Starts the installer if the user wants it; for the program's last moment.
@@ -41,7 +38,7 @@ private:
 
     QWidget& window_;
     DesktopUpdateService service_;
-    QPointer<QProgressDialog> progress_;
+    QProgressDialog* progress_ = nullptr;
     bool cancelled_ = false;
     bool installs_ = false;
 };
