@@ -56,6 +56,10 @@ UpdateController::UpdateController(
     });
 }
 
+UpdateController::~UpdateController() {
+    delete progress_; // the window, whose child it is, may live on
+}
+
 /// With one button where `no` is empty; accepted by the other.
 QMessageBox* UpdateController::message(const QString& text, const QString& yes, const QString& no) {
     auto* box = new QMessageBox(QMessageBox::NoIcon, title(), text, QMessageBox::NoButton, &window_);

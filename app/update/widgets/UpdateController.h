@@ -3,6 +3,7 @@
 #include "app/update/DesktopUpdateService.h"
 
 #include <QObject>
+#include <QPointer>
 
 #include <functional>
 
@@ -24,6 +25,8 @@ public:
         const QString& currentVersion, const UpdateOrigin& origin, const std::filesystem::path& folder,
         QWidget& window, std::function<bool()> mayInterrupt);
 
+    ~UpdateController() override;
+
     void check() { service_.checkForUpdates(); }
     /// Starts the installer if the user wants it; for the program's last moment.
     void installAtEnd();
@@ -38,7 +41,7 @@ private:
 
     QWidget& window_;
     DesktopUpdateService service_;
-    QProgressDialog* progress_ = nullptr;
+    QPointer<QProgressDialog> progress_;
     bool cancelled_ = false;
     bool installs_ = false;
 };
