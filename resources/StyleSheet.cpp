@@ -31,6 +31,7 @@ QToolBar#mainToolBar { background: #FFFFFF; border: 0; border-bottom: 1px solid 
 QToolBar#mainToolBar QWidget { background: transparent; }
 QToolBar#mainToolBar QToolButton { border: 1px solid transparent; border-radius: 8px; padding: 7px 11px; font-weight: 600; color: #002B5B; }
 QToolBar#mainToolBar QToolButton:hover { background: #EAF8FC; border-color: #BFE8F2; }
+QToolBar#mainToolBar QToolButton:focus { border-color: #18B6D9; }
 QToolBar#mainToolBar QToolButton:checked { background: #DFF4FA; border-color: #75D2E5; }
 QToolBar#mainToolBar QToolButton:disabled { color: #94A3B8; }
 QLabel#identityText { font-weight: 600; color: #0F172A; }
@@ -46,6 +47,7 @@ QFrame#measurementPanel, QFrame#measurementPanel QWidget { background: #FFFFFF; 
 QFrame#measurementPanel { border-top: 1px solid #D8E2EC; border-right: 1px solid #D8E2EC; }
 QLabel#panelTitle { font-size: 13px; font-weight: 700; color: #002B5B; }
 QFrame#measurementPanel QToolButton { border: 1px solid #CBD5E1; border-radius: 6px; padding: 3px 5px; color: #002B5B; font-weight: 600; font-size: 12px; }
+QFrame#measurementPanel QToolButton:focus { border-color: #18B6D9; }
 QFrame#measurementPanel QToolButton:hover { background: #EAF8FC; }
 QFrame#measurementPanel QToolButton:disabled { color: #94A3B8; }
 QTreeWidget#measurementList { border: 1px solid #E2E8F0; border-radius: 8px; font-size: 12px; selection-background-color: #DFF4FA; selection-color: #002B5B; }
@@ -57,6 +59,7 @@ QListWidget#studyList::item { padding: 9px 10px; border-radius: 7px; color: #0F1
 QListWidget#studyList::item:hover { background: #F1F8FC; }
 QListWidget#studyList::item:selected { background: #DFF4FA; color: #002B5B; }
 QWidget#studyBrowser QToolButton[scope="true"] { background: #F1F5F9; border: 1px solid #E2E8F0; border-radius: 8px; padding: 6px; font-weight: 600; color: #475569; }
+QWidget#studyBrowser QToolButton[scope="true"]:focus { border: 2px solid #18B6D9; padding: 5px; }
 QWidget#studyBrowser QToolButton[scope="true"]:checked { background: #002B5B; border-color: #002B5B; color: #FFFFFF; }
 
 QSplitter#workspaceSplitter::handle { background: #D8E2EC; width: 1px; }
@@ -79,6 +82,8 @@ QLabel#railGroup { color: #7FA6C6; font-size: 9px; font-weight: 700; letter-spac
 QWidget#viewerToolRail QToolButton { background: transparent; color: #DCEBF7; border: 1px solid transparent; border-radius: 8px; padding: 3px 1px 2px 1px; font-size: 10px; }
 QWidget#viewerToolRail QToolButton:hover { background: #12395F; border-color: #1D4F7A; }
 QWidget#viewerToolRail QToolButton:checked { background: #155A86; border-color: #39B4DA; color: #FFFFFF; }
+QWidget#viewerToolRail QToolButton:focus { border-color: #FFFFFF; }
+QWidget#viewerToolRail QComboBox:focus, QWidget#viewerToolRail QSpinBox:focus { border: 1px solid #FFFFFF; padding: 0 4px; }
 QWidget#viewerToolRail QToolButton:disabled { color: #4E6A85; background: transparent; border-color: transparent; }
 
 QWidget#viewerToolRail QComboBox, QWidget#viewerToolRail QSpinBox { background: #0B2542; color: #DCEBF7; border: 1px solid #1D4F7A; border-radius: 6px; padding: 0 4px; font-size: 10px; }
@@ -98,7 +103,9 @@ QFrame#viewportBar QComboBox::drop-down { width: 16px; }
 QFrame#viewportBar QComboBox::down-arrow { width: 10px; height: 10px; margin-right: 4px; }
 QFrame#viewportBar QComboBox:disabled { color: #4E6A85; border-color: #163A5A; }
 QFrame#viewportBar QComboBox QAbstractItemView { background: #0B2542; color: #DCEBF7; border: 1px solid #1D4F7A; selection-background-color: #155A86; selection-color: #FFFFFF; }
-QFrame#viewportBar QToolButton { border: 0; border-radius: 4px; padding: 2px; }
+QFrame#viewportBar QComboBox:focus { border: 1px solid #FFFFFF; padding: 0 5px; }
+QFrame#viewportBar QToolButton { border: 1px solid transparent; border-radius: 4px; padding: 1px; }
+QFrame#viewportBar QToolButton:focus { border-color: #FFFFFF; }
 QFrame#viewportBar QToolButton:hover { background: #12395F; }
 QFrame#viewportBar QToolButton:checked { background: #155A86; }
 

@@ -1,5 +1,6 @@
 #include "settings/SettingsDialog.h"
 
+#include "base/widgets/Availability.h"
 #include "settings/store/SettingsTable.h"
 
 #include <QCheckBox>
@@ -376,8 +377,7 @@ void SettingsDialog::nodeChosen() {
 void SettingsDialog::showSourceStatus() {
     showStatus(nodeStatus_, SettingsModel::sourceStatus(choice().source));
     const bool nodeChosen = !node_->currentData().toString().isEmpty();
-    connect_->setEnabled(nodeChosen);
-    connect_->setToolTip(nodeChosen ? QString() : QStringLiteral("Select an organization node first"));
+    setAvailable(*connect_, nodeChosen, QStringLiteral("Select an organization node first."));
 }
 
 void SettingsDialog::showFolderNotice() {
@@ -421,9 +421,8 @@ void SettingsDialog::askToClear() {
 }
 
 void SettingsDialog::startSaving() {
-    save_->setEnabled(false);
+    setAvailable(*save_, false, QStringLiteral("The settings are being saved."));
     save_->setText(QStringLiteral("Saving…"));
-    save_->setToolTip(QStringLiteral("The settings are being saved"));
     model_->save(choice());
 }
 

@@ -1,6 +1,7 @@
 #include "viewer/findings/FindingsDialog.h"
 
 #include "base/qt/QtText.h"
+#include "base/widgets/Availability.h"
 #include "viewer/findings/DentalChart.h"
 #include "viewer/reading/records/ToothChart.h"
 
@@ -58,6 +59,7 @@ FindingsDialog::FindingsDialog(
 QWidget* FindingsDialog::buildTable() {
     table_ = new QTableWidget(0, 3);
     table_->setObjectName(QStringLiteral("findingsTable"));
+    table_->setAccessibleName(QStringLiteral("Recorded findings"));
     table_->setHorizontalHeaderLabels(
         {QStringLiteral("Site"), QStringLiteral("Finding"), QStringLiteral("Note")});
     table_->horizontalHeader()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
@@ -76,12 +78,7 @@ QWidget* FindingsDialog::buildTable() {
     remove_->setObjectName(QStringLiteral("findingsRemove"));
     for (auto* button : {jump_, remove_})
         button->setAutoDefault(false);
-    connect(table_, &QTableWidget::itemSelectionChanged, this, [this] {
-        const int row = selectedRow();
-        remove_->setEnabled(row >= 0);
-        jump_->setEnabled(
-            row >= 0 && findings_.findings()[static_cast<std::size_t>(row)].location.has_value());
-    });
+    connect(table_, &QTableWidget::itemSelectionChanged, this, [this] { enableButtons(); });
     connect(remove_, &QPushButton::clicked, this, &FindingsDialog::removeSelected);
     connect(jump_, &QPushButton::clicked, this, [this] {
         const int row = selectedRow();
@@ -112,6 +109,7 @@ QWidget* FindingsDialog::buildChooser() {
         category_->addItem(qtText(findingCategoryLabel(static_cast<FindingCategory>(index))));
     note_ = new QLineEdit;
     note_->setObjectName(QStringLiteral("findingNote"));
+    note_->setAccessibleName(QStringLiteral("Note"));
     note_->setPlaceholderText(QStringLiteral("Note (optional)"));
     note_->setMaxLength(500);
     record_ = new QPushButton(QStringLiteral("Record finding"));
@@ -160,7 +158,17 @@ void FindingsDialog::fillSites() {
 
 void FindingsDialog::chooseSite(int index) {
     chart_->setTooth(FdiTooth::fromCode(site_->itemData(index, toothRole).toInt()));
-    record_->setEnabled(index > 0);
+    enableButtons();
+}
+
+void FindingsDialog::enableButtons() {
+    const int row = selectedRow();
+    const QString none = QStringLiteral("Select a finding first.");
+    setAvailable(*record_, site_->currentIndex() > 0, QStringLiteral("Choose a tooth or a region first."));
+    setAvailable(*remove_, row >= 0, none);
+    setAvailable(
+        *jump_, row >= 0 && findings_.findings()[static_cast<std::size_t>(row)].location.has_value(),
+        row < 0 ? none : QStringLiteral("The finding was recorded without a place in the volume."));
 }
 
 void FindingsDialog::record() {
@@ -204,9 +212,7 @@ void FindingsDialog::refresh() {
     table_->clearSelection();
     chart_->setMarked(marked);
     count_->setText(QString::fromStdString(findings_.countText()));
-    record_->setEnabled(site_->currentIndex() > 0);
-    remove_->setEnabled(false);
-    jump_->setEnabled(false);
+    enableButtons();
 }
 
 int FindingsDialog::selectedRow() const {

@@ -37,6 +37,7 @@ private:
     QWidget* buildChooser();
     void fillSites();
     void chooseSite(int index);
+    void enableButtons();
     void record();
     void removeSelected();
     void refresh();

@@ -53,6 +53,7 @@ ImageMode::ImageMode(MeasureTool& measure, MeasurementController& measurements, 
         hands_.try_emplace(tool, tool);
     view_ = new imaging::ImageView2D;
     view_->setObjectName(QStringLiteral("imageView"));
+    view_->setAccessibleName(QStringLiteral("2D image"));
     view_->setMinimumSize(320, 320);
     view_->setFocusPolicy(Qt::ClickFocus);
     frame_ = new ViewportFrame(QStringLiteral("2D IMAGE"), QColor(0x18, 0xB6, 0xD9), view_);
@@ -148,6 +149,7 @@ ModeControls ImageMode::controls() const {
         controls.tools.erase(Tool::Scroll);
     if (isGrey())
         controls.actions.insert(ReadingAction::ToggleInverted);
+    controls.notHere = QStringLiteral("Not for this 2D image.");
     controls.linesShown = linesShown_;
     controls.inverted = state_.isInverted();
     controls.studyChip = QStringLiteral("2D Study");

@@ -1,6 +1,7 @@
 #include "viewer/measuring/MeasurementPanel.h"
 
 #include "base/qt/QtText.h"
+#include "base/widgets/Availability.h"
 #include "viewer/measuring/MeasurementController.h"
 #include "viewer/widgets/ElidedLabel.h"
 #include "viewer/widgets/PlainToolTip.h"
@@ -140,7 +141,7 @@ int MeasurementPanel::currentId() const {
 
 void MeasurementPanel::enableButtons() {
     for (auto* button : {jump_, name_, remove_})
-        button->setEnabled(currentId() != 0);
+        setAvailable(*button, currentId() != 0, QStringLiteral("Select a measurement first."));
 }
 
 void MeasurementPanel::refresh() {

@@ -135,6 +135,7 @@ ModeControls MprMode::controls() const {
                         ReadingAction::ToggleSlab,   ReadingAction::SetSlabMode,
                         ReadingAction::SetSlabCount, ReadingAction::ToggleLines,
                         ReadingAction::FitViews,     ReadingAction::ResetViews};
+    controls.notHere = QStringLiteral("Only for 2D images.");
     controls.markedPlane = layout().activeViewport();
     controls.linesShown = linesShown_;
     controls.slab = slab();

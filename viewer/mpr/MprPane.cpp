@@ -39,6 +39,7 @@ MprPane::MprPane(imaging::ViewDirection direction, QObject* parent)
     const QString name = nameOf(direction);
     view_ = new imaging::PlaneView(direction);
     view_->setObjectName(name.toLower() + QStringLiteral("View"));
+    view_->setAccessibleName(QStringLiteral("%1 plane").arg(name));
     view_->setFocusPolicy(Qt::ClickFocus); // a click takes the keys away from the study list
     frame_ = new ViewportFrame(name, QColor::fromRgb(planeColour(direction)), view_);
     frame_->setObjectName(name.toLower() + QStringLiteral("Viewport"));

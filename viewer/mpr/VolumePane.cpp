@@ -1,6 +1,7 @@
 #include "viewer/mpr/VolumePane.h"
 
 #include "base/qt/QtText.h"
+#include "base/widgets/Availability.h"
 #include "imaging/rendering/VolumeView.h"
 #include "resources/Resources.h"
 #include "viewer/tools/ViewTool.h"
@@ -20,6 +21,7 @@ namespace zorbel {
 VolumePane::VolumePane(QObject* parent) : QObject(parent) {
     view_ = new imaging::VolumeView;
     view_->setObjectName(QStringLiteral("volumeView"));
+    view_->setAccessibleName(QStringLiteral("3D view"));
     view_->setFocusPolicy(Qt::ClickFocus);
     frame_ = new ViewportFrame(QStringLiteral("3D VOLUME"), QColor(0xFF, 0xD9, 0x3D), view_);
     frame_->setObjectName(QStringLiteral("volumeViewport"));
@@ -70,7 +72,8 @@ QComboBox* VolumePane::addList(const QString& objectName, const QString& toolTip
     auto* list = new QComboBox;
     list->setObjectName(objectName);
     list->setToolTip(toolTip);
-    list->setFocusPolicy(Qt::ClickFocus);
+    list->setFocusPolicy(Qt::StrongFocus);
+    list->setAccessibleName(toolTip);
     list->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     list->setMinimumWidth(54); // gives way, so that the 3D view asks for no more room than a plane
     frame_->addToBar(list);
@@ -83,7 +86,8 @@ QToolButton* VolumePane::addButton(const QString& icon, const QString& objectNam
     button->setIcon(toolIcon(icon));
     button->setIconSize(QSize(16, 16));
     button->setToolTip(toolTip);
-    button->setFocusPolicy(Qt::NoFocus);
+    button->setFocusPolicy(Qt::TabFocus); // a click must not take the arrow keys away from the viewports
+    button->setAccessibleName(toolTip);
     frame_->addToBar(button);
     return button;
 }
@@ -120,7 +124,7 @@ void VolumePane::show() {
     blends_->setCurrentIndex(static_cast<int>(display_.blendMode()));
     enabled_->setChecked(display_.isEnabled());
     for (QWidget* control : std::initializer_list<QWidget*>{presets_, blends_, enabled_})
-        control->setEnabled(hasVolume);
+        setAvailable(*control, hasVolume, QStringLiteral("No volume is shown."));
 }
 
 void VolumePane::fitToView() {

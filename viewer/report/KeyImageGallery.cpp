@@ -1,5 +1,6 @@
 #include "viewer/report/KeyImageGallery.h"
 
+#include "base/widgets/Availability.h"
 #include "viewer/report/PictureView.h"
 #include "viewer/session/ReadingSession.h"
 #include "viewer/widgets/PlainToolTip.h"
@@ -123,6 +124,7 @@ QWidget* KeyImageGallery::buildList() {
     hint->setWordWrap(true);
     list_ = new QListWidget;
     list_->setObjectName(QStringLiteral("keyImageList"));
+    list_->setAccessibleName(QStringLiteral("Key images"));
     list_->setIconSize(thumbnailSize);
     list_->setWordWrap(true);
     list_->setTextElideMode(Qt::ElideRight);
@@ -348,10 +350,11 @@ void KeyImageGallery::showCurrent() {
     const std::string name = currentName();
     const KeyImage* image = find(name);
     const int row = list_->currentRow();
-    up_->setEnabled(row > 0);
-    down_->setEnabled(row >= 0 && row + 1 < list_->count());
-    remove_->setEnabled(image != nullptr);
-    caption_->setEnabled(image != nullptr);
+    const QString none = QStringLiteral("Select a key image first.");
+    setAvailable(*up_, row > 0, image ? QStringLiteral("It is the first.") : none);
+    setAvailable(*down_, image && row + 1 < list_->count(), image ? QStringLiteral("It is the last.") : none);
+    setAvailable(*remove_, image != nullptr, none);
+    setAvailable(*caption_, image != nullptr, none);
     if (name == viewed_) {
         if (image && !caption_->hasFocus())
             caption_->setText(QString::fromStdString(image->caption));

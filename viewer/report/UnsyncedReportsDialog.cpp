@@ -1,5 +1,6 @@
 #include "viewer/report/UnsyncedReportsDialog.h"
 
+#include "base/widgets/Availability.h"
 #include "viewer/widgets/PlainToolTip.h"
 
 #include <QHBoxLayout>
@@ -37,6 +38,7 @@ UnsyncedReportsDialog::UnsyncedReportsDialog(std::vector<UnsyncedReportRow> rows
     text->setWordWrap(true);
     table_ = new QTableWidget(0, columnCount);
     table_->setObjectName(QStringLiteral("unsyncedReportsTable"));
+    table_->setAccessibleName(QStringLiteral("Reports that are not synced"));
     table_->setHorizontalHeaderLabels(
         {QStringLiteral("Study"), QStringLiteral("Last saved here"), QStringLiteral("State"),
          QStringLiteral("Folder")});
@@ -108,8 +110,11 @@ void UnsyncedReportsDialog::showRow(int index) {
 
 void UnsyncedReportsDialog::enableButtons() {
     const UnsyncedReportRow* row = selected();
-    sync_->setEnabled(row && !row->isBusy && !row->isDone);
-    open_->setEnabled(row && !row->isBusy && !row->isDone);
+    const QString reason = !row          ? QStringLiteral("Select a report first.")
+                           : row->isBusy ? QStringLiteral("The report is being synced.")
+                                         : QStringLiteral("Nothing is left to be done for this report.");
+    for (QPushButton* button : {sync_, open_})
+        setAvailable(*button, row && !row->isBusy && !row->isDone, reason);
     const bool allDone =
         std::all_of(rows_.begin(), rows_.end(), [](const UnsyncedReportRow& other) { return other.isDone; });
     later_->setText(allDone ? QStringLiteral("Close") : QStringLiteral("Later"));

@@ -1,5 +1,6 @@
 #include "viewer/report/WordTemplateDialog.h"
 
+#include "base/widgets/Availability.h"
 #include "viewer/reading/study/ReportContents.h"
 #include "viewer/widgets/PlainToolTip.h"
 
@@ -40,6 +41,7 @@ WordTemplateDialog::WordTemplateDialog(
     resize(620, 460);
     list_ = new QListWidget;
     list_->setObjectName(QStringLiteral("wordTemplateList"));
+    list_->setAccessibleName(QStringLiteral("Templates"));
     list_->setItemDelegate(new EntryDelegate(list_));
     list_->setTextElideMode(Qt::ElideRight);
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -52,13 +54,14 @@ WordTemplateDialog::WordTemplateDialog(
     label->setBuddy(list_);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true);
-    buttons->button(QDialogButtonBox::Ok)->setEnabled(selectedRow() >= 0);
+    const auto enableOk = [this, ok = buttons->button(QDialogButtonBox::Ok)] {
+        setAvailable(*ok, selectedRow() >= 0, QStringLiteral("Select a template first."));
+    };
+    enableOk();
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(list_, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
-    connect(list_, &QListWidget::itemSelectionChanged, this, [this, buttons] {
-        buttons->button(QDialogButtonBox::Ok)->setEnabled(selectedRow() >= 0);
-    });
+    connect(list_, &QListWidget::itemSelectionChanged, this, enableOk);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 18, 20, 16);
     layout->setSpacing(10);

@@ -58,6 +58,7 @@ StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, 
     refresh_->setObjectName(QStringLiteral("refreshStudies"));
     search_ = new QLineEdit;
     search_->setObjectName(QStringLiteral("studySearch"));
+    search_->setAccessibleName(QStringLiteral("Search studies"));
     search_->setPlaceholderText(QStringLiteral("Search patient, modality or date…"));
     search_->setClearButtonEnabled(true);
     searchDelay_ = new QTimer(this);
@@ -74,6 +75,7 @@ StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, 
 
     list_ = new QListWidget;
     list_->setObjectName(QStringLiteral("studyList"));
+    list_->setAccessibleName(QStringLiteral("Studies"));
     list_->setUniformItemSizes(true);
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list_->setTextElideMode(Qt::ElideRight);

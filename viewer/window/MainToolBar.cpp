@@ -1,5 +1,6 @@
 #include "viewer/window/MainToolBar.h"
 
+#include "base/widgets/Availability.h"
 #include "resources/Resources.h"
 #include "viewer/widgets/ElidedLabel.h"
 
@@ -61,7 +62,7 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
     retry_ = addButton(
         QStringLiteral("retry"), QStringLiteral("Retry from PACS"),
         QStringLiteral("Retry loading the current study through the secure Zorbel gateway."));
-    retry_->setEnabled(false);
+    setRetryAvailable(false, false);
     report_ = addButton(
         QStringLiteral("word"), QStringLiteral("Report in Word"),
         QStringLiteral("Open a local editable Word report. Every Word Save creates an immutable Zorbel "
@@ -110,12 +111,15 @@ void MainToolBar::resizeEvent(QResizeEvent* event) {
             button->setToolButtonStyle(fits ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
 }
 
-void MainToolBar::setRetryEnabled(bool enabled) {
-    retry_->setEnabled(enabled);
+void MainToolBar::setRetryAvailable(bool studyKnown, bool loading) {
+    setAvailable(
+        *retry_, studyKnown && !loading,
+        loading ? QStringLiteral("A study is being loaded.")
+                : QStringLiteral("No study has been opened yet."));
 }
 
-void MainToolBar::setReportEnabled(bool enabled) {
-    report_->setEnabled(enabled);
+void MainToolBar::setReportPreparing(bool preparing) {
+    setAvailable(*report_, !preparing, QStringLiteral("The report is being prepared."));
 }
 
 } // namespace zorbel

@@ -20,8 +20,8 @@ public:
     /// apiBaseUrl: the service that vouches for the profile.
     MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, QWidget* parent = nullptr);
 
-    void setRetryEnabled(bool enabled);
-    void setReportEnabled(bool enabled);
+    void setRetryAvailable(bool studyKnown, bool loading);
+    void setReportPreparing(bool preparing);
 
 Q_SIGNALS:
     void studiesToggled(bool shown);

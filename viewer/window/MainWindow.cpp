@@ -13,6 +13,7 @@
 #include "viewer/studies/ImageKinds.h"
 #include "viewer/studies/StudyBrowserWidget.h"
 #include "viewer/widgets/ElidedLabel.h"
+#include "viewer/window/FocusKeys.h"
 #include "viewer/window/MainToolBar.h"
 #include "viewer/window/SeriesSelectionDialog.h"
 #include "viewer/window/ShortcutSheet.h"
@@ -167,7 +168,7 @@ void MainWindow::connectLoading() {
     connect(loader_, &StudyLoadController::loadingChanged, this, [this](bool loading) {
         busy_->setVisible(loading);
         status_->setBusy(loading);
-        toolBar_->setRetryEnabled(!loading && loader_->currentStudy().has_value());
+        toolBar_->setRetryAvailable(loader_->currentStudy().has_value(), loading);
         if (!loading) {
             workspace_->loadingOverlay().hide();
             QTimer::singleShot(0, this, &MainWindow::offerRecovery); // after the load's own outcome
@@ -191,6 +192,7 @@ void MainWindow::connectLoading() {
 }
 
 void MainWindow::bindShortcuts() {
+    new FocusKeys(this);
     for (const ShortcutBinding& binding : ShortcutTable::bindings()) {
         auto* shortcut = new QShortcut(QKeySequence(qtText(binding.key), QKeySequence::PortableText), this);
         // A key held down goes on with what has steps; anything else would flicker to and fro.
@@ -280,9 +282,7 @@ void MainWindow::connectReports(WordReportOptions options) {
     reports_ = new WordReportController(client_, *reading_, workspace_->header(), std::move(options), this);
     connect(toolBar_, &MainToolBar::reportRequested, reports_, &WordReportController::begin);
     connect(reports_, &WordReportController::statusText, status_, &StatusLine::say);
-    connect(reports_, &WordReportController::preparingChanged, toolBar_, [this](bool preparing) {
-        toolBar_->setReportEnabled(!preparing);
-    });
+    connect(reports_, &WordReportController::preparingChanged, toolBar_, &MainToolBar::setReportPreparing);
     connect(reports_, &WordReportController::keyImagesRequested, this, &MainWindow::showKeyImages);
     connect(
         reports_, &WordReportController::unsyncedChanged, this, [this](const QString& text, bool ofThisRun) {

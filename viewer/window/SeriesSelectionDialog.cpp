@@ -1,5 +1,6 @@
 #include "viewer/window/SeriesSelectionDialog.h"
 
+#include "base/widgets/Availability.h"
 #include "viewer/widgets/PlainToolTip.h"
 
 #include <QDialogButtonBox>
@@ -48,6 +49,7 @@ SeriesSelectionDialog::SeriesSelectionDialog(
                               QStringLiteral("Instances"),   QStringLiteral("Series Instance UID")};
     table_ = new QTableWidget(static_cast<int>(series.size()), static_cast<int>(columns.size()));
     table_->setObjectName(QStringLiteral("seriesTable"));
+    table_->setAccessibleName(QStringLiteral("Series of the study"));
     table_->setHorizontalHeaderLabels(columns);
     table_->verticalHeader()->hide();
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -71,7 +73,9 @@ SeriesSelectionDialog::SeriesSelectionDialog(
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(table_, &QTableWidget::cellDoubleClicked, this, &QDialog::accept);
     connect(table_, &QTableWidget::itemSelectionChanged, this, [this, buttons] {
-        buttons->button(QDialogButtonBox::Ok)->setEnabled(selectedRow() >= 0);
+        setAvailable(
+            *buttons->button(QDialogButtonBox::Ok), selectedRow() >= 0,
+            QStringLiteral("Select a series first."));
     });
 
     auto* layout = new QVBoxLayout(this);

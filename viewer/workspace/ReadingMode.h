@@ -27,7 +27,8 @@ struct ModeControls {
     /// That make sense in it now.
     std::set<Tool> tools;
     std::set<ReadingAction> actions;
-    int markedPlane = -1; ///< of the rail's planes
+    QString notHere = QStringLiteral("Open a study first."); ///< why the others make none
+    int markedPlane = -1;                                    ///< of the rail's planes
     bool linesShown = true;
     bool inverted = false;
     SlabModel slab;

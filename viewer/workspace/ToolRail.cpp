@@ -1,6 +1,7 @@
 #include "viewer/workspace/ToolRail.h"
 
 #include "base/qt/QtText.h"
+#include "base/widgets/Availability.h"
 #include "resources/Resources.h"
 #include "viewer/reading/display/SlabModel.h"
 
@@ -24,6 +25,7 @@ ToolRail::ToolRail(QWidget* parent) : QScrollArea(parent) {
     setObjectName(QStringLiteral("viewerToolRailContent"));
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFocusPolicy(Qt::NoFocus);
     setFixedWidth(2 * entryWidth + 36); // room for the scroll bar of a low window
 
     auto* content = new QWidget;
@@ -103,7 +105,8 @@ void ToolRail::buildNavigation() {
     slabCount_->setToolTip(QStringLiteral("Odd number of slices combined around the current plane"));
     for (QWidget* box : {static_cast<QWidget*>(slabMode_), static_cast<QWidget*>(slabCount_)}) {
         box->setFixedSize(entryWidth, 26);
-        box->setFocusPolicy(Qt::ClickFocus);
+        box->setFocusPolicy(Qt::StrongFocus);
+        box->setAccessibleName(box->toolTip());
         place(box);
     }
     slabText_ = new QLabel;
@@ -313,9 +316,9 @@ void ToolRail::setSlab(const SlabModel& slab) {
 
 void ToolRail::showControls(const ModeControls& controls) {
     for (const auto& [tool, button] : tools_)
-        button->setEnabled(controls.tools.count(tool) > 0);
+        setAvailable(*button, controls.tools.count(tool) > 0, controls.notHere);
     for (const auto& [control, action] : needs_)
-        control->setEnabled(controls.actions.count(action) > 0);
+        setAvailable(*control, controls.actions.count(action) > 0, controls.notHere);
     for (std::size_t index = 0; index < planes_.size(); ++index)
         planes_[index]->setChecked(static_cast<int>(index) == controls.markedPlane);
     lines_->setChecked(controls.linesShown);
