@@ -1,6 +1,7 @@
 #include "api/HttpRequest.h"
 #include "api/InstanceDownload.h"
 #include "api/SeriesStream.h"
+#include "api/ViewerSession.h"
 
 #include <QNetworkRequest>
 
@@ -32,7 +33,14 @@ void ZorbelApiClient::DownloadInstances(
     const ImageDataRoute usable = routeUnlessCancelled(cancel, [&] { return usableRoute(route, cancel); });
     ApiClientConfig limits = config_;
     limits.transferTimeoutMs = routeTimeoutMs(usable, limits.transferTimeoutMs);
-    InstanceDownload(usable, limits, sink, cancel, parallelism).run(instanceIds);
+    try {
+        InstanceDownload(usable, limits, sink, cancel, parallelism).run(instanceIds);
+    } catch (const ZorbelApiError& error) {
+        if (!isRefusedSession(usable, error))
+            throw;
+        renewedRoute(usable); // where there is one, the caller knows which instances are left
+        throw sessionEnd(error);
+    }
 }
 
 void ZorbelApiClient::DownloadInstances(
@@ -55,10 +63,12 @@ void ZorbelApiClient::StreamSeries(
                         QString::fromLatin1(QUrl::toPercentEncoding(studyInstanceUid)) +
                         QStringLiteral("/series/") +
                         QString::fromLatin1(QUrl::toPercentEncoding(seriesInstanceUid));
-    SeriesStream(expectedInstanceIds, progress, cancel, sink, config_.maximumDicomBytes)
-        .run(dicomRequest(
-            QUrl(url), R"(multipart/related; type="application/dicom"; transfer-syntax=*)", usable.token,
-            routeTimeoutMs(usable, config_.transferTimeoutMs)));
+    overSession(usable, [&](const ImageDataRoute& current) {
+        SeriesStream(expectedInstanceIds, progress, cancel, sink, config_.maximumDicomBytes)
+            .run(dicomRequest(
+                QUrl(url), R"(multipart/related; type="application/dicom"; transfer-syntax=*)", current.token,
+                routeTimeoutMs(current, config_.transferTimeoutMs)));
+    });
 }
 
 void ZorbelApiClient::StreamSeries(

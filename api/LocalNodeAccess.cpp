@@ -70,11 +70,7 @@ std::int64_t ZorbelApiClient::now() const {
 // ------------------------------------------------------------------------------------------
 
 std::vector<LocalNodeEntry> ZorbelApiClient::listLocalNodes(const CancelFlag& cancel) {
-    QString token;
-    {
-        const std::lock_guard lock(mutex_);
-        token = session_->accessToken;
-    }
+    const std::uint64_t signIn = cloudRoute().signIn;
     const QByteArray body = authenticatedRequest(
         "GET", QStringLiteral("/apps/pacs/api/desktop/local-nodes"), {}, {}, true, config_.requestTimeoutMs,
         config_.maximumResponseBytes, cancel);
@@ -87,7 +83,7 @@ std::vector<LocalNodeEntry> ZorbelApiClient::listLocalNodes(const CancelFlag& ca
     }
     const std::lock_guard lock(mutex_);
     // After a sign-out meanwhile this is another session's list.
-    if (session_->accessToken == token)
+    if (session_->signIn == signIn)
         session_->nodes = std::move(nodes);
     return entries;
 }
@@ -222,7 +218,9 @@ ImageDataRoute ZorbelApiClient::usableRoute(const ImageDataRoute& route, const C
         const LocalNodeSelection& node = session_->localNode;
         if (session_->accessToken.isEmpty() || route.signIn != session_->signIn)
             throw notAuthenticated();
-        if (!route.isLocalNode || route.expiry > present)
+        if (!route.isLocalNode)
+            return cloudRouteLocked(); // the session may have been renewed
+        if (route.expiry > present)
             return route;
         if (route.selection != node.generation)
             throw selectionChanged();
@@ -327,7 +325,7 @@ StudyRoute ZorbelApiClient::routeForStudy(const QString& studyInstanceUid, const
         nodeFailed = false;
         Logger::instance().info("LocalNode", "The study is not on the Local Node");
     } catch (const std::exception& error) {
-        if (isCancelled(cancel))
+        if (isCancelled(cancel) || isSessionEnd(error))
             throw;
         Logger::instance().warn(
             "LocalNode", "The Local Node did not serve the study", {{"reason", logReason(error)}});

@@ -51,4 +51,8 @@ ZorbelApiError notAuthenticated() {
     return ZorbelApiError("Zorbel viewer session is not authenticated", 401);
 }
 
+ZorbelApiError sessionEnd(const ZorbelApiError& refusal) {
+    return ZorbelApiError(refusal.what(), refusal.status, refusal.code, ZorbelApiError::Cause::SessionEnded);
+}
+
 } // namespace zorbel

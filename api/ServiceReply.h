@@ -19,4 +19,7 @@ ZorbelApiError::Cause causeOf(int httpStatus);
 /// The client's own refusal of a request outside a session.
 ZorbelApiError notAuthenticated();
 
+/// The service's refusal of the session, as the end of it.
+ZorbelApiError sessionEnd(const ZorbelApiError& refusal);
+
 } // namespace zorbel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "api/ServiceReply.h"
 #include "api/UserProfile.h"
 #include "api/ZorbelApiClient.h"
 
@@ -24,6 +25,12 @@ struct LocalNodeSelection {
         return !baseUrl.isEmpty() && !token.isEmpty() && sessionExpiry > now;
     }
 
+    /// What is opened from now on asks the service for a session on the node; what is under way stays.
+    void expireSession() {
+        sessionExpiry = 0;
+        retryAfter = 0;
+    }
+
     /// Back to the cloud; the choice of node stays.
     void closeSession() {
         baseUrl.clear();
@@ -37,12 +44,30 @@ struct LocalNodeSelection {
 
 struct ZorbelApiClient::ViewerSession {
     QString accessToken;
-    /// Raised by every sign-in and sign-out, so that no route of one session is used in another.
+    bool ended = false; ///< the service refused the token
+    /// Raised by every sign-in and sign-out, so that no route of one user's session is used in another's; a
+    /// session that the same user renewed goes on with the routes that it has.
     std::uint64_t signIn = 0;
     UserProfile profile;
     LocalNodeSelection localNode;
     /// The last list of the organization's nodes by id; null before there was one.
     std::shared_ptr<const QHash<QString, LocalNodeEntry>> nodes;
 };
+
+template <typename Call>
+auto ZorbelApiClient::overSession(ImageDataRoute route, const Call& call) const {
+    for (;;) {
+        try {
+            return call(route);
+        } catch (const ZorbelApiError& error) {
+            if (!isRefusedSession(route, error))
+                throw;
+            const auto renewed = renewedRoute(route);
+            if (!renewed)
+                throw sessionEnd(error);
+            route = *renewed;
+        }
+    }
+}
 
 } // namespace zorbel

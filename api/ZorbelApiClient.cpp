@@ -3,10 +3,15 @@
 #include "api/EndpointRule.h"
 #include "api/HttpRequest.h"
 #include "api/ServiceReply.h"
+#include "api/SessionEvents.h"
+#include "api/TokenExpiry.h"
 #include "api/ViewerSession.h"
+
+#include "app/log/Logger.h"
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace zorbel {
 
@@ -31,7 +36,8 @@ UserProfile readProfile(const QJsonObject& user) {
 } // namespace
 
 ZorbelApiClient::ZorbelApiClient(ApiClientConfig config)
-    : config_(std::move(config)), session_(std::make_unique<ViewerSession>()) {
+    : config_(std::move(config)), events_(std::make_unique<SessionEvents>()),
+      session_(std::make_unique<ViewerSession>()) {
     while (config_.baseUrl.endsWith(QLatin1Char('/')))
         config_.baseUrl.chop(1);
     if (!isSecureEndpoint(QUrl(config_.baseUrl)))
@@ -54,24 +60,44 @@ QByteArray ZorbelApiClient::request(
 QByteArray ZorbelApiClient::authenticatedRequest(
     const QByteArray& method, const QString& path, const QByteArray& body, const QByteArray& contentType,
     bool requireSession, std::int32_t timeoutMs, std::uint64_t maxBytes, const CancelFlag& cancel) const {
-    QString token;
-    if (requireSession) {
+    const QUrl url(config_.baseUrl + path);
+    if (!requireSession)
+        return request(method, url, body, contentType, {}, timeoutMs, maxBytes, cancel);
+    const ImageDataRoute session = cloudRoute();
+    if (session.token.isEmpty())
+        throw notAuthenticated();
+    return overSession(session, [&](const ImageDataRoute& route) {
+        return request(method, url, body, contentType, route.token, timeoutMs, maxBytes, cancel);
+    });
+}
+
+bool ZorbelApiClient::isRefusedSession(const ImageDataRoute& route, const ZorbelApiError& error) {
+    return error.status == 401 && !route.isLocalNode && !route.token.isEmpty();
+}
+
+std::optional<ImageDataRoute> ZorbelApiClient::renewedRoute(const ImageDataRoute& refused) const {
+    {
         const std::lock_guard lock(mutex_);
-        token = session_->accessToken;
-        if (token.isEmpty())
-            throw notAuthenticated();
+        if (session_->signIn != refused.signIn)
+            return std::nullopt; // of a session that was left
+        if (session_->accessToken != refused.token)
+            return cloudRouteLocked();
+        if (std::exchange(session_->ended, true))
+            return std::nullopt;
     }
-    return request(
-        method, QUrl(config_.baseUrl + path), body, contentType, token, timeoutMs, maxBytes, cancel);
+    Logger::instance().info("Session", "The service ended the session");
+    Q_EMIT events_->ended();
+    return std::nullopt;
 }
 
 QByteArray ZorbelApiClient::proxyGet(
     const ImageDataRoute& route, const QString& path, std::int32_t timeoutMs, std::uint64_t maxBytes,
     const CancelFlag& cancel) const {
-    const ImageDataRoute usable = usableRoute(route, cancel);
-    return request(
-        "GET", QUrl(usable.baseUrl + usable.prefix + path), {}, {}, usable.token,
-        routeTimeoutMs(usable, timeoutMs), maxBytes, cancel);
+    return overSession(usableRoute(route, cancel), [&](const ImageDataRoute& usable) {
+        return request(
+            "GET", QUrl(usable.baseUrl + usable.prefix + path), {}, {}, usable.token,
+            routeTimeoutMs(usable, timeoutMs), maxBytes, cancel);
+    });
 }
 
 QByteArray ZorbelApiClient::proxyGet(
@@ -106,6 +132,7 @@ ZorbelApiClient::signIn(const QString& email, const QString& password, const Can
         {
             const std::lock_guard lock(mutex_);
             session_->accessToken = token;
+            session_->ended = false;
             ++session_->signIn;
             session_->profile = profile;
             session_->localNode.closeSession();
@@ -145,6 +172,7 @@ UserProfile ZorbelApiClient::validateSession(const CancelFlag& cancel) const {
 void ZorbelApiClient::signOut() {
     const std::lock_guard lock(mutex_);
     session_->accessToken.clear();
+    session_->ended = false;
     ++session_->signIn;
     session_->profile = {};
     session_->localNode.nodeId.clear();
@@ -160,6 +188,35 @@ bool ZorbelApiClient::isSignedIn() const {
 UserProfile ZorbelApiClient::profile() const {
     const std::lock_guard lock(mutex_);
     return session_->profile;
+}
+
+bool ZorbelApiClient::hasSessionEnded() const {
+    const std::lock_guard lock(mutex_);
+    return session_->ended;
+}
+
+bool ZorbelApiClient::adoptSession(const ZorbelApiClient& other) {
+    QString token;
+    UserProfile profile;
+    {
+        const std::lock_guard lock(other.mutex_);
+        token = other.session_->accessToken;
+        profile = other.session_->profile;
+    }
+    const std::lock_guard lock(mutex_);
+    const UserProfile& own = session_->profile;
+    if (token.isEmpty() || session_->accessToken.isEmpty() || config_.baseUrl != other.config_.baseUrl ||
+        profile.id != own.id || profile.organizationId != own.organizationId)
+        return false;
+    session_->accessToken = token;
+    session_->ended = false;
+    session_->profile = profile;
+    session_->localNode.expireSession();
+    return true;
+}
+
+std::optional<std::int64_t> ZorbelApiClient::sessionExpiry() const {
+    return tokenExpiry(cloudRoute().token);
 }
 
 bool ZorbelApiClient::sendViewerAudit(

@@ -23,6 +23,8 @@
 
 namespace zorbel {
 
+class SessionEvents;
+
 /// Where a study's images may come from. The values are stored in settings.
 enum class SourceKind { Automatic = 0, CloudOnly = 1, LocalNodeRequired = 2 };
 
@@ -47,6 +49,17 @@ public:
     void signOut();
     bool isSignedIn() const;
     UserProfile profile() const;
+    /// The service refused the session's token. The session stays as it is until it is renewed.
+    bool hasSessionEnded() const;
+    SessionEvents& sessionEvents() const { return *events_; }
+    /// Goes on with the session that the same user opened with another client, whatever was chosen and begun
+    /// before. False, and nothing changes, where that is another user's or organization's, or either client
+    /// is signed out.
+    bool adoptSession(const ZorbelApiClient& other);
+    /// When the session's token says that it ends, seconds since the Unix epoch.
+    std::optional<std::int64_t> sessionExpiry() const;
+    /// Seconds since the Unix epoch, by the configuration's clock.
+    std::int64_t now() const;
     /// "Zorbel Cloud" or "Local Node": where requests that name no route go.
     QString sourceLabel() const;
     /// True on success, false on any failure; never throws.
@@ -171,7 +184,14 @@ private:
     ImageDataRoute nodeRoute() const;
     ImageDataRoute cloudRouteLocked() const;
 
-    std::int64_t now() const;
+    /// Runs call(route), and again where the service refused a token that the session has replaced meanwhile.
+    /// An end of the session is told and thrown as such.
+    template <typename Call>
+    auto overSession(ImageDataRoute route, const Call& call) const;
+    static bool isRefusedSession(const ImageDataRoute& route, const ZorbelApiError& error);
+    /// The route with the token that took the place of the refused one; without one the session has ended.
+    std::optional<ImageDataRoute> renewedRoute(const ImageDataRoute& refused) const;
+
     NodeOpening
     openNode(const QString& nodeId, const QString& organizationId, const CancelFlag& cancel) const;
     ImageDataRoute renewLocalNodeSession(const CancelFlag& cancel) const;
@@ -182,6 +202,7 @@ private:
     void giveUpNode(std::uint64_t generation);
 
     ApiClientConfig config_;
+    const std::unique_ptr<SessionEvents> events_;
     mutable std::mutex mutex_;
     std::unique_ptr<ViewerSession> session_; ///< guarded by mutex_
 };

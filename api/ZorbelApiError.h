@@ -11,8 +11,9 @@ class ZorbelApiError : public std::runtime_error {
 public:
     enum class Cause {
         Other,
-        NoAnswer,   ///< nobody answered in time, or the connection broke
-        SafetyLimit ///< more data than this workstation takes
+        NoAnswer,    ///< nobody answered in time, or the connection broke
+        SafetyLimit, ///< more data than this workstation takes
+        SessionEnded ///< the service does not know the session any more
     };
 
     explicit ZorbelApiError(
@@ -27,6 +28,8 @@ public:
     }
     /// Whether the service refused the user.
     bool isRefusal() const { return status == 401 || status == 403; }
+    /// Whether signing in again helps.
+    bool isSessionEnd() const { return cause == Cause::SessionEnded; }
 
     /// HTTP status; 0 when none applies; 401 also for the client's own refusal without a session.
     std::int32_t status;
@@ -34,5 +37,11 @@ public:
     std::string code;
     Cause cause;
 };
+
+/// Of whatever was thrown.
+inline bool isSessionEnd(const std::exception& error) {
+    const auto* apiError = dynamic_cast<const ZorbelApiError*>(&error);
+    return apiError && apiError->isSessionEnd();
+}
 
 } // namespace zorbel

@@ -554,5 +554,21 @@ TEST_F(LocalNode, SignOutForgetsIt) {
     expectNothingKnown();
 }
 
+TEST_F(LocalNode, IsNotToBlameForTheEndOfTheSession) {
+    useNode(SourceKind::Automatic);
+    cloudSays("local-nodes/session", 401, "{}");
+    EXPECT_TRUE(failureOf([&] { resolve(); }).isSessionEnd());
+    EXPECT_TRUE(client_->hasSessionEnded());
+    allWellAgain();
+    const auto renewed = signedIn(client_->config());
+    EXPECT_TRUE(client_->adoptSession(*renewed));
+    EXPECT_EQ(resolve(), "study-on-node") << "it was not left alone";
+
+    // What the node refuses is its own session.
+    nodeSays("viewer-proxy", 401, "{}");
+    EXPECT_FALSE(failureOf([&] { servedBy(); }).isSessionEnd());
+    EXPECT_FALSE(client_->hasSessionEnded());
+}
+
 } // namespace
 } // namespace zorbel
