@@ -296,7 +296,8 @@ private:
     /// In the automatic mode a node that does not answer is not asked again, instance by instance. What is
     /// too much for this computer is so wherever it comes from.
     void giveUpLocalNode(const ZorbelApiError& error) const {
-        if (error.cause == ZorbelApiError::Cause::SafetyLimit || !client_->abandonLocalNode(route_))
+        if (error.cause == ZorbelApiError::Cause::SafetyLimit || error.isSessionEnd() ||
+            !client_->abandonLocalNode(route_))
             return;
         Logger::instance().warn(
             component, "Local Node failed during the transfer; loading from the cloud",
@@ -386,7 +387,7 @@ SeriesListing listLoadableSeries(
             loadableSeries(*client, found.route, found.route.isLocalNode ? found.studyId : cloudId, cancel);
     } catch (const ZorbelApiError& error) {
         if (isCancelled(cancel) || error.cause == ZorbelApiError::Cause::SafetyLimit ||
-            !client->abandonLocalNode(found.route))
+            error.isSessionEnd() || !client->abandonLocalNode(found.route))
             throw;
         Logger::instance().warn(
             component, "Local Node failed; loading from the cloud", {{"reason", logReason(error)}});
@@ -433,6 +434,8 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
     } catch (const std::exception& error) {
         if (isCancelled(cancel))
             fail(Outcome::Cancelled, QStringLiteral("DICOM load cancelled"), {});
+        else if (isSessionEnd(error))
+            fail(Outcome::SessionEnded, QString::fromUtf8(error.what()), {});
         else
             fail(Outcome::Failed, QString::fromUtf8(error.what()), logReason(error));
     } catch (...) {

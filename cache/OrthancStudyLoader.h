@@ -53,7 +53,7 @@ inline QString archiveSourceLabel() {
 
 /// What a load came to. Loaded has an image; the others have a failureText for the user.
 struct OrthancImageLoadResult {
-    enum class Outcome { Loaded, Cancelled, Incomplete, Failed };
+    enum class Outcome { Loaded, Cancelled, Incomplete, SessionEnded, Failed };
 
     Outcome outcome = Outcome::Failed;
     ImageSource source = ImageSource::Service;

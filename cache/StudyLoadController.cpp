@@ -6,6 +6,8 @@
 #include "base/qt/BackgroundTask.h"
 #include "cache/SeriesSuggestion.h"
 
+#include <QPointer>
+
 #include <utility>
 
 namespace zorbel {
@@ -13,6 +15,8 @@ namespace zorbel {
 namespace {
 
 constexpr char component[] = "MainWindow";
+
+const QString sessionEndedText = QStringLiteral("Your session has ended.");
 
 QString sourceDetail(const QString& sourceLabel) {
     return QStringLiteral("Securely downloading this series from %1").arg(sourceLabel);
@@ -33,6 +37,7 @@ struct StudyLoadController::ListingResult {
     QString failureText; ///< empty on success
     /// The study's copy on this computer, where the service failed without being out of order.
     std::optional<SeriesListing> localCopy{};
+    bool sessionEnded = false;
 };
 
 StudyLoadController::StudyLoadController(
@@ -207,7 +212,7 @@ StudyLoadController::ListingResult StudyLoadController::listSeries(
     const StudyIdentity& study, const CancelFlag& cancel, const CancelFlag& patience) {
     ListingResult result;
     bool outage = false;
-    bool refused = false;
+    bool refused = false; // the user, whom this computer's copies are then not for
     try {
         result.listing = listLoadableSeries(client, study, patience);
         if (!result.listing.series.empty())
@@ -219,7 +224,8 @@ StudyLoadController::ListingResult StudyLoadController::listSeries(
         result.failureText = QString::fromUtf8(error.what());
         const auto* apiError = dynamic_cast<const ZorbelApiError*>(&error);
         outage = isCancelled(patience) || (apiError && apiError->isOutage());
-        refused = apiError && apiError->isRefusal();
+        result.sessionEnded = isSessionEnd(error);
+        refused = apiError && apiError->isRefusal() && !result.sessionEnded;
     } catch (...) {
         result.failureText = QStringLiteral("Unknown exception while loading the Orthanc series list");
     }
@@ -243,12 +249,19 @@ void StudyLoadController::onSeriesListed(const Load& load, const ListingResult& 
         return;
     }
     overdue_.stop();
+    if (result.sessionEnded) {
+        waitForSession(
+            [this] { startOrthancFallbackLoad(); },
+            [this, copy = result.localCopy] {
+                if (copy)
+                    offerCopy(*copy, sessionEndedText);
+                else
+                    stopWithoutSession();
+            });
+        return;
+    }
     if (result.localCopy) {
-        offeredCopy_ = result.localCopy;
-        offersFailure_ = result.failureText;
-        StudyLoadFailure failure = studyLoadFailure(result.failureText);
-        failure.text += QStringLiteral("\n\nA copy of this study is kept on this computer. Open the copy?");
-        Q_EMIT localCopyOffered(load.ticket, failure);
+        offerCopy(*result.localCopy, result.failureText);
         return;
     }
     if (!result.failureText.isEmpty()) {
@@ -259,6 +272,37 @@ void StudyLoadController::onSeriesListed(const Load& load, const ListingResult& 
         notice_ =
             QStringLiteral("The imaging service does not answer. This is the copy kept on this computer.");
     useListing(result.listing);
+}
+
+void StudyLoadController::waitForSession(
+    const std::function<void()>& again, const std::function<void()>& without) {
+    if (!options_.renewSession) {
+        without();
+        return;
+    }
+    Q_EMIT stageChanged({sessionEndedText, QStringLiteral("The study loads when you have signed in again.")});
+    Q_EMIT statusChanged(sessionEndedText);
+    options_.renewSession([controller = QPointer(this), load = load_, again, without](bool renewed) {
+        if (!controller || !controller->guard_.isCurrent(load.ticket))
+            return;
+        const CorrelationId::Scope scope(load.correlationId);
+        renewed ? again() : without();
+    });
+}
+
+void StudyLoadController::stopWithoutSession() {
+    guard_.take();
+    end();
+    Q_EMIT loadCancelled(
+        QStringLiteral("Load stopped — %1 Sign in again to load this study.").arg(sessionEndedText));
+}
+
+void StudyLoadController::offerCopy(const SeriesListing& copy, const QString& reason) {
+    offeredCopy_ = copy;
+    offersFailure_ = reason;
+    StudyLoadFailure failure = studyLoadFailure(reason);
+    failure.text += QStringLiteral("\n\nA copy of this study is kept on this computer. Open the copy?");
+    Q_EMIT localCopyOffered(load_.ticket, failure);
 }
 
 void StudyLoadController::answerLocalCopyOffer(StudyLoadGuard::Ticket question, bool open) {
@@ -327,7 +371,13 @@ void StudyLoadController::startSeriesLoad(const OrthancSeriesSummary& series) {
             const CorrelationId::Scope taskScope(correlation);
             return LoadStudyFromOrthanc(client, request, *workspace, cancel, report);
         },
-        [this, load = load_](const OrthancImageLoadResult& result) { onStudyLoaded(load, result); });
+        [this, load = load_, series](const OrthancImageLoadResult& result) {
+            if (result.outcome == OrthancImageLoadResult::Outcome::SessionEnded &&
+                guard_.isCurrent(load.ticket))
+                waitForSession([this, series] { startSeriesLoad(series); }, [this] { stopWithoutSession(); });
+            else
+                onStudyLoaded(load, result);
+        });
 }
 
 void StudyLoadController::onProgress(StudyLoadGuard::Ticket ticket, const LoadProgress& progress) {
@@ -399,6 +449,7 @@ void StudyLoadController::onStudyLoaded(const Load& load, const OrthancImageLoad
         end();
         Q_EMIT loadCancelled(result.failureText);
         return;
+    case OrthancImageLoadResult::Outcome::SessionEnded: // of a load that is current no more
     case OrthancImageLoadResult::Outcome::Failed:
         fail(result.failureText);
         return;

@@ -11,6 +11,7 @@
 #include <QThreadPool>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -86,7 +87,7 @@ Q_SIGNALS:
     /// The image is here: show it, then its status texts.
     void imageReady(const zorbel::OrthancImageLoadResult& result);
     void loadFailed(const zorbel::StudyLoadFailure& failure);
-    /// The user cancelled, or gave up the series choice; `status` says so.
+    /// The user cancelled, gave up the series choice, or did not sign in again; `status` says so.
     void loadCancelled(const QString& status);
 
 private:
@@ -115,6 +116,11 @@ private:
     void onSeriesListed(const Load& load, const ListingResult& result);
     void useListing(const SeriesListing& listing);
     void startSeriesLoad(const OrthancSeriesSummary& series);
+    /// The session has ended: the load waits for the user to sign in again and goes on with `again`, or with
+    /// `without` it.
+    void waitForSession(const std::function<void()>& again, const std::function<void()>& without);
+    void stopWithoutSession();
+    void offerCopy(const SeriesListing& copy, const QString& reason);
     void archive(const Load& load, const OrthancImageLoadResult& result);
     void onProgress(StudyLoadGuard::Ticket ticket, const LoadProgress& progress);
     void onStudyLoaded(const Load& load, const OrthancImageLoadResult& result);

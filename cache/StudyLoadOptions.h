@@ -1,5 +1,6 @@
 #pragma once
 
+#include "api/SessionRequest.h"
 #include "cache/storage/ViewerStorage.h"
 
 #include <chrono>
@@ -17,6 +18,9 @@ struct StudyLoadOptions {
     std::filesystem::path manifestSchema;
     /// How long the service may take to name a study that this computer holds, or to list its series.
     std::chrono::milliseconds archivePatience{5000};
+    /// A load that met the end of the session goes on where it was when this was answered; without it, it
+    /// ends.
+    SessionRequest renewSession{};
 };
 
 } // namespace zorbel
