@@ -18,6 +18,7 @@
 #include <QVBoxLayout>
 #include <QtConcurrent>
 
+#include <algorithm>
 #include <utility>
 
 namespace zorbel {
@@ -26,6 +27,8 @@ namespace {
 
 const QString submitText = QStringLiteral("Sign in securely");
 
+constexpr QSize fullSize(520, 650);
+constexpr QSize sizeAgain(520, 460); ///< without an error
 constexpr QSize logoBounds(320, 64);
 constexpr int contentWidth = 520 - 2 * 56;
 constexpr int tallestError = 114;
@@ -45,6 +48,9 @@ const QString dialogStyle = QStringLiteral(R"(
 #loginSubmit:pressed { background:#001F42; border-color:#001F42; }
 #loginSubmit:focus { border-color:#7DB4E6; }
 #loginSubmit:disabled { background:#64748B; border-color:#64748B; color:#F8FAFC; }
+#loginNotNow { background:transparent; color:#334155; border:1px solid transparent; border-radius:8px; font-size:14px; }
+#loginNotNow:hover { background:#E2E8F0; }
+#loginNotNow:focus { border-color:#7DB4E6; }
 #loginErrorArea { background:transparent; border:0; }
 #loginErrorArea QScrollBar:vertical { background:transparent; border:0; width:10px; margin:2px 0 2px 4px; }
 #loginErrorArea QScrollBar::handle:vertical { background:#FDA29B; border-radius:3px; min-height:24px; }
@@ -107,19 +113,32 @@ struct LoginDialog::Verification {
 };
 
 LoginDialog::LoginDialog(std::shared_ptr<ZorbelApiClient> client, QWidget* parent)
-    : QDialog(parent), client_(std::move(client)) {
+    : LoginDialog(std::move(client), static_cast<const EndedSession*>(nullptr), parent) {}
+
+LoginDialog::LoginDialog(std::shared_ptr<ZorbelApiClient> client, const EndedSession& ended, QWidget* parent)
+    : LoginDialog(std::move(client), &ended, parent) {}
+
+LoginDialog::LoginDialog(std::shared_ptr<ZorbelApiClient> client, const EndedSession* ended, QWidget* parent)
+    : QDialog(parent), client_(std::move(client)), again_(ended) {
     setObjectName(QStringLiteral("zorbelLoginDialog"));
     setWindowTitle(QStringLiteral("Sign in to Zorbel Diagnostic Viewer"));
     setModal(true);
-    setFixedSize(520, 650);
+    setFixedSize(again_ ? sizeAgain : fullSize);
     setStyleSheet(dialogStyle);
 
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(56, 44, 56, 44);
+    const int margin = again_ ? 30 : 44;
+    column->setContentsMargins(56, margin, 56, margin);
     column->setSpacing(0);
     addHeading(column);
     addFields(column);
     addSubmit(column);
+    if (again_)
+        addNotNow(column);
+    column->addStretch();
+    addConnection(column);
+    if (ended)
+        email_->setText(ended->email);
 
     connect(button_, &QPushButton::clicked, this, &LoginDialog::submit);
     connect(&watcher_, &QFutureWatcherBase::finished, this, &LoginDialog::showOutcome);
@@ -131,20 +150,23 @@ LoginDialog::~LoginDialog() {
 }
 
 void LoginDialog::addHeading(QVBoxLayout* column) {
-    column->addWidget(createLogo(), 0, Qt::AlignHCenter);
-    column->addSpacing(30);
+    if (!again_) {
+        column->addWidget(createLogo(), 0, Qt::AlignHCenter);
+        column->addSpacing(30);
+    }
     auto* title = styledLabel(
-        QStringLiteral("Diagnostic Viewer"),
+        again_ ? QStringLiteral("Sign in again") : QStringLiteral("Diagnostic Viewer"),
         QStringLiteral("color:#002B5B;font-size:28px;font-weight:700;background:transparent;"));
     title->setAlignment(Qt::AlignCenter);
     column->addWidget(title);
     auto* subtitle = styledLabel(
-        QStringLiteral("Secure access to your organization's imaging studies"),
+        again_ ? QStringLiteral("Your session has ended. Sign in again to go on where you were.")
+               : QStringLiteral("Secure access to your organization's imaging studies"),
         QStringLiteral("color:#64748B;font-size:13px;background:transparent;margin-top:4px;"));
     subtitle->setAlignment(Qt::AlignCenter);
     subtitle->setWordWrap(true);
     column->addWidget(subtitle);
-    column->addSpacing(34);
+    column->addSpacing(again_ ? 22 : 34);
 }
 
 QLineEdit* LoginDialog::addField(QVBoxLayout* column, const QString& caption, const QString& objectName) {
@@ -201,8 +223,20 @@ void LoginDialog::addSubmit(QVBoxLayout* column) {
     button_->setCursor(Qt::PointingHandCursor);
     button_->setDefault(true);
     column->addWidget(button_);
-    column->addStretch();
+}
 
+void LoginDialog::addNotNow(QVBoxLayout* column) {
+    auto* notNow = new QPushButton(QStringLiteral("Not now"));
+    notNow->setObjectName(QStringLiteral("loginNotNow"));
+    notNow->setMinimumHeight(38);
+    notNow->setAutoDefault(false);
+    notNow->setToolTip(QStringLiteral("Go on without the imaging service. What you record stays safe."));
+    connect(notNow, &QPushButton::clicked, this, &QDialog::reject);
+    column->addSpacing(8);
+    column->addWidget(notNow);
+}
+
+void LoginDialog::addConnection(QVBoxLayout* column) {
     auto* dot = styledLabel(QStringLiteral("●"), QStringLiteral("color:#059669;background:transparent;"));
     auto* connection =
         styledLabel({}, QStringLiteral("color:#64748B;font-size:11px;background:transparent;"));
@@ -223,15 +257,16 @@ void LoginDialog::addSubmit(QVBoxLayout* column) {
 void LoginDialog::showError(const QString& message) {
     error_->setText(breakable(message));
     const bool shown = !message.isEmpty();
+    int height = 0;
     if (shown) {
         error_->ensurePolished();
-        int height = error_->heightForWidth(contentWidth);
-        if (height > tallestError)
-            height = tallestError;
+        height = std::min(error_->heightForWidth(contentWidth), tallestError);
         errorArea_->setFixedHeight(height);
         errorArea_->verticalScrollBar()->setValue(0);
     }
     errorArea_->setVisible(shown);
+    if (again_)
+        setFixedHeight(sizeAgain.height() + height);
 }
 
 void LoginDialog::setVerifying(bool verifying) {

@@ -24,7 +24,14 @@ class LoginDialog : public QDialog {
     Q_OBJECT
 
 public:
+    /// Whose session has ended while something of theirs is open.
+    struct EndedSession {
+        QString email;
+    };
+
     explicit LoginDialog(std::shared_ptr<ZorbelApiClient> client, QWidget* parent = nullptr);
+    /// For the same user again; "Not now" rejects it. client: a fresh one.
+    LoginDialog(std::shared_ptr<ZorbelApiClient> client, const EndedSession& ended, QWidget* parent);
     ~LoginDialog() override;
 
     void done(int result) override;
@@ -32,9 +39,12 @@ public:
 private:
     struct Verification;
 
+    LoginDialog(std::shared_ptr<ZorbelApiClient> client, const EndedSession* ended, QWidget* parent);
     void addHeading(QVBoxLayout* column);
     void addFields(QVBoxLayout* column);
     void addSubmit(QVBoxLayout* column);
+    void addNotNow(QVBoxLayout* column);
+    void addConnection(QVBoxLayout* column);
     QLineEdit* addField(QVBoxLayout* column, const QString& caption, const QString& objectName);
     void submit();
     void showOutcome();
@@ -44,6 +54,7 @@ private:
     void abandonVerification();
 
     std::shared_ptr<ZorbelApiClient> client_;
+    const bool again_;                           ///< over what is open
     std::shared_ptr<Verification> verification_; ///< of the sign-in under way, else null
     QFutureWatcher<LoginOutcome> watcher_;
     QLineEdit* email_ = nullptr;
