@@ -5,6 +5,7 @@
 #include "app/LinkReception.h"
 #include "app/LinkRequest.h"
 #include "app/ServiceHost.h"
+#include "app/SessionContinuation.h"
 #include "app/SessionLock.h"
 #include "app/SessionStorage.h"
 #include "app/SettingsOpening.h"
@@ -139,6 +140,7 @@ struct Surroundings {
     TelemetryEmitter telemetry{TelemetryEmitter::endpointFromEnvironment()};
     TerminationNotifier termination = watchTermination();
     std::unique_ptr<LinkInbox> links;
+    std::optional<UpdateOrigin> updates{};
 };
 
 /// Null when the endpoint is refused, which the user has then been told.
@@ -188,9 +190,10 @@ bool takeSessionLock(SessionLock& lock) {
 /// From the main window's first moment to its last; the event loop's result.
 int runMainWindow(
     const std::shared_ptr<ZorbelApiClient>& client, const MainWindowOptions& options, SettingsStore& settings,
-    SessionStorage& storage, Surroundings& surroundings, const std::optional<UpdateOrigin>& updates) {
+    SessionStorage& storage, SessionContinuation& continuation, Surroundings& surroundings) {
     MainWindow window(client, options);
-    connectSettings(window, client, settings, storage);
+    continuation.attach(window);
+    connectSettings(window, client, settings, storage, continuation.request());
     QObject::connect(&window, &MainWindow::sessionEnding, &window, [&surroundings] {
         surroundings.links.reset();
         surroundings.telemetry.record("SESSION_END");
@@ -202,20 +205,32 @@ int runMainWindow(
     window.show();
     window.activateWindow(); // the sign-in dialog had the keyboard until now
     QApplication::setQuitOnLastWindowClosed(true);
-    UpdateController* updating =
-        updates ? startUpdates(window, *updates, QString::fromLatin1(version), configFolder() / "updates")
-                : nullptr;
+    UpdateController* updates =
+        surroundings.updates
+            ? startUpdates(
+                  window, *surroundings.updates, QString::fromLatin1(version), configFolder() / "updates")
+            : nullptr;
     const int result = QApplication::exec();
-    if (updating)
-        updating->installAtEnd();
+    if (updates && !continuation.successor())
+        updates->installAtEnd();
+    QApplication::setQuitOnLastWindowClosed(false);
+    QCoreApplication::removePostedEvents(qApp, QEvent::Quit); // of this window, not of the next
     return result;
 }
 
-int runSession(
+/// What the event loop returned, and the client of another user for whom the program goes on, if any.
+struct SessionOutcome {
+    int result = 0;
+    std::shared_ptr<ZorbelApiClient> successor;
+};
+
+SessionOutcome runSession(
     const std::shared_ptr<ZorbelApiClient>& client, const std::optional<LinkRequest>& link,
-    Surroundings& surroundings, const std::optional<UpdateOrigin>& updates) {
+    Surroundings& surroundings) {
     // Taken now: the user may sign out before the window closes.
     const UserProfile profile = client->profile();
+    if (!surroundings.links)
+        surroundings.links = std::make_unique<LinkInbox>(configFolder());
     SettingsStore settings;
     settings.migrate();
     SessionStorage storage(profile, ViewerCacheSettings::read(settings));
@@ -236,18 +251,27 @@ int runSession(
     options.loading.manifestSchema =
         QFileInfo(resourcePath(QStringLiteral("contracts/volume-cache-manifest.v1.0.json")))
             .filesystemFilePath();
-    options.reports = wordReportOptions(client, profile, configFolder(), storage.policy().retentionDays);
-    const int result = runMainWindow(client, options, settings, storage, surroundings, updates);
+    SessionContinuation continuation(client);
+    options.loading.renewSession = continuation.request();
+    options.reports = wordReportOptions(profile, configFolder(), storage.policy().retentionDays);
+    options.reports.signInAgain = continuation.request();
+    const int result = runMainWindow(client, options, settings, storage, continuation, surroundings);
     if (storage.isSessionOnly()) // what is not synced stays
         takeUnsyncedReports(options.reports.root, std::chrono::hours(0));
 
     lock.end();
+    const bool isAskedToEnd = surroundings.termination && !surroundings.termination->isEnabled();
+    if (const auto successor = continuation.successor(); successor && !isAskedToEnd) {
+        storage.end();
+        Logger::instance().info(component, "The viewer goes on for another user");
+        return {result, successor};
+    }
     surroundings.telemetry.record("app.shutdown", {{"organizationId", profile.organizationId.toStdString()}});
     surroundings.telemetry.shutDown();
     storage.end();
     Logger::instance().info(component, "Zorbel Desktop Workstation exiting cleanly");
     Logger::instance().flush();
-    return result;
+    return {result, nullptr};
 }
 
 } // namespace
@@ -266,6 +290,7 @@ int runApplication(
     const bool crashReporting = installCrashReporting(crashFolder(), "ZorbelWorkstation", version);
     openLog();
     Surroundings surroundings;
+    surroundings.updates = updates;
     surroundings.telemetry.record("app.startup", {{"version", version}});
     logCrashReporting(crashReporting);
     removeLeftovers();
@@ -280,7 +305,7 @@ int runApplication(
     };
     if (link && handOverLink(configFolder(), *link))
         return endBeforeSession("The running viewer opens the link");
-    const auto client = buildClient(link, surroundings);
+    auto client = buildClient(link, surroundings);
     if (!client) {
         Logger::instance().flush();
         return 2;
@@ -288,7 +313,12 @@ int runApplication(
     surroundings.links = std::make_unique<LinkInbox>(configFolder());
     if (!signIn(client, link, surroundings))
         return endBeforeSession("Viewer sign-in cancelled");
-    return runSession(client, link, surroundings, updates);
+    SessionOutcome outcome = runSession(client, link, surroundings);
+    while (outcome.successor) {
+        client = outcome.successor;
+        outcome = runSession(client, std::nullopt, surroundings);
+    }
+    return outcome.result;
 }
 
 } // namespace zorbel

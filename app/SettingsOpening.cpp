@@ -6,13 +6,15 @@
 #include "settings/SettingsDialog.h"
 #include "viewer/window/MainWindow.h"
 
+#include <QPointer>
+
 #include <utility>
 
 namespace zorbel {
 
 void connectSettings(
     MainWindow& window, const std::shared_ptr<ZorbelApiClient>& client, SettingsStore& settings,
-    SessionStorage& storage) {
+    SessionStorage& storage, const SessionRequest& renewSession) {
     storage.setWindow(
         {.use =
              [&window, &storage](const std::filesystem::path& stateFolder, SessionStorage::Done done) {
@@ -30,9 +32,16 @@ void connectSettings(
                      [](bool) {});
              }});
     QObject::connect(
-        &window, &MainWindow::settingsRequested, &window, [&window, client, &settings, &storage] {
+        &window, &MainWindow::settingsRequested, &window,
+        [&window, client, &settings, &storage, renewSession] {
             auto* dialog = new SettingsDialog(client, settings, storage, &window);
             dialog->setAttribute(Qt::WA_DeleteOnClose);
+            QObject::connect(dialog, &SettingsDialog::sessionEnded, dialog, [dialog, renewSession] {
+                renewSession([dialog = QPointer(dialog)](bool renewed) {
+                    if (renewed && dialog)
+                        dialog->sessionRenewed();
+                });
+            });
             dialog->open();
         });
 }

@@ -4,18 +4,15 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <memory>
 
 namespace zorbel {
 
 struct UserProfile;
-class ZorbelApiClient;
 
 /// Where the signed-in user's Word reports are worked on, in a folder of their own: what is not at the
 /// service yet must outlive the session, whatever the storage's settings are. retentionDays: of the storage;
 /// 0 removes what is synced at the next opportunity.
 WordReportOptions wordReportOptions(
-    const std::shared_ptr<ZorbelApiClient>& client, const UserProfile& profile,
-    const std::filesystem::path& configFolder, std::uint32_t retentionDays);
+    const UserProfile& profile, const std::filesystem::path& configFolder, std::uint32_t retentionDays);
 
 } // namespace zorbel

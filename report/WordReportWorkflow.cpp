@@ -473,8 +473,7 @@ void WordReportWorkflow::askForSignIn(std::function<void()> then) {
         const auto waitedForIt = std::exchange(afterSignIn_, {});
         if (!signedIn)
             return;
-        for (WordReport* report : unsynced())
-            report->sync(WordReport::Telling::Once);
+        sessionRenewed();
         for (const auto& next : waitedForIt)
             next();
     });
@@ -493,6 +492,11 @@ std::unique_ptr<WordReport> WordReportWorkflow::takeWaiting(const WordReport* re
 void WordReportWorkflow::retry() {
     for (WordReport* report : unsynced())
         report->sync();
+}
+
+void WordReportWorkflow::sessionRenewed() {
+    for (WordReport* report : unsynced())
+        report->sync(WordReport::Telling::Once);
 }
 
 void WordReportWorkflow::findUnsynced() {

@@ -68,6 +68,8 @@ public:
     void reopen();
     /// Tries what is not synced now.
     void retry();
+    /// The user is signed in again: tries what is not synced.
+    void sessionRenewed();
     /// Looks for what earlier runs left; waitingChanged() tells.
     void findUnsynced();
     /// Of a waiting one.

@@ -120,7 +120,7 @@ QProgressBar::chunk { background: #18B6D9; border-radius: 3px; }
 
 QStatusBar { background: #FFFFFF; border-top: 1px solid #D8E2EC; }
 QStatusBar::item { border: 0; }
-QStatusBar QLabel#statusUnsaved, QStatusBar QLabel#statusUnsynced { color: #991B1B; background: #FEE2E2; border-radius: 6px; font-weight: 600; }
+QStatusBar QLabel#statusUnsaved, QStatusBar QLabel#statusUnsynced, QStatusBar QLabel#statusSession { color: #991B1B; background: #FEE2E2; border-radius: 6px; font-weight: 600; }
 QStatusBar QLabel#statusNotice { color: #92400E; background: #FEF3C7; border-radius: 6px; font-weight: 600; }
 QStatusBar QLabel { font-size: 12px; color: #475569; padding: 2px 8px; }
 

@@ -295,6 +295,7 @@ void SettingsDialog::showStatus(const StatusLabels& labels, const SettingsStatus
 }
 
 void SettingsDialog::connectModel() {
+    connect(model_, &SettingsModel::sessionEnded, this, &SettingsDialog::sessionEnded);
     connect(model_, &SettingsModel::sessionStatusChanged, this, [this](const auto& status) {
         showStatus(sessionStatus_, status);
     });
@@ -443,6 +444,11 @@ void SettingsDialog::warn(const SettingsWarning& warning, const std::function<vo
     box->setAttribute(Qt::WA_DeleteOnClose);
     connect(box, &QMessageBox::finished, this, then);
     box->open();
+}
+
+void SettingsDialog::sessionRenewed() {
+    model_->verify();
+    model_->refreshNodes();
 }
 
 } // namespace zorbel

@@ -31,6 +31,12 @@ public:
         std::shared_ptr<ZorbelApiClient> client, SettingsStore& store, StorageInUse& storage,
         QWidget* parent = nullptr);
 
+    /// The user is signed in again: asks the service anew what it refused.
+    void sessionRenewed();
+
+Q_SIGNALS:
+    void sessionEnded();
+
 private:
     /// A status with the reason below it.
     struct StatusLabels {

@@ -54,8 +54,9 @@ SettingsModel::~SettingsModel() {
 }
 
 SettingsStatus SettingsModel::sessionStatus() const {
-    return client_->isSignedIn() ? SettingsStatus{QStringLiteral("Session active"), StatusTone::Success}
-                                 : SettingsStatus{QStringLiteral("Session ended"), StatusTone::Failure};
+    return client_->isSignedIn() && !client_->hasSessionEnded()
+               ? SettingsStatus{QStringLiteral("Session active"), StatusTone::Success}
+               : SettingsStatus{QStringLiteral("Session ended"), StatusTone::Failure};
 }
 
 bool SettingsModel::mayEditAddress() const {
@@ -118,6 +119,7 @@ void SettingsModel::verify() {
                     ? SettingsStatus{QStringLiteral("Connected securely"), StatusTone::Success}
                     : SettingsStatus{
                           QStringLiteral("Connection verification failed"), StatusTone::Failure, failure});
+            tellSessionEnd(failure);
         });
 }
 
@@ -142,6 +144,7 @@ void SettingsModel::refreshNodes() {
                 Q_EMIT nodeListStatusChanged(
                     {QStringLiteral("Could not load organization nodes"), StatusTone::Failure,
                      listing.failure});
+                tellSessionEnd(listing.failure);
                 return;
             }
             nodes_ = listing.nodes;
@@ -180,6 +183,7 @@ void SettingsModel::connectNode(const SettingsChoice& choice) {
                     ? SettingsStatus{QStringLiteral("Connected to Zorbel Local Node"), StatusTone::Success}
                     : SettingsStatus{
                           QStringLiteral("Local Node connection failed"), StatusTone::Failure, failure});
+            tellSessionEnd(failure);
         });
 }
 
@@ -266,7 +270,13 @@ void SettingsModel::saveAddress(const SettingsChoice& choice) {
                  QStringLiteral("The viewer preference was saved, but the Local Node address could not be "
                                 "updated.\n\n%1")
                      .arg(failure)});
+            tellSessionEnd(failure);
         });
+}
+
+void SettingsModel::tellSessionEnd(const QString& failure) {
+    if (!failure.isEmpty() && client_->hasSessionEnded())
+        Q_EMIT sessionEnded();
 }
 
 void SettingsModel::finishPart(const SettingsWarning& warning) {

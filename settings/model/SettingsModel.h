@@ -70,6 +70,8 @@ public:
     void save(const SettingsChoice& choice);
 
 Q_SIGNALS:
+    /// The service refused what was asked of it, because the session has ended.
+    void sessionEnded();
     void sessionStatusChanged(const zorbel::SettingsStatus& status);
     /// Of the list of nodes; an empty text for a list that has some.
     void nodeListStatusChanged(const zorbel::SettingsStatus& status);
@@ -86,6 +88,7 @@ private:
     void useSource(const SettingsChoice& choice, bool always);
     void saveAddress(const SettingsChoice& choice);
     void finishPart(const SettingsWarning& warning);
+    void tellSessionEnd(const QString& failure);
 
     std::shared_ptr<ZorbelApiClient> client_;
     SettingsStore& store_;

@@ -152,7 +152,7 @@ void WordReportController::askAboutConflict(const QString& text, Answer answer) 
 
 void WordReportController::signInAgain(Answer answer) {
     if (options_.signInAgain)
-        options_.signInAgain(window_, std::move(answer));
+        options_.signInAgain(std::move(answer));
     else
         answer(false);
 }

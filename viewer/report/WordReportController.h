@@ -37,6 +37,7 @@ public:
     /// "Report in Word", for the open study.
     void begin();
     void retry() { workflow_->retry(); }
+    void sessionRenewed() { workflow_->sessionRenewed(); }
     /// Another study is shown, or none.
     void studyChanged() { showState(); }
     /// What was saved in this run is at the service, as far as is known.

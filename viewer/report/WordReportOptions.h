@@ -1,10 +1,10 @@
 #pragma once
 
+#include "api/SessionRequest.h"
+
 #include <chrono>
 #include <filesystem>
 #include <functional>
-
-class QWidget;
 
 namespace zorbel {
 
@@ -16,8 +16,7 @@ struct WordReportOptions {
     /// Opens a document for the user, on a thread of its own, and returns whether there is a program for it.
     /// Empty: the system's.
     std::function<bool(const std::filesystem::path& document)> openDocument{};
-    /// Asks the same user to sign in again, over the given window, and tells whether they did.
-    std::function<void(QWidget* parent, std::function<void(bool)> answer)> signInAgain{};
+    SessionRequest signInAgain{};
 };
 
 } // namespace zorbel

@@ -46,6 +46,7 @@ QListWidgetItem* newRow(const ViewerStudySummary& study) {
 struct StudyBrowserWidget::ListResult {
     std::vector<ViewerStudySummary> studies;
     QString failureText; ///< empty on success
+    bool sessionEnded = false;
 };
 
 StudyBrowserWidget::StudyBrowserWidget(std::shared_ptr<ZorbelApiClient> client, QWidget* parent)
@@ -204,7 +205,11 @@ void StudyBrowserWidget::loadStudiesAsync() {
                 if (!cancel->load())
                     Logger::instance().warn(
                         "StudyBrowser", "Could not load the study list", {{"reason", logReason(error)}});
-                result.failureText = QString::fromUtf8(error.what());
+                result.sessionEnded = isSessionEnd(error);
+                result.failureText =
+                    result.sessionEnded
+                        ? QStringLiteral("Your session has ended. Sign in again to list the studies.")
+                        : QString::fromUtf8(error.what());
             } catch (...) {
                 result.failureText = QStringLiteral("The study list could not be loaded.");
             }
@@ -222,6 +227,8 @@ void StudyBrowserWidget::onListed(std::uint64_t request, const QString& search, 
     failureText_ = result.failureText;
     if (!failureText_.isEmpty()) {
         updateStatus();
+        if (result.sessionEnded && renewSession_)
+            renewSession_([](bool) {});
         return;
     }
     studies_ = result.studies;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "api/SessionRequest.h"
 #include "api/ZorbelApiClient.h"
 #include "base/StudyIdentity.h"
 
@@ -8,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class QComboBox;
@@ -35,6 +37,8 @@ public:
 
     /// Asks the service for the list in the background; a failure leaves the rows as they are.
     void loadStudiesAsync();
+    /// Asked when the service refused the list; whoever answers it has the list loaded again.
+    void setSessionRequest(SessionRequest request) { renewSession_ = std::move(request); }
     /// Newest first.
     void setRecentStudies(std::vector<ViewerStudySummary> studies);
     /// What the service's list says of a study, or else the recent ones; all empty where neither names it.
@@ -62,6 +66,7 @@ private:
     void updateStatus();
 
     std::shared_ptr<ZorbelApiClient> client_;
+    SessionRequest renewSession_;
     QThreadPool pool_;
     CancelFlag cancelFlag_;
     std::uint64_t newestRequest_ = 0; ///< an answer to an older request is dropped

@@ -62,6 +62,7 @@ MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOption
     setWindowTitle(QStringLiteral("Zorbel Diagnostic Viewer — %1").arg(QStringLiteral("Clinical Workspace")));
     setMinimumSize(1100, 700);
     resize(QSize(1440, 900).boundedTo(screen()->availableSize()));
+    const SessionRequest renewSession = options.loading.renewSession;
     loader_ = new StudyLoadController(client_, std::move(options.loading), this);
     buildWorkspace();
     buildToolBar();
@@ -72,6 +73,7 @@ MainWindow::MainWindow(std::shared_ptr<ZorbelApiClient> client, MainWindowOption
     connectReading();
     connectReports(std::move(options.reports));
     showRecentStudies();
+    browser_->setSessionRequest(renewSession);
     browser_->loadStudiesAsync();
     QTimer::singleShot(0, this, [this, linked = options.linkedStudy] {
         if (!linked.isEmpty())
@@ -318,6 +320,12 @@ void MainWindow::clearKept(std::function<QString()> clear, std::function<void(QS
     reading_->clearKept(std::move(clear), std::move(then));
 }
 
+void MainWindow::sessionRenewed() {
+    status_->say(QStringLiteral("You are signed in again"));
+    browser_->loadStudiesAsync();
+    reports_->sessionRenewed();
+}
+
 void MainWindow::showRecentStudies() {
     reading_->recentStudies([this](const RecentStudies& recent) {
         std::vector<ViewerStudySummary> rows;
@@ -542,8 +550,10 @@ void MainWindow::finishReportsAndClose() {
     reports_->finishBeforeClosing([this](bool may) {
         leavingReports_ = false;
         signsOut_ = signsOut_ && may;
-        if (!may)
+        if (!may) {
+            Q_EMIT closingGivenUp();
             return;
+        }
         mayLeaveReports_ = true;
         close();
         mayLeaveReports_ = false; // should the window stay, it is asked again
@@ -570,7 +580,9 @@ void MainWindow::askWhetherToLose(const QString& left) {
         unsavedBox_ = nullptr;
         mayClose_ = answer == QMessageBox::Discard;
         signsOut_ = signsOut_ && answer != QMessageBox::Cancel;
-        if (answer != QMessageBox::Cancel)
+        if (answer == QMessageBox::Cancel)
+            Q_EMIT closingGivenUp();
+        else
             close();
     });
     box->open();

@@ -56,6 +56,8 @@ public:
     void clearKept(std::function<QString()> clear, std::function<void(QString failure)> then);
 
 public Q_SLOTS:
+    /// The user is signed in again: what waited for that goes on.
+    void sessionRenewed();
     void onStudyDoubleClicked(
         const QString& orthancId, const QString& studyUID, const QString& patientName,
         const QString& modality, const QString& studyDate);
@@ -66,6 +68,8 @@ Q_SIGNALS:
     void settingsRequested();
     /// The window is about to close, and the study in it with it.
     void sessionEnding();
+    /// The reader wants the window to stay, since not everything is saved or sent.
+    void closingGivenUp();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
