@@ -112,6 +112,10 @@ void DemoService::revokeTokens() {
     parts_->gateway.revokeTokens();
 }
 
+void DemoService::revokeTokens(const DemoAccount& account) {
+    parts_->gateway.revokeTokens(account.id);
+}
+
 int DemoService::setFault(const Fault& fault) {
     return parts_->gateway.faults().add(fault);
 }

@@ -67,6 +67,8 @@ public:
     std::string tokenFor(const DemoAccount& account);
     /// Makes every token invalid that was given out so far.
     void revokeTokens();
+    /// Those of one account.
+    void revokeTokens(const DemoAccount& account);
 
     /// Returns a number for removeFault.
     int setFault(const Fault& fault);

@@ -94,9 +94,9 @@ std::string Gateway::issueToken(const DemoAccount& account) {
     throw std::invalid_argument("Not an account of the demo service.");
 }
 
-void Gateway::revokeTokens() {
+void Gateway::revokeTokens(const std::string& userId) {
     const std::lock_guard lock(mutex_);
-    tokens_.clear();
+    std::erase_if(tokens_, [&](const auto& one) { return userId.empty() || one.second->id == userId; });
 }
 
 std::vector<AuditRecord> Gateway::auditRecords() const {
@@ -353,8 +353,9 @@ HttpReply Gateway::control(const Request& request) {
     if (node_ != nullptr && what == "GET /demo/node/requests") {
         return jsonReply(listOf(node_->requests()));
     }
-    if (what == "DELETE /demo/tokens") {
-        revokeTokens();
+    const std::string tokens = "DELETE /demo/tokens";
+    if (what == tokens || startsWith(what, tokens + "/")) {
+        revokeTokens(what == tokens ? std::string() : what.substr(tokens.size() + 1));
         return jsonReply({{"success", true}});
     }
     if (what == "GET /demo/audit") {

@@ -23,10 +23,10 @@ struct DemoAccount;
 /// desk and the organization's Local Nodes, plus the control endpoint under /demo that only the administrator
 /// may use:
 ///   GET, POST, DELETE /demo/faults and DELETE /demo/faults/ID; GET /demo/requests; GET /demo/audit;
-///   DELETE /demo/tokens signs everybody out, the administrator too;
-///   the same of the Local Node below /demo/node/faults and /demo/node/requests;
-///   what ReleaseDesk answers, and what WordControl answers, there also for a browser that brings the account
-///   in place of a token
+///   DELETE /demo/tokens signs everybody out, the administrator too, and DELETE /demo/tokens/USER-ID one
+///   user; the same of the Local Node below /demo/node/faults and /demo/node/requests; what ReleaseDesk
+///   answers, and what WordControl answers, there also for a browser that brings the account in place of a
+///   token
 class Gateway {
 public:
     /// Without a node the organization has none.
@@ -39,7 +39,8 @@ public:
 
     FaultBoard& faults() { return server_.faults(); }
     std::string issueToken(const DemoAccount& account);
-    void revokeTokens();
+    /// userId: of one account; empty for all.
+    void revokeTokens(const std::string& userId = {});
     std::vector<RequestRecord> requests(const std::string& pathPattern) const {
         return server_.requests(pathPattern);
     }

@@ -51,6 +51,10 @@ void DemoControl::withdrawRelease() {
     mendAll();
 }
 
+void DemoControl::endReadersSessions() {
+    send("DELETE", QStringLiteral("/demo/tokens/") + QLatin1String(demo::readerAccount.id), {});
+}
+
 void DemoControl::refuse(const QString& pathPattern) {
     send(
         "POST", QStringLiteral("/demo/faults"),

@@ -28,6 +28,8 @@ public:
     /// The latest release: an installer of the demonstration, whose download takes a few seconds.
     void publishRelease(const QString& installer, const QString& version);
     void withdrawRelease();
+    /// The reader's sessions end, whoever works with one.
+    void endReadersSessions();
     bool isIdle() const { return underWay_ == 0; }
 
 private:

@@ -145,5 +145,60 @@ TEST_F(StudyLoadControllerTest, keepsTheGeometryOfARealHead) {
     EXPECT_NEAR(geometry.indexToWorld({0.0, 0.0, 107.0})[2], 160.5, 1e-6);
 }
 
+TEST_F(StudyLoadControllerTest, goesOnInTheNextSessionWithTheSeriesThatWasChosen) {
+    const TestSeries wanted{.name = "b", .study = "renewed", .slices = 9};
+    const auto study = upload({{.name = "a", .study = "renewed"}, wanted});
+    StudyLoadOptions options;
+    int renewals = 0;
+    options.renewSession = [&](const std::function<void(bool)>& answer) {
+        ++renewals;
+        EXPECT_TRUE(client_->adoptSession(*test::signedInClient(*service_)));
+        answer(true);
+    };
+    StudyLoadController controller(client_, options);
+    LoadRecorder recorder(controller);
+    service_->revokeTokens(demo::readerAccount);
+    controller.openStudy(study);
+    ASSERT_TRUE(test::waitFor([&] { return recorder.question.has_value(); }));
+    EXPECT_EQ(renewals, 1);
+    service_->setFault(demo::Fault::streamingRefused());
+    service_->setFault(demo::Fault::error(demo::Fault::instanceFiles, 401, "Expired", "").after(3).times(1));
+    controller.chooseSeries(
+        *recorder.question, recorder.offered[0].instanceIds.size() == wanted.slices ? 0 : 1);
+    ASSERT_TRUE(recorder.waitForEnd());
+    ASSERT_EQ(recorder.images.size(), 1u);
+    EXPECT_EQ(renewals, 2);
+    expectSeries(*recorder.images.front().image, wanted);
+}
+
+TEST_F(StudyLoadControllerTest, withoutTheNextSessionOffersWhatThisComputerHolds) {
+    const auto study = upload({{.study = "declined"}});
+    StudyLoadOptions options;
+    options.storage.emplace(
+        std::filesystem::path(folder_.path().toStdString()) / "cache", StorageScope::of("clinic", "reader"));
+    options.renewSession = [](const std::function<void(bool)>& answer) { answer(false); };
+    const auto opened = [&] {
+        StudyLoadController controller(client_, options);
+        LoadRecorder recorder(controller);
+        controller.openStudy(study);
+        EXPECT_TRUE(test::waitFor([&] { return recorder.ended() || recorder.offer; }));
+        if (recorder.offer)
+            controller.answerLocalCopyOffer(*recorder.question, true);
+        EXPECT_TRUE(recorder.waitForEnd());
+        const StudyArchives archives(*options.storage);
+        EXPECT_TRUE(recorder.images.empty() || test::waitFor([&] {
+                        return !archives.series(study.studyInstanceUid).empty();
+                    }));
+        return recorder.images.empty() ? recorder.cancelled.join(QString()) : recorder.images.front().notice;
+    };
+    service_->revokeTokens();
+    EXPECT_EQ(
+        opened(), QStringLiteral("Load stopped — Your session has ended. Sign in again to load this study."));
+    ASSERT_TRUE(client_->adoptSession(*test::signedInClient(*service_)));
+    EXPECT_EQ(opened(), QString());
+    service_->revokeTokens();
+    EXPECT_TRUE(opened().contains(QStringLiteral("the copy kept on this computer")));
+}
+
 } // namespace
 } // namespace zorbel
