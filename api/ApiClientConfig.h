@@ -1,5 +1,7 @@
 #pragma once
 
+#include "api/RequestOutcome.h"
+
 #include <QString>
 
 #include <cstdint>
@@ -19,6 +21,8 @@ struct ApiClientConfig {
     /// Seconds since the Unix epoch, for what expires; empty means the system's clock. Called from any
     /// thread.
     std::function<std::int64_t()> clock{};
+    /// Is told what each request came to, if given; called from any thread.
+    std::function<void(const RequestOutcome&)> observer{};
 };
 
 } // namespace zorbel

@@ -1,5 +1,6 @@
 #include "api/HttpRequest.h"
 #include "api/InstanceDownload.h"
+#include "api/ObservedRequest.h"
 #include "api/SeriesStream.h"
 #include "api/ViewerSession.h"
 
@@ -34,7 +35,9 @@ void ZorbelApiClient::DownloadInstances(
     ApiClientConfig limits = config_;
     limits.transferTimeoutMs = routeTimeoutMs(usable, limits.transferTimeoutMs);
     try {
-        InstanceDownload(usable, limits, sink, cancel, parallelism).run(instanceIds);
+        observed(
+            config_, pathWords(usable.prefix) + QStringLiteral("instances/…/file"), usable.isLocalNode,
+            [&] { InstanceDownload(usable, limits, sink, cancel, parallelism).run(instanceIds); });
     } catch (const ZorbelApiError& error) {
         if (!isRefusedSession(usable, error))
             throw;
@@ -64,10 +67,14 @@ void ZorbelApiClient::StreamSeries(
                         QStringLiteral("/series/") +
                         QString::fromLatin1(QUrl::toPercentEncoding(seriesInstanceUid));
     overSession(usable, [&](const ImageDataRoute& current) {
-        SeriesStream(expectedInstanceIds, progress, cancel, sink, config_.maximumDicomBytes)
-            .run(dicomRequest(
-                QUrl(url), R"(multipart/related; type="application/dicom"; transfer-syntax=*)", current.token,
-                routeTimeoutMs(current, config_.transferTimeoutMs)));
+        observed(
+            config_, pathWords(current.prefix) + QStringLiteral("dicom-web/studies/…/series/…"),
+            current.isLocalNode, [&] {
+                SeriesStream(expectedInstanceIds, progress, cancel, sink, config_.maximumDicomBytes)
+                    .run(dicomRequest(
+                        QUrl(url), R"(multipart/related; type="application/dicom"; transfer-syntax=*)",
+                        current.token, routeTimeoutMs(current, config_.transferTimeoutMs)));
+            });
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "api/EndpointRule.h"
 #include "api/HttpRequest.h"
+#include "api/ObservedRequest.h"
 #include "api/ServiceReply.h"
 #include "api/SessionEvents.h"
 #include "api/TokenExpiry.h"
@@ -54,7 +55,10 @@ QByteArray ZorbelApiClient::request(
     const QByteArray& method, const QUrl& url, const QByteArray& body, const QByteArray& contentType,
     const QString& bearerToken, std::int32_t timeoutMs, std::uint64_t maxBytes,
     const CancelFlag& cancel) const {
-    return performHttpRequest({method, url, body, contentType, bearerToken, timeoutMs, maxBytes, cancel});
+    const bool atService = url.toString().startsWith(config_.baseUrl);
+    return observed(config_, pathWords(url.path()), !atService, [&] {
+        return performHttpRequest({method, url, body, contentType, bearerToken, timeoutMs, maxBytes, cancel});
+    });
 }
 
 QByteArray ZorbelApiClient::authenticatedRequest(

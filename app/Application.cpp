@@ -1,6 +1,8 @@
 #include "app/Application.h"
 
+#include "api/LastRequests.h"
 #include "api/ZorbelApiClient.h"
+#include "app/DiagnosticsStartUp.h"
 #include "app/LinkInbox.h"
 #include "app/LinkReception.h"
 #include "app/LinkRequest.h"
@@ -74,12 +76,15 @@ void applyLooks(QApplication& application) {
     QApplication::setFont(QFont(QStringLiteral("Poppins")));
 }
 
+std::filesystem::path logFile() {
+    return configFolder() / "logs" / "zorbel-desktop.log";
+}
+
 void openLog() {
     auto& logger = Logger::instance();
-    const auto folder = configFolder() / "logs";
     try {
-        createPrivateFolder(folder);
-        logger.addSink(std::make_shared<FileSink>(folder / "zorbel-desktop.log"));
+        createPrivateFolder(logFile().parent_path());
+        logger.addSink(std::make_shared<FileSink>(logFile()));
     } catch (const std::exception&) {
         // Without a log the program still serves its user; there is nowhere to report this to.
     }
@@ -141,12 +146,25 @@ struct Surroundings {
     TerminationNotifier termination = watchTermination();
     std::unique_ptr<LinkInbox> links;
     std::optional<UpdateOrigin> updates{};
+    std::shared_ptr<LogTail> log = std::make_shared<LogTail>();
+    std::shared_ptr<LastRequests> requests = std::make_shared<LastRequests>();
 };
+
+/// What the diagnostics see of it.
+TelemetryDiagnostics telemetryDiagnostics(TelemetryEmitter& telemetry) {
+    TelemetryDiagnostics means;
+    means.isConfigured = [&telemetry] { return telemetry.isEnabled(); };
+    means.isEnabled = means.isConfigured;
+    return means;
+}
 
 /// Null when the endpoint is refused, which the user has then been told.
 std::shared_ptr<ZorbelApiClient>
 buildClient(const std::optional<LinkRequest>& link, const Surroundings& surroundings) {
     ApiClientConfig config;
+    config.observer = [requests = surroundings.requests](const RequestOutcome& outcome) {
+        requests->note(outcome);
+    };
     config.baseUrl =
         link && !link->apiBase.isEmpty()
             ? link->apiBase
@@ -194,6 +212,10 @@ int runMainWindow(
     MainWindow window(client, options);
     continuation.attach(window);
     connectSettings(window, client, settings, storage, continuation.request());
+    connectDiagnostics(
+        window, client, settings, storage,
+        {surroundings.log, surroundings.requests, telemetryDiagnostics(surroundings.telemetry),
+         configFolder(), logFile(), crashFolder()});
     QObject::connect(&window, &MainWindow::sessionEnding, &window, [&surroundings] {
         surroundings.links.reset();
         surroundings.telemetry.record("SESSION_END");
@@ -291,6 +313,7 @@ int runApplication(
     openLog();
     Surroundings surroundings;
     surroundings.updates = updates;
+    Logger::instance().addSink(surroundings.log);
     surroundings.telemetry.record("app.startup", {{"version", version}});
     logCrashReporting(crashReporting);
     removeLeftovers();

@@ -40,15 +40,17 @@ StudyIdentity lookUpPatiently(
 CachedStudy loadCachedStudy(
     const std::shared_ptr<ZorbelApiClient>& client, const StudyLoadOptions& options,
     const StudyIdentity& study, const CancelFlag& cancel) {
-    CachedStudy cached{missing({}), nullptr, study, false};
+    CachedStudy cached{missing({}), nullptr, study, false, {}};
     if (!options.storage)
         return cached;
     const std::string& uid = study.studyInstanceUid;
+    const auto start = std::chrono::steady_clock::now();
     try {
         const auto folder = options.storage->studyDirectory(uid);
         const StudyArchives archives(*options.storage);
         cached.archived = archives.mayHold(uid);
         cached.result = VolumeCacheReader(folder, options.manifestSchema, {}, uid).load(cancel.get());
+        cached.record.add("volume cache", start);
         const auto* volume = std::get_if<ZorbelVolumeData>(&cached.result);
         if (!volume)
             return cached;
@@ -79,6 +81,7 @@ OrthancImageLoadResult cachedImageResult(const CachedStudy& cached) {
     result.modality = QString::fromStdString(cached.study.modality);
     result.sourceLabel = QStringLiteral("local cache");
     result.volumetric = cached.image && cached.image->isVolumetric();
+    result.record = cached.record;
     return result;
 }
 

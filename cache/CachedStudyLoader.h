@@ -15,6 +15,7 @@ struct CachedStudy {
     std::shared_ptr<const imaging::Image> image; ///< null also when a loaded volume could not be adapted
     StudyIdentity study;                         ///< completed where only the UID was known
     bool archived = false;                       ///< an archive may hold the study
+    LoadRecord record;
 };
 
 /// Loads the study's volume cache and makes it an image. The cache holds no name: a study of which only the

@@ -96,13 +96,17 @@ public:
                 study_.studyInstanceUid, series_.seriesInstanceUID, std::move(instances), std::move(folder)};
     }
 
+    const LoadRecord& record() const { return record_; }
+
 private:
     bool openArchive(OrthancImageLoadResult& result) {
         if (!request_.archives->mayHold(study_.studyInstanceUid, series_.seriesInstanceUID))
             return false;
         report({LoadStage::Archive, 0, 0, 0});
+        const auto start = Clock::now();
         const auto files = request_.archives->open(study_.studyInstanceUid, series_, cancel_);
         stopIfCancelled();
+        record_.add("archive check", start);
         if (!files)
             return false;
         Logger::instance().info(
@@ -207,6 +211,7 @@ private:
             {{"instances", std::to_string(received.instances().size())},
              {"megabytes", std::to_string(bytes / 1'000'000)},
              {"duration", milliseconds(start)}});
+        record_.add("download as a stream", start);
         return true;
     }
 
@@ -248,6 +253,7 @@ private:
         Logger::instance().info(
             component, "Per-instance DICOM download completed",
             {{"instances", std::to_string(missing.size())}, {"duration", milliseconds(start)}});
+        record_.add("download by instances", start);
     }
 
     std::shared_ptr<const imaging::Image> build(const std::vector<std::filesystem::path>& files) {
@@ -257,6 +263,10 @@ private:
         Logger::instance().info(
             component, "MITK DICOM analyze completed",
             {{"outputs", std::to_string(analysis.blocks.size())}, {"duration", milliseconds(start)}});
+        record_.add("headers and grouping", start);
+        record_.files = files.size();
+        record_.blocks = analysis.blocks.size();
+        record_.rejectedFiles = analysis.rejected.size();
         if (analysis.blocks.empty())
             throw std::runtime_error("MITK could not group the downloaded DICOM instances.");
         if (const auto incomplete = findIncompleteSeries(analysis.blocks, files.size())) {
@@ -290,6 +300,11 @@ private:
         Logger::instance().info(
             component, "Orthanc fallback volume ready",
             {{"frames", std::to_string(block.frameCount())}, {"duration", milliseconds(start)}});
+        record_.add("decoding", start);
+        for (const imaging::SplitReason& reason : block.splitReasons)
+            record_.splitReasons.push_back(
+                std::string(splitReasonName(reason.type)) +
+                (reason.details.empty() ? "" : " (" + reason.details + ")"));
         return image;
     }
 
@@ -322,6 +337,7 @@ private:
     SessionWorkspace& workspace_;
     const CancelFlag& cancel_;
     ThrottledProgress progress_;
+    LoadRecord record_;
 };
 
 StudyRoute resolveSource(ZorbelApiClient& client, const StudyIdentity& study, const CancelFlag& cancel) {
@@ -420,7 +436,9 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
             Logger::instance().error(component, "Study load failed", {{"reason", reason}});
     };
     try {
-        SeriesLoad(client, request, workspace, cancel, progress).run(result);
+        SeriesLoad load(client, request, workspace, cancel, progress);
+        load.run(result);
+        result.record = load.record();
         completeIdentity(result.study, result.image->metadata());
         const auto kind = StudyClassification::classify(result.modality, result.series.seriesDescription);
         result.volumetric = kind.isVolumetric() && result.image->isVolumetric();

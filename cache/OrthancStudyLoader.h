@@ -3,6 +3,7 @@
 #include "api/ImageDataRoute.h"
 #include "api/ZorbelApiClient.h"
 #include "base/StudyIdentity.h"
+#include "cache/LoadRecord.h"
 #include "cache/StudyArchives.h"
 #include "imaging/Image.h"
 
@@ -65,6 +66,7 @@ struct OrthancImageLoadResult {
     QString failureText;
     QString notice;          ///< what the reader should know about the image's way here; usually empty
     bool volumetric = false; ///< show it in three planes; else in the 2D view
+    LoadRecord record;
     std::optional<DownloadedSeries> downloaded; ///< to be archived; only of a complete, decoded series
 };
 

@@ -78,6 +78,7 @@ void StudyLoadController::begin(const StudyIdentity& study) {
     offeredSeries_.clear();
     offeredCopy_.reset();
     notice_.clear();
+    record_ = {};
     mayBeArchived_ = localListing_ = pastOwnCopies_ = false;
     study_ = study;
     load_ = {guard_.take(), CorrelationId::generate(), study.studyInstanceUid};
@@ -151,6 +152,7 @@ void StudyLoadController::onCacheLoaded(const Load& load, const CachedStudy& cac
         return;
     }
     mayBeArchived_ = cached.archived;
+    record_ = cached.record;
     const auto outcome = mapCacheResult(cached.result);
     const QString message = QString::fromStdString(outcome.userMessage);
     switch (outcome.kind) {
@@ -184,6 +186,7 @@ void StudyLoadController::startOrthancFallbackLoad() {
         {text, notice_.isEmpty() ? QStringLiteral("Preparing secure imaging data…") : notice_});
     Q_EMIT statusChanged(text);
     listingPatience_ = std::make_shared<std::atomic<bool>>(false);
+    stageBegan_ = std::chrono::steady_clock::now();
     if (mayBeArchived_)
         overdue_.start(options_.archivePatience);
     runInBackground(
@@ -249,6 +252,7 @@ void StudyLoadController::onSeriesListed(const Load& load, const ListingResult& 
         return;
     }
     overdue_.stop();
+    record_.add("listing of series", stageBegan_);
     if (result.sessionEnded) {
         waitForSession(
             [this] { startOrthancFallbackLoad(); },
@@ -428,6 +432,7 @@ void StudyLoadController::onStudyLoaded(const Load& load, const OrthancImageLoad
         }
         OrthancImageLoadResult shown = result;
         shown.notice = notice_;
+        shown.record.prepend(record_);
         shown.downloaded.reset();
         end();
         Q_EMIT imageReady(shown);

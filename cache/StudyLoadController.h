@@ -11,6 +11,7 @@
 #include <QThreadPool>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -145,6 +146,8 @@ private:
     bool pastOwnCopies_ = false;                      ///< of this load: only the service's images will do
     bool mayBeArchived_ = false;
     bool localListing_ = false;
+    LoadRecord record_; ///< of this load so far, but for its series
+    std::chrono::steady_clock::time_point stageBegan_;
     QString notice_;             ///< what this load's result will have to say about its way
     CancelFlag listingPatience_; ///< ends a listing that takes too long where there is an archive
     QTimer overdue_;

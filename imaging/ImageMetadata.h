@@ -31,6 +31,7 @@ struct ImageMetadata {
     std::string patientName; ///< "Family Given", carets replaced
     std::string studyDate;   ///< yyyyMMdd, may be empty
 
+    std::string transferSyntax;            ///< UID, of the files; empty where the image comes from none
     std::string photometricInterpretation; ///< as in the file: MONOCHROME1, MONOCHROME2, RGB, YBR_FULL, …
     /// MONOCHROME1 (or an inverse presentation LUT): low values are shown white.
     bool inverted = false;

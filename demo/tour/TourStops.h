@@ -16,6 +16,8 @@ void planVolume(GuidedTour& tour);
 void planSources(GuidedTour& tour, DemoControl& control);
 /// Layouts, oblique planes, slab, windows, 3D display and the keys, on the jaw volume.
 void planWorkspace(GuidedTour& tour);
+/// The diagnostics pane over the jaw volume: facts, log, and what a support bundle would hold.
+void planDiagnostics(GuidedTour& tour);
 /// Panoramic and cephalometric images, turned and inverted.
 void planImages(GuidedTour& tour);
 /// Measurements, findings and key images, on the jaw volume and on the panoramic image.

@@ -47,6 +47,7 @@ int main(int argc, char** argv) {
         planVolume(*tour);
         planSources(*tour, *control);
         planWorkspace(*tour);
+        planDiagnostics(*tour);
         planImages(*tour);
         planRecords(*tour);
         planReport(*tour, *control);

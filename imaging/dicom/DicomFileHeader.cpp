@@ -29,6 +29,7 @@ void readHeader(DicomFileHeader& header) {
     const std::size_t frames = readPixelDescription(root, header);
     readFrames(root, frames, header);
     readMetadata(root, header);
+    header.metadata.transferSyntax = file.transferSyntax;
 }
 
 } // namespace

@@ -28,8 +28,14 @@ OpenGlCapabilities measure() {
     const auto version = context.format().version();
     result.available = version.first > 3 || (version.first == 3 && version.second >= 2);
     QOpenGLFunctions* functions = context.functions();
-    if (const auto* name = reinterpret_cast<const char*>(functions->glGetString(GL_RENDERER)))
-        result.renderer = name;
+    const auto text = [functions](unsigned name) {
+        const auto* value = reinterpret_cast<const char*>(functions->glGetString(name));
+        return std::string(value ? value : "");
+    };
+    result.renderer = text(GL_RENDERER);
+    result.vendor = text(GL_VENDOR);
+    result.version = text(GL_VERSION);
+    functions->glGetIntegerv(GL_MAX_TEXTURE_SIZE, &result.maxTextureSize);
     constexpr unsigned maxTextureSize3D = 0x8073; // GL_MAX_3D_TEXTURE_SIZE
     functions->glGetIntegerv(maxTextureSize3D, &result.max3DTextureSize);
     const QString lower = QString::fromStdString(result.renderer).toLower();

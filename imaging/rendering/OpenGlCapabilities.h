@@ -12,7 +12,10 @@ struct OpenGlCapabilities {
     bool available = false; ///< a 3.2 core context could be made current
     bool software = false;  ///< drawn by the processor (llvmpipe, softpipe, SwiftShader, GDI)
     int max3DTextureSize = 0;
+    int maxTextureSize = 0;
     std::string renderer; ///< GL_RENDERER
+    std::string vendor;   ///< GL_VENDOR
+    std::string version;  ///< GL_VERSION
 
     /// Measured once, at the first call; user-interface thread, with a running QGuiApplication.
     static const OpenGlCapabilities& instance();

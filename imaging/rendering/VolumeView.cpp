@@ -196,6 +196,10 @@ void VolumeView::removeScene() {
     });
 }
 
+std::array<int, 3> VolumeView::drawnDimensions() const {
+    return scene_ ? prepared_.volume->geometry().dimensions() : std::array<int, 3>{0, 0, 0};
+}
+
 void VolumeView::setNotice(const QString& notice) {
     if (notice_ == notice)
         return;

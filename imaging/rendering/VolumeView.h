@@ -76,6 +76,11 @@ public:
     /// For the reader: why there is no picture, or only a reduced one; empty when all is well.
     const QString& notice() const { return notice_; }
 
+    /// Of the volume that is drawn: the image's own, or those of a coarser copy; zeros while there is none.
+    std::array<int, 3> drawnDimensions() const;
+    /// It is a coarser copy.
+    bool isReduced() const { return scene_ && prepared_.reduced; }
+
     /// What the last picture in full quality took in all, and the longest of its parts; 0 before the first.
     double stillMilliseconds() const { return stillMs_; }
     double longestPartMilliseconds() const { return longestPartMs_; }

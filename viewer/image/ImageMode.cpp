@@ -158,6 +158,18 @@ ModeControls ImageMode::controls() const {
     return controls;
 }
 
+std::vector<DisplayProperties> ImageMode::displayProperties() const {
+    if (!showsImage())
+        return {};
+    DisplayProperties view{"2D", {}};
+    view.addWindow(windowOf(view_->voi()));
+    view.add("orientation", std::string(state_.orientationChip()));
+    view.add("inverted", state_.isInverted());
+    view.add("frame", view_->slice() + 1);
+    view.add("pixelsPerImagePixel", view_->scale());
+    return {view};
+}
+
 void ImageMode::setTool(Tool tool) {
     ViewTool* active = nullptr;
     if (measurementKindOf(tool))

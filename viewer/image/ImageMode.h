@@ -45,6 +45,8 @@ public:
     bool shows(const Measurement& measurement) const override;
     std::optional<int> showMeasurement(const Measurement& measurement) override;
 
+    std::vector<DisplayProperties> displayProperties() const override;
+
     bool showsImage() const override;
     void panBy(const QPointF& pixels) override;
     void zoomBy(double factor, const QPointF& anchor) override;

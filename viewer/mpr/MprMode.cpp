@@ -144,6 +144,28 @@ ModeControls MprMode::controls() const {
     return controls;
 }
 
+std::vector<DisplayProperties> MprMode::displayProperties() const {
+    std::vector<DisplayProperties> views;
+    if (!reading_)
+        return views;
+    for (const MprPane* pane : panes_) {
+        const auto& navigation = pane->view().navigation();
+        DisplayProperties view{navigation.sliceLabel(), {}};
+        view.addWindow(pane->view().window());
+        view.addSlab(slab(), linesShown_);
+        const auto list = [](const imaging::Vector3& vector) {
+            return std::vector<double>(vector.begin(), vector.end());
+        };
+        view.add("plane.axis0", list(navigation.plane().axisVector(0)));
+        view.add("plane.axis1", list(navigation.plane().axisVector(1)));
+        view.add("crosshair", list(crosshair_.point()));
+        view.add("millimetresPerPixel", pane->view().millimetresPerPixel());
+        views.push_back(std::move(view));
+    }
+    views.push_back(volume_->displayProperties());
+    return views;
+}
+
 void MprMode::setTool(Tool tool) {
     tool_ = tool;
     for (MprPane* pane : panes_) {

@@ -41,6 +41,7 @@ public:
     std::optional<ModeCapture> capture() override;
     bool shows(const Measurement& measurement) const override;
     std::optional<int> showMeasurement(const Measurement& measurement) override;
+    std::vector<DisplayProperties> displayProperties() const override;
     std::optional<imaging::Vector3> location() const override;
     /// The slices through a point, LPS millimetres.
     void goTo(const imaging::Vector3& point) override;

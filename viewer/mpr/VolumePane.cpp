@@ -127,6 +127,18 @@ void VolumePane::show() {
         setAvailable(*control, hasVolume, QStringLiteral("No volume is shown."));
 }
 
+DisplayProperties VolumePane::displayProperties() const {
+    DisplayProperties properties{"3D", {}};
+    properties.addVolumeRendering(display_);
+    const auto drawn = view_->drawnDimensions();
+    properties.add("drawn", std::vector<double>(drawn.begin(), drawn.end()));
+    properties.add("reduced", view_->isReduced());
+    properties.add("stillMilliseconds", view_->stillMilliseconds());
+    if (!view_->notice().isEmpty())
+        properties.add("notice", view_->notice().toStdString());
+    return properties;
+}
+
 void VolumePane::fitToView() {
     view_->fitToView();
 }

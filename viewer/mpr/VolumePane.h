@@ -3,6 +3,7 @@
 #include "base/StudyIdentity.h"
 #include "imaging/Image.h"
 #include "viewer/reading/base/Tool.h"
+#include "viewer/reading/display/DisplayProperties.h"
 #include "viewer/reading/display/VolumeDisplay.h"
 
 #include <QObject>
@@ -42,6 +43,7 @@ public:
         const std::shared_ptr<const imaging::Image>& image, const StudyIdentity& study,
         const std::string& modality);
     void clear();
+    DisplayProperties displayProperties() const;
     void fitToView();
     void resetView();
     void setOverlaysShown(bool shown);

@@ -67,15 +67,14 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
         QStringLiteral("word"), QStringLiteral("Report in Word"),
         QStringLiteral("Open a local editable Word report. Every Word Save creates an immutable Zorbel "
                        "version."));
-    // Not there yet in this version; the reader sees what is to come, and that it cannot be used.
-    auto* diagnostics = addButton(
+    diagnostics_ = addButton(
         QStringLiteral("utilities-terminal"), QStringLiteral("Diagnostics"),
         QStringLiteral("Show technical diagnostics (Ctrl+D)"));
-    diagnostics->setEnabled(false);
+    diagnostics_->setCheckable(true);
     auto* settings = addButton(
         QStringLiteral("settings"), QStringLiteral("Settings"),
         QStringLiteral("Viewer, connection, and private cache settings"));
-    secondary_ = {diagnostics, settings, report_};
+    secondary_ = {diagnostics_, settings, report_};
     auto* signOut = addButton(
         QStringLiteral("signout"), QStringLiteral("Sign out"),
         QStringLiteral("Clear the in-memory Zorbel session and close the viewer"));
@@ -83,6 +82,7 @@ MainToolBar::MainToolBar(const UserProfile& profile, const QString& apiBaseUrl, 
     connect(retry_, &QToolButton::clicked, this, &MainToolBar::retryRequested);
     connect(report_, &QToolButton::clicked, this, &MainToolBar::reportRequested);
     connect(settings, &QToolButton::clicked, this, &MainToolBar::settingsRequested);
+    connect(diagnostics_, &QToolButton::clicked, this, &MainToolBar::diagnosticsRequested);
     connect(signOut, &QToolButton::clicked, this, &MainToolBar::signOutRequested);
 }
 
@@ -120,6 +120,10 @@ void MainToolBar::setRetryAvailable(bool studyKnown, bool loading) {
 
 void MainToolBar::setReportPreparing(bool preparing) {
     setAvailable(*report_, !preparing, QStringLiteral("The report is being prepared."));
+}
+
+void MainToolBar::setDiagnosticsShown(bool shown) {
+    diagnostics_->setChecked(shown);
 }
 
 } // namespace zorbel

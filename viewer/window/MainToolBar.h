@@ -22,12 +22,15 @@ public:
 
     void setRetryAvailable(bool studyKnown, bool loading);
     void setReportPreparing(bool preparing);
+    /// Whether the button shows the pane as open.
+    void setDiagnosticsShown(bool shown);
 
 Q_SIGNALS:
     void studiesToggled(bool shown);
     void retryRequested();
     void reportRequested();
     void settingsRequested();
+    void diagnosticsRequested();
     void signOutRequested();
 
 protected:
@@ -38,6 +41,7 @@ private:
 
     QToolButton* retry_ = nullptr;
     QToolButton* report_ = nullptr;
+    QToolButton* diagnostics_ = nullptr;
     std::vector<QToolButton*> secondary_;
     int fullWidth_ = 0; ///< with all captions
 };

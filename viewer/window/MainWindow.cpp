@@ -122,6 +122,7 @@ void MainWindow::buildToolBar() {
         loader_->retry();
     });
     connect(toolBar_, &MainToolBar::settingsRequested, this, &MainWindow::settingsRequested);
+    connect(toolBar_, &MainToolBar::diagnosticsRequested, this, &MainWindow::diagnosticsRequested);
     connect(toolBar_, &MainToolBar::signOutRequested, this, &MainWindow::signOut);
 }
 

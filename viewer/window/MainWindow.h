@@ -55,6 +55,11 @@ public:
     /// Has `clear` remove all that is kept, as ReadingSession::clearKept() does.
     void clearKept(std::function<QString()> clear, std::function<void(QString failure)> then);
 
+    // For what start-up connects with the window.
+    ViewerWorkspace& workspace() { return *workspace_; }
+    ReadingSession& reading() { return *reading_; }
+    StudyLoadController& loads() { return *loader_; }
+
 public Q_SLOTS:
     /// The user is signed in again: what waited for that goes on.
     void sessionRenewed();
@@ -66,6 +71,7 @@ Q_SIGNALS:
     /// A load's image is on the screen, this long after the request.
     void studyDisplayed(qint64 milliseconds);
     void settingsRequested();
+    void diagnosticsRequested();
     /// The window is about to close, and the study in it with it.
     void sessionEnding();
     /// The reader wants the window to stay, since not everything is saved or sent.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "viewer/reading/base/Tool.h"
+#include "viewer/reading/display/DisplayProperties.h"
 #include "viewer/reading/display/SlabModel.h"
 #include "viewer/reading/records/KeyImage.h"
 #include "viewer/reading/study/StudyReading.h"
@@ -86,6 +87,8 @@ public:
     /// Goes to where it was drawn. The viewport that shows it then; nothing where that is not in what is
     /// shown.
     virtual std::optional<int> showMeasurement(const Measurement& measurement) = 0;
+    /// What the viewports show and how, in their order; for diagnostics.
+    virtual std::vector<DisplayProperties> displayProperties() const { return {}; }
     /// Where the reader is, LPS millimetres, in modes that know.
     virtual std::optional<imaging::Vector3> location() const { return std::nullopt; }
     virtual void goTo(const imaging::Vector3&) {}

@@ -32,6 +32,11 @@ std::string angleText(const PlaneBasis& a, const PlaneBasis& b) {
     return degrees(std::acos(std::clamp(imaging::dot(a.normal(), b.normal()), -1.0, 1.0)));
 }
 
+bool& tracing() {
+    static bool enabled = RotationTrace::isEnabledBy(std::getenv("ZORBEL_MPR_TRACE"));
+    return enabled;
+}
+
 } // namespace
 
 LogMeta RotationTrace::fields() const {
@@ -64,8 +69,11 @@ void RotationTrace::write() const {
 }
 
 bool RotationTrace::isEnabled() {
-    static const bool enabled = isEnabledBy(std::getenv("ZORBEL_MPR_TRACE"));
-    return enabled;
+    return tracing();
+}
+
+void RotationTrace::setEnabled(bool enabled) {
+    tracing() = enabled;
 }
 
 bool RotationTrace::isEnabledBy(const char* text) {

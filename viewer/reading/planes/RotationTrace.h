@@ -6,7 +6,8 @@
 
 namespace zorbel {
 
-/// One applied step of a coupled rotation, for the log: stored bases and what the views made of them.
+/// One applied step of a coupled rotation, for the log: stored bases and what the views made of them. One
+/// thread.
 struct RotationTrace {
     imaging::ViewDirection source = imaging::ViewDirection::Axial; ///< the view that was dragged in
     double radians = 0.0;                                          ///< the step
@@ -21,8 +22,9 @@ struct RotationTrace {
     /// Logs "rotation step".
     void write() const;
 
-    /// The environment variable ZORBEL_MPR_TRACE held a non-zero integer when first asked.
+    /// At first as the environment variable ZORBEL_MPR_TRACE said when first asked: a non-zero integer is on.
     static bool isEnabled();
+    static void setEnabled(bool enabled);
     /// text: the variable's value, null where it is not set.
     static bool isEnabledBy(const char* text);
 };

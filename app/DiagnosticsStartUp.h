@@ -1,0 +1,32 @@
+#pragma once
+
+#include "diagnostics/LogTail.h"
+#include "diagnostics/TelemetryDiagnostics.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace zorbel {
+
+class LastRequests;
+class MainWindow;
+class SessionStorage;
+class SettingsStore;
+class ZorbelApiClient;
+
+/// What the diagnostics look at beside the window.
+struct DiagnosticsSurroundings {
+    std::shared_ptr<LogTail> log;
+    std::shared_ptr<LastRequests> requests;
+    TelemetryDiagnostics telemetry;
+    std::filesystem::path configFolder;
+    std::filesystem::path logFile;
+    std::filesystem::path crashFolder;
+};
+
+/// Gives the main window its diagnostics pane. All must outlive the window.
+void connectDiagnostics(
+    MainWindow& window, const std::shared_ptr<ZorbelApiClient>& client, const SettingsStore& settings,
+    const SessionStorage& storage, DiagnosticsSurroundings surroundings);
+
+} // namespace zorbel
