@@ -146,7 +146,7 @@ struct Surroundings {
     TerminationNotifier termination = watchTermination();
     std::unique_ptr<LinkInbox> links;
     std::optional<UpdateOrigin> updates{};
-    std::shared_ptr<LogTail> log = std::make_shared<LogTail>();
+    std::shared_ptr<LiveLog> log = std::make_shared<LiveLog>();
     std::shared_ptr<LastRequests> requests = std::make_shared<LastRequests>();
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "diagnostics/LogTail.h"
+#include "diagnostics/LiveLog.h"
 #include "diagnostics/TelemetryDiagnostics.h"
 
 #include <filesystem>
@@ -16,7 +16,7 @@ class ZorbelApiClient;
 
 /// What the diagnostics look at beside the window.
 struct DiagnosticsSurroundings {
-    std::shared_ptr<LogTail> log;
+    std::shared_ptr<LiveLog> log;
     std::shared_ptr<LastRequests> requests;
     TelemetryDiagnostics telemetry;
     std::filesystem::path configFolder;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "diagnostics/DiagnosticsSources.h"
-#include "diagnostics/LogTail.h"
+#include "diagnostics/LiveLog.h"
 #include "diagnostics/SupportBundle.h"
 #include "diagnostics/TelemetryDiagnostics.h"
 
@@ -31,7 +31,7 @@ struct DiagnosticsSwitch {
 /// What the pane is given to show.
 struct DiagnosticsMeans {
     DiagnosticsSources sources;
-    std::shared_ptr<LogTail> log;
+    std::shared_ptr<LiveLog> log;
     TelemetryDiagnostics telemetry;
     DiagnosticsSwitch rotationTrace;
     std::filesystem::path crashFolder;

@@ -30,7 +30,7 @@ constexpr LevelChoice levelChoices[] = {
 } // namespace
 
 LogView::LogView(
-    std::shared_ptr<LogTail> tail, const std::function<bool()>& isTracing, std::function<void(bool)> trace,
+    std::shared_ptr<LiveLog> tail, const std::function<bool()>& isTracing, std::function<void(bool)> trace,
     QWidget* parent)
     : QWidget(parent), tail_(std::move(tail)) {
     text_ = new QPlainTextEdit;
@@ -38,7 +38,7 @@ LogView::LogView(
     text_->setAccessibleName(QStringLiteral("Log"));
     text_->setReadOnly(true);
     text_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    text_->setMaximumBlockCount(static_cast<int>(LogTail::mostLines));
+    text_->setMaximumBlockCount(static_cast<int>(LiveLog::mostLines));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(6, 6, 6, 6);
     layout->setSpacing(6);
@@ -101,7 +101,7 @@ void LogView::hideEvent(QHideEvent* event) {
 void LogView::takeLines() {
     if (!tail_)
         return;
-    LogTail::Lines taken = tail_->since(next_);
+    LiveLog::Lines taken = tail_->since(next_);
     next_ = taken.next;
     if (taken.lines.empty())
         return;
@@ -112,7 +112,7 @@ void LogView::takeLines() {
         noteComponent(QString::fromStdString(lines_.back().component));
         append(lines_.back());
     }
-    while (lines_.size() > LogTail::mostLines)
+    while (lines_.size() > LiveLog::mostLines)
         lines_.pop_front();
     if (follows)
         text_->verticalScrollBar()->setValue(text_->verticalScrollBar()->maximum());

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "diagnostics/LogLine.h"
-#include "diagnostics/LogTail.h"
+#include "diagnostics/LiveLog.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -26,7 +26,7 @@ class LogView : public QWidget {
 public:
     /// isTracing, trace: the switch of the rotation trace; may be empty.
     LogView(
-        std::shared_ptr<LogTail> tail, const std::function<bool()>& isTracing,
+        std::shared_ptr<LiveLog> tail, const std::function<bool()>& isTracing,
         std::function<void(bool)> trace, QWidget* parent = nullptr);
 
 protected:
@@ -40,7 +40,7 @@ private:
     void filterChanged();
     void append(const LogLine& line);
 
-    std::shared_ptr<LogTail> tail_;
+    std::shared_ptr<LiveLog> tail_;
     std::uint64_t next_ = 0;
     std::deque<LogLine> lines_; ///< whatever the filter
     LogFilter filter_;

@@ -1,10 +1,10 @@
-#include "diagnostics/LogTail.h"
+#include "diagnostics/LiveLog.h"
 
 #include <algorithm>
 
 namespace zorbel {
 
-void LogTail::write(const char* line, std::size_t length) {
+void LiveLog::write(const char* line, std::size_t length) {
     while (length > 0 && (line[length - 1] == '\n' || line[length - 1] == '\r'))
         --length;
     std::string copy(line, std::min(length, longestLine));
@@ -18,7 +18,7 @@ void LogTail::write(const char* line, std::size_t length) {
     }
 }
 
-LogTail::Lines LogTail::since(std::uint64_t number) const {
+LiveLog::Lines LiveLog::since(std::uint64_t number) const {
     const std::lock_guard lock(mutex_);
     const std::uint64_t first = next_ - lines_.size();
     const auto skipped = static_cast<std::ptrdiff_t>(std::clamp(number, first, next_) - first);

@@ -12,7 +12,7 @@ namespace zorbel {
 
 /// The last lines of the log, for whoever wants to see them, when they want. Whoever logs never waits for
 /// that: a line is copied, and the oldest goes where there are too many. Any thread.
-class LogTail : public ILogSink {
+class LiveLog : public ILogSink {
 public:
     static constexpr std::size_t mostLines = 5000;
     static constexpr std::size_t mostBytes = std::size_t{4} << 20;
