@@ -1,6 +1,10 @@
 #include "diagnostics/DiagnosticsReport.h"
 
+#include <QLocale>
+
+#include <cctype>
 #include <cstddef>
+#include <cstdio>
 
 namespace zorbel {
 
@@ -20,11 +24,11 @@ bool isFlat(const DiagnosticsJson& value) {
 void appendValues(std::string& text, const DiagnosticsJson& values, std::size_t depth) {
     const std::string indent(2 * depth, ' ');
     for (const auto& [key, value] : values.items()) {
-        const std::string name = values.is_array() ? "- " : key + ": ";
+        const std::string name = values.is_array() ? "- " : labelText(key) + ": ";
         if (isFlat(value)) {
-            text += indent + name + valueText(value) + '\n';
+            text += indent + name + valueText(value, key) + '\n';
         } else {
-            text += indent + (values.is_array() ? "-" : key + ":") + '\n';
+            text += indent + (values.is_array() ? "-" : labelText(key) + ":") + '\n';
             appendValues(text, value, depth + 1);
         }
     }
@@ -39,13 +43,42 @@ DiagnosticsJson reportJson(const DiagnosticsReport& report) {
     return json;
 }
 
-std::string valueText(const DiagnosticsJson& value) {
+std::string labelText(const std::string& key) {
+    const auto is = [&key](std::size_t at, int (*kind)(int)) {
+        return at < key.size() && kind(static_cast<unsigned char>(key[at])) != 0;
+    };
+    if (!is(0, std::islower) || key.find_first_of("./ ") != std::string::npos)
+        return key;
+    std::string label;
+    for (std::size_t at = 0; at < key.size(); ++at) {
+        const bool word = is(at, std::isupper) && is(at + 1, std::islower); // "Texture" of "max3DTexture"
+        const bool begins = at > 0 && (word || (is(at - 1, std::islower) && !is(at, std::islower)));
+        if (begins && key.compare(at, 1, "B") == 0 && label.ends_with("Mi")) {
+            label += 'B';
+            continue;
+        }
+        if (begins)
+            label += ' ';
+        const bool unit = key.compare(at, 3, "MiB") == 0;
+        label += word && begins && !unit ? static_cast<char>(std::tolower(key[at])) : key[at];
+    }
+    return label;
+}
+
+std::string valueText(const DiagnosticsJson& value, const std::string& key) {
     if (value.is_string())
         return value.get<std::string>();
     if (value.is_boolean())
         return value.get<bool>() ? "yes" : "no";
     if (value.is_null() || (value.is_structured() && value.empty()))
         return "—";
+    if (value.is_number_unsigned() && (key == "bytes" || key.ends_with("Bytes")))
+        return QLocale::c().formattedDataSize(value.get<qint64>()).toStdString();
+    if (value.is_number_float()) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.6g", value.get<double>());
+        return text;
+    }
     if (!value.is_array())
         return value.dump(-1, ' ', false, DiagnosticsJson::error_handler_t::replace);
     std::string text;

@@ -23,8 +23,11 @@ using DiagnosticsReport = std::vector<DiagnosticsSection>;
 DiagnosticsJson reportJson(const DiagnosticsReport& report);
 /// For people: a title and lines of "name: value" for each section, nested values indented.
 std::string reportText(const DiagnosticsReport& report);
-/// A value that holds no other one, as people read it: "yes", "—", 3.25.
-std::string valueText(const DiagnosticsJson& value);
+/// A key as people read it: "machine available MiB"; names of properties and products stay as they are.
+std::string labelText(const std::string& key);
+/// A value that holds no other one, as people read it: "yes", "—", 3.25, and of a key that tells bytes 46.9
+/// MiB.
+std::string valueText(const DiagnosticsJson& value, const std::string& key = {});
 /// JSON with two blanks an indentation, whatever bytes its texts hold.
 std::string jsonText(const DiagnosticsJson& json);
 

@@ -143,6 +143,17 @@ QLabel#reportCounts { font-weight: 600; color: #002B5B; }
 QFrame#settingsSection { background: #FFFFFF; border: 1px solid #D8E2EC; border-radius: 10px; }
 QFrame#settingsSection QLabel, QFrame#settingsSection QCheckBox { background: #FFFFFF; }
 QFrame#settingsFooter { background: #F1F5F9; border-top: 1px solid #D8E2EC; }
+QDockWidget#diagnosticsPane { font-weight: 600; color: #002B5B; }
+QDockWidget#diagnosticsPane::title { background: #F1F5F9; border-left: 1px solid #D8E2EC; border-bottom: 1px solid #D8E2EC; padding: 6px 10px; }
+QTabWidget#diagnosticsPages::pane { border: 0; border-top: 1px solid #D8E2EC; }
+QTabWidget#diagnosticsPages QTabBar::tab { background: transparent; border: 0; border-bottom: 2px solid transparent; padding: 6px 9px; color: #475569; font-weight: 600; }
+QTabWidget#diagnosticsPages QTabBar::tab:hover { color: #002B5B; }
+QTabWidget#diagnosticsPages QTabBar::tab:selected { color: #002B5B; border-bottom-color: #18B6D9; }
+QTabWidget#diagnosticsPages QTabBar::tab:focus { background: #DFF4FA; }
+QTextEdit#diagnosticsReport, QDockWidget#diagnosticsPane QPlainTextEdit, QListWidget#diagnosticsCrashes, QTreeWidget#supportBundleList, QPlainTextEdit#supportBundleContents { background: #FFFFFF; border: 1px solid #CBD5E1; border-radius: 8px; padding: 4px; font-size: 12px; selection-background-color: #DFF4FA; selection-color: #002B5B; }
+QTextEdit#diagnosticsReport:focus, QDockWidget#diagnosticsPane QPlainTextEdit:focus, QListWidget#diagnosticsCrashes:focus, QTreeWidget#supportBundleList:focus, QPlainTextEdit#supportBundleContents:focus { border-color: #18B6D9; }
+QLabel#diagnosticsSaid, QLabel#diagnosticsTelemetryState { color: #475569; font-size: 12px; }
+QLabel#supportBundleSaid { font-weight: 600; color: #002B5B; }
 QScrollBar:vertical { background: transparent; width: 10px; margin: 2px; }
 QScrollBar::handle:vertical { background: #C4D1DE; border-radius: 4px; min-height: 28px; }
 QScrollBar:horizontal { background: transparent; height: 10px; margin: 2px; }

@@ -11,6 +11,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMainWindow>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTabWidget>
@@ -24,20 +25,29 @@ namespace zorbel {
 namespace {
 
 constexpr int refreshMs = 3000;
+constexpr int narrowest = 340;    // pixels
+constexpr qsizetype longRow = 38; // letters of a name and its value; more take two lines
 
 /// Values within values stand below their name.
 void appendRows(QString& html, const DiagnosticsJson& values, int depth) {
+    const QString cell = QStringLiteral("<td %1 style=\"padding-left:%2px;padding-right:10px;%3\">%4</td>");
+    const QString grey = QStringLiteral("color:#475569");
     for (const auto& [key, value] : values.items()) {
         const bool nested = value.is_object() && !value.empty();
         const bool list = value.is_array() && !value.empty() && value.front().is_object();
-        const QString name = QString::fromStdString(values.is_array() ? "•" : key).toHtmlEscaped();
-        html += QStringLiteral(
-                    "<tr><td "
-                    "style=\"padding-left:%1px;padding-right:10px;color:#475569\">%2</td><td>%3</td></tr>")
-                    .arg(depth * 12)
-                    .arg(
-                        name, nested || list ? QString()
-                                             : QString::fromStdString(valueText(value)).toHtmlEscaped());
+        const QString name = QString::fromStdString(values.is_array() ? "•" : labelText(key));
+        const QString text = nested || list ? QString() : QString::fromStdString(valueText(value, key));
+        const QString wide = QStringLiteral("colspan=\"2\"");
+        const bool two = !nested && !list && name.size() + text.size() > longRow;
+        html += QStringLiteral("<tr>") + cell.arg(two || text.isEmpty() ? wide : QString())
+                                             .arg(depth * 12)
+                                             .arg(grey, name.toHtmlEscaped());
+        if (two)
+            html += QStringLiteral("</tr><tr>") +
+                    cell.arg(wide).arg(depth * 12 + 12).arg(QString(), text.toHtmlEscaped());
+        else if (!text.isEmpty())
+            html += cell.arg(QString()).arg(0).arg(QString(), text.toHtmlEscaped());
+        html += QStringLiteral("</tr>");
         if (nested || list)
             appendRows(html, value, depth + 1);
     }
@@ -89,8 +99,9 @@ DiagnosticsPane::DiagnosticsPane(DiagnosticsMeans means, QWidget* parent)
     setWidget(contents);
     timer_.setInterval(refreshMs);
     connect(&timer_, &QTimer::timeout, this, &DiagnosticsPane::refresh);
-    // A tab of its own may have been in front of it.
     connect(this, &QDockWidget::visibilityChanged, this, [this] { Q_EMIT visibleChanged(!isHidden()); });
+    if (parent)
+        parent->installEventFilter(this);
 }
 
 QWidget* DiagnosticsPane::buildButtons() {
@@ -116,8 +127,35 @@ void DiagnosticsPane::toggle() {
     setVisible(isHidden());
     if (isHidden())
         return;
+    findRoom();
     raise();
     pages_->currentWidget()->setFocus(Qt::ShortcutFocusReason);
+}
+
+/// The views do not become smaller than they may be.
+void DiagnosticsPane::findRoom() {
+    const auto* window = qobject_cast<QMainWindow*>(parentWidget());
+    if (isHidden() || !window || !window->centralWidget())
+        return;
+    const int needed = window->centralWidget()->minimumSizeHint().width() + minimumSizeHint().width();
+    const bool fits = needed <= window->width();
+    if (!fits && !isFloating()) {
+        const QRect over = window->geometry();
+        const QSize size(narrowest, over.height() * 4 / 5);
+        setFloating(true);
+        setGeometry(QRect(over.bottomRight() - QPoint(size.width(), size.height()), size));
+        floatsForRoom_ = true;
+    } else if (fits && isFloating() && floatsForRoom_) {
+        setFloating(false);
+        floatsForRoom_ = false;
+    }
+}
+
+bool DiagnosticsPane::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == parentWidget() &&
+        (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest))
+        QMetaObject::invokeMethod(this, &DiagnosticsPane::findRoom, Qt::QueuedConnection);
+    return QDockWidget::eventFilter(watched, event);
 }
 
 void DiagnosticsPane::showEvent(QShowEvent* event) {

@@ -41,7 +41,8 @@ struct DiagnosticsMeans {
 
 /// What support asks for first: sections of facts, the log as it grows, the telemetry's events, what faults
 /// left behind, and the bundle of all that. It looks at nothing while it is hidden. The keys that are pressed
-/// in it are its own; Esc gives them back. User-interface thread.
+/// in it are its own; Esc gives them back. Beside views that would become too small for it, it is a window
+/// of its own. User-interface thread.
 class DiagnosticsPane : public QDockWidget {
     Q_OBJECT
 
@@ -67,9 +68,11 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QWidget* buildButtons();
+    void findRoom();
     void showReport(const DiagnosticsReport& report);
     SupportBundleSources bundleSources() const;
     void copy();
@@ -85,6 +88,7 @@ private:
     QTimer timer_;
     QString shown_;
     bool collecting_ = false;
+    bool floatsForRoom_ = false; ///< and not because the user wanted it
 };
 
 } // namespace zorbel

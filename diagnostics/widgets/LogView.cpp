@@ -6,6 +6,8 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScrollBar>
+#include <QSyntaxHighlighter>
+#include <QTextCharFormat>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -27,6 +29,26 @@ constexpr LevelChoice levelChoices[] = {
     {"Errors", LogLevel::Error},
 };
 
+/// Warnings and errors stand out.
+class LevelColours : public QSyntaxHighlighter {
+public:
+    using QSyntaxHighlighter::QSyntaxHighlighter;
+
+protected:
+    void highlightBlock(const QString& text) override {
+        constexpr qsizetype levelAt = 14; // after the time of day
+        const QStringView level = QStringView(text).mid(levelAt, 5);
+        QTextCharFormat format;
+        if (level.startsWith(QLatin1String("WARN")))
+            format.setForeground(QColor(0x92, 0x40, 0x0E));
+        else if (level == QLatin1String("ERROR") || level == QLatin1String("FATAL"))
+            format.setForeground(QColor(0xB4, 0x23, 0x18));
+        else
+            return;
+        setFormat(0, static_cast<int>(text.size()), format);
+    }
+};
+
 } // namespace
 
 LogView::LogView(
@@ -38,6 +60,7 @@ LogView::LogView(
     text_->setAccessibleName(QStringLiteral("Log"));
     text_->setReadOnly(true);
     text_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    new LevelColours(text_->document());
     text_->setMaximumBlockCount(static_cast<int>(LiveLog::mostLines));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(6, 6, 6, 6);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "diagnostics/LogLine.h"
 #include "diagnostics/LiveLog.h"
+#include "diagnostics/LogLine.h"
 
 #include <QTimer>
 #include <QWidget>

@@ -133,9 +133,9 @@ void SupportBundleDialog::showEntries(std::vector<SupportBundleEntry> entries) {
             memoryWarning_->show();
     }
     list_->setCurrentItem(list_->topLevelItem(0));
-    list_->setFocus();
     setBusy(false);
     say({});
+    list_->setFocus();
 }
 
 void SupportBundleDialog::showContents() {

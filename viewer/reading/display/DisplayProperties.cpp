@@ -5,7 +5,7 @@
 namespace zorbel {
 
 void DisplayProperties::addWindow(const imaging::LevelWindow& window) {
-    add("levelwindow", std::vector{window.center, window.width});
+    add("levelwindow", Parts{{"level", window.center}, {"width", window.width}});
 }
 
 void DisplayProperties::addSlab(const SlabModel& slab, bool linesShown) {
