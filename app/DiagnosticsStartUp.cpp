@@ -55,7 +55,7 @@ public:
 
     void addTo(KnownSecrets& secrets) const {
         for (const auto& [from, to] :
-             {std::pair(&people_, &secrets.people), std::pair(&studyUids_, &secrets.studyUids),
+             {std::pair(&patients_, &secrets.patients), std::pair(&studyUids_, &secrets.studyUids),
               std::pair(&seriesUids_, &secrets.seriesUids), std::pair(&identifiers_, &secrets.identifiers)})
             to->insert(to->end(), from->begin(), from->end());
     }
@@ -71,9 +71,9 @@ private:
     void note(const StudyIdentity& study, const imaging::ImageMetadata* metadata) {
         studyUids_.push_back(study.studyInstanceUid);
         identifiers_.push_back(study.orthancId);
-        people_.push_back(study.patientName);
+        patients_.push_back(study.patientName);
         if (metadata) {
-            people_.push_back(metadata->patientName);
+            patients_.push_back(metadata->patientName);
             seriesUids_.push_back(metadata->seriesInstanceUID);
         }
     }
@@ -81,7 +81,7 @@ private:
     MainWindow& window_;
     std::optional<OrthancImageLoadResult> load_;
     std::optional<qint64> displayedMs_;
-    std::vector<std::string> people_;
+    std::vector<std::string> patients_;
     std::vector<std::string> studyUids_;
     std::vector<std::string> seriesUids_;
     std::vector<std::string> identifiers_;
@@ -121,12 +121,12 @@ DiagnosticsJson telemetrySection(const TelemetryDiagnostics& telemetry) {
 KnownSecrets sessionSecrets(const ZorbelApiClient& client) {
     KnownSecrets secrets;
     const UserProfile profile = client.profile();
-    secrets.people = {profile.name.toStdString(), profile.email.toStdString()};
+    secrets.users = {profile.name.toStdString(), profile.email.section(QLatin1Char('@'), 0, 0).toStdString()};
     secrets.identifiers = {profile.id.toStdString(), QSysInfo::machineHostName().toStdString()};
     secrets.homeFolders = {QDir::homePath().toStdString()};
     for (const char* variable : {"USER", "USERNAME"})
         if (const QString user = qEnvironmentVariable(variable); user != QLatin1String("root"))
-            secrets.people.push_back(user.toStdString());
+            secrets.users.push_back(user.toStdString());
     try {
         secrets.tokens = {client.cloudRoute().token.toStdString()};
         secrets.identifiers.push_back(

@@ -55,7 +55,8 @@ Redactor::Redactor(const KnownSecrets& known, KeyedNames names) : names_(std::mo
     addTokens(known);
     addPlaces(known);
     addIdentifiers(known);
-    addPeople(known.people);
+    addPeople(known.patients, true);
+    addPeople(known.users, false);
 }
 
 void Redactor::add(const QString& pattern, Replacement replacement) {
@@ -127,7 +128,7 @@ void Redactor::addIdentifiers(const KnownSecrets& known) {
     add(QStringLiteral("\\b[0-9a-f]{24}\\b"), named("id")); // of a user's folder
 }
 
-void Redactor::addPeople(const std::vector<std::string>& people) {
+void Redactor::addPeople(const std::vector<std::string>& people, bool within) {
     std::set<QString> whole;
     std::set<QString> words;
     std::set<QString> telling;
@@ -135,7 +136,8 @@ void Redactor::addPeople(const std::vector<std::string>& people) {
         QStringList parts = nameParts(qt(name));
         for (const QString& part : parts)
             if (part.size() >= shortestPart)
-                (part.size() >= tellingPart ? telling : words).insert(QRegularExpression::escape(part));
+                (within && part.size() >= tellingPart ? telling : words)
+                    .insert(QRegularExpression::escape(part));
         if (parts.size() < 2)
             continue;
         // Also of short parts, which alone say nothing.

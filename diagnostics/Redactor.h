@@ -17,7 +17,8 @@ namespace zorbel {
 
 /// What is known not to leave this computer. Nothing of it is kept anywhere.
 struct KnownSecrets {
-    std::vector<std::string> people{};    ///< names and ids of patients, DICOM's form or any other; the user
+    std::vector<std::string> patients{};  ///< names and ids, in DICOM's form or any other
+    std::vector<std::string> users{};     ///< names
     std::vector<std::string> tokens{};    ///< of sessions
     std::vector<std::string> studyUids{}; ///< short ones are found in a text only if they are here
     std::vector<std::string> seriesUids{};
@@ -56,7 +57,8 @@ private:
     void addTokens(const KnownSecrets& known);
     void addPlaces(const KnownSecrets& known);
     void addIdentifiers(const KnownSecrets& known);
-    void addPeople(const std::vector<std::string>& people);
+    /// within: a long part of a name is found within words, too.
+    void addPeople(const std::vector<std::string>& people, bool within);
     DiagnosticsJson valueOf(const std::string& key, const DiagnosticsJson& value) const;
     Replacement named(const char* kind) const;
 

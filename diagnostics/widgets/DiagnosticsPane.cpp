@@ -18,6 +18,7 @@
 #include <QTextEdit>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <utility>
 
 namespace zorbel {
@@ -141,7 +142,7 @@ void DiagnosticsPane::findRoom() {
     const bool fits = needed <= window->width();
     if (!fits && !isFloating()) {
         const QRect over = window->geometry();
-        const QSize size(narrowest, over.height() * 4 / 5);
+        const QSize size(std::max(narrowest, minimumSizeHint().width()), over.height() * 4 / 5);
         setFloating(true);
         setGeometry(QRect(over.bottomRight() - QPoint(size.width(), size.height()), size));
         floatsForRoom_ = true;

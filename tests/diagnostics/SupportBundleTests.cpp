@@ -61,7 +61,7 @@ std::string everything() {
            "; 7d444840-9dc0-11d1-b245-5ffdce74fad2; "
            "/home/rita/.cache/0123456789abcdef01234567/x, C:\\Users\\Rita\\AppData, "
            "89abcdef0123456701234567. "
-           "Kept: 1.2.840.10008.1.2.4.70, Qt 6.4.2, 127.0.0.1";
+           "Kept: VolumeCacheReader, 1.2.840.10008.1.2.4.70, Qt 6.4.2, 127.0.0.1";
 }
 
 class SupportBundle : public testing::Test {
@@ -93,7 +93,8 @@ protected:
         sources_.crashFolder = crashes_;
         sources_.keyFile = folder_.path() / "private" / "diagnostics.key";
         sources_.secrets = {
-            .people = {"Mustermann^Erika", "Li^Wu", "Müller-Lüdenscheidt", "Rita Reader"},
+            .patients = {"Mustermann^Erika", "Li^Wu", "Müller-Lüdenscheidt"},
+            .users = {"Rita Reader"},
             .tokens = {"opaque-token-77"},
             .studyUids = {studyUid, shortUid},
             .identifiers = {"0123456789abcdef01234567"},
@@ -138,7 +139,8 @@ TEST_F(SupportBundle, HoldsNothingThatNamesAnybodyOrLetsAnybodyIn) {
     const std::string& log = bundle.at("zorbel-desktop.log");
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 3);
     for (const char* kept :
-         {"1.2.840.10008.1.2.4.70", "Qt 6.4.2", "127.0.0.1", "\"level\":\"info\"", "~/.cache"})
+         {"1.2.840.10008.1.2.4.70", "Qt 6.4.2", "127.0.0.1", "\"level\":\"info\"", "~/.cache",
+          "VolumeCacheReader"})
         EXPECT_NE(log.find(kept), std::string::npos) << kept;
     EXPECT_NE(bundle.at("telemetry.json").find("app.startup"), std::string::npos);
     EXPECT_EQ(nlohmann::json::parse(bundle.at("report.json")).at("storage").at("folder"), "~/cache");
