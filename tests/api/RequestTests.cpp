@@ -1,5 +1,7 @@
 #include "ApiTestSupport.h"
 
+#include "api/LastRequests.h"
+
 namespace zorbel {
 namespace {
 
@@ -55,6 +57,36 @@ TEST(ApiRequest, SendsWhatWasAskedAndReturnsTheBody) {
     EXPECT_TRUE(put.has("Authorization: Bearer tok\r\n"));
     EXPECT_TRUE(put.has("Content-Type: application/json\r\n"));
     EXPECT_FALSE(server.requests().at(1).has("Content-Type"));
+}
+
+TEST(ApiRequest, TellsItsObserverWhatItCameToAndNoIdentifier) {
+    const MisbehavingServer server([](Exchange& exchange) {
+        if (!exchange.request.isFor("broken"))
+            exchange.reply(exchange.request.isFor("refused") ? 403 : 200, "{}");
+    });
+    LastRequests last;
+    ApiClientConfig config = configFor(server);
+    config.observer = [&last](const RequestOutcome& outcome) { last.note(outcome); };
+    const ZorbelApiClient client(config);
+    EXPECT_FALSE(last.of(false).last.has_value());
+    get(client, server.url("/apps/pacs/1.2.3/6b9e-4f/Doe?search=Doe"));
+    RequestOutcome outcome = last.of(false).last.value().outcome;
+    EXPECT_EQ(outcome.path.toStdString(), "/apps/pacs/…/…/…");
+    EXPECT_EQ(outcome.status, 200);
+    EXPECT_EQ(outcome.failure.toStdString(), "");
+    failureOf([&] { get(client, server.url("/refused")); });
+    outcome = last.of(false).last.value().outcome;
+    EXPECT_EQ(outcome.status, 403);
+    EXPECT_EQ(outcome.failure.toStdString(), "refused");
+    failureOf([&] { get(client, server.url("/broken")); });
+    EXPECT_EQ(last.of(false).last.value().outcome.failure.toStdString(), "no answer");
+    EXPECT_EQ(last.of(false).requests, 3u);
+    EXPECT_EQ(last.of(false).failures, 2u);
+    EXPECT_LE(last.of(false).lastSuccess.value(), last.of(false).last.value().time);
+    const MisbehavingServer node([](Exchange& exchange) { exchange.reply(200, "{}"); });
+    get(client, node.url("/x"));
+    EXPECT_EQ(last.of(true).requests, 1u);
+    EXPECT_EQ(last.of(false).requests, 3u);
 }
 
 TEST(ApiRequest, RefusesBeforeAnyTraffic) {

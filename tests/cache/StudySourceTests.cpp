@@ -69,11 +69,24 @@ TEST_F(StudySourceTest, reportsAnImpossibleCacheInsteadOfPassingOverIt) {
 }
 
 TEST_F(StudySourceTest, reopensFromTheArchiveWithoutDownloading) {
+    const auto stages = [](const Opened& opened) {
+        std::string names;
+        for (const LoadRecord::Stage& stage : opened.result->record.stages)
+            names += stage.name + "; ";
+        return names;
+    };
     const auto first = open();
     expectWhole(first, ImageSource::Service);
+    EXPECT_EQ(
+        stages(first),
+        "volume cache; listing of series; download as a stream; headers and grouping; decoding; ");
+    EXPECT_EQ(first.result->record.files, static_cast<std::size_t>(series_.slices));
+    EXPECT_TRUE(first.result->image->metadata().transferSyntax.starts_with("1.2.840.10008.1.2"));
     EXPECT_EQ(imageRequests(), 1u);
     const auto again = open();
     expectWhole(again, ImageSource::Archive);
+    EXPECT_EQ(
+        stages(again), "volume cache; listing of series; archive check; headers and grouping; decoding; ");
     EXPECT_EQ(imageRequests(), 1u);
     expectWhole(open(study_, true), ImageSource::Service); // "Retry from PACS" means it
     EXPECT_EQ(imageRequests(), 2u);
