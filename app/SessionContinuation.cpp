@@ -66,8 +66,8 @@ void SessionContinuation::addNotice() {
     button->setObjectName(QStringLiteral("statusSignIn"));
     button->setText(QStringLiteral("Sign in…"));
     button->setToolTip(QStringLiteral("Sign in again to go on where you were"));
-    window_->statusBar()->insertPermanentWidget(0, button);
-    window_->statusBar()->insertPermanentWidget(0, notice);
+    window_->statusBar()->addPermanentWidget(notice);
+    window_->statusBar()->addPermanentWidget(button);
     const auto show = [this, notice, button] {
         const bool ended = renewal_.state() != SessionRenewal::State::Valid;
         notice->setVisible(ended);

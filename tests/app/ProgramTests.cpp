@@ -6,6 +6,7 @@
 #include "demo/PhantomStudies.h"
 
 #include <QCoreApplication>
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QFile>
 
@@ -75,6 +76,20 @@ protected:
         EXPECT_TRUE(home_.logLines().last().contains(cleanExit)) << home_.log().toStdString();
         EXPECT_FALSE(home_.hasSessionLock());
         EXPECT_TRUE(home_.workspaces().isEmpty());
+    }
+
+    void goOn() const {
+        QFile file(home_.path("temp/go-on"));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    /// The program, the reader's sessions ended when the script has opened a study; what it said afterwards.
+    QString playUntilSessionEnds(const char* script) {
+        const auto running = startAndStay(script);
+        service_->revokeTokens(demo::readerAccount);
+        goOn();
+        EXPECT_TRUE(running->waitForFinished(-1));
+        EXPECT_EQ(running->exitCode(), 0);
+        return QString::fromUtf8(running->readAll());
     }
 
     /// Whether a program that is started with the link ends without a sign-in of its own.
@@ -202,12 +217,38 @@ TEST_F(ProgramTest, aLinkOpensInTheRunningProgramOrIsRefusedThere) {
 TEST_F(ProgramTest, aLinkAtTheSignInTakesThePlaceOfTheOneThatWaits) {
     const auto running = startAndStay("receive-link-at-sign-in", {link_ + QStringLiteral("1.2.3")});
     EXPECT_TRUE(isTaken(link_ + uid_));
-    QFile goOn(home_.path("temp/go-on"));
-    ASSERT_TRUE(goOn.open(QIODevice::WriteOnly));
-    goOn.close();
+    goOn();
     EXPECT_TRUE(waitForOutput(*running, "Zorbel Cloud: " + uid_.toLatin1()));
     ASSERT_TRUE(running->waitForFinished(-1));
     EXPECT_EQ(running->exitCode(), 0);
+}
+
+TEST_F(ProgramTest, aSessionThatEndsOverAnOpenStudyIsRenewedWhenTheReaderWantsIt) {
+    const QString output = playUntilSessionEnds("renew-session");
+    EXPECT_TRUE(output.contains(QStringLiteral("EMAIL reader@zorbel.example\nFOCUS loginPassword\n")))
+        << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("RENEWED Loaded volume from Zorbel Cloud: ") + uid_))
+        << output.toStdString();
+    expectCleanEnd();
+}
+
+TEST_F(ProgramTest, anotherUserGoesOnInAWindowOfTheirOwnWhenAllIsSaved) {
+    home_.set("ZORBEL_OTHER_ACCOUNT", demo::administratorAccount.email);
+    home_.set("ZORBEL_OTHER_PASSWORD", demo::administratorAccount.password);
+    const std::size_t before = service_->auditRecords().size();
+    const QString output = playUntilSessionEnds("sign-in-as-another");
+    EXPECT_TRUE(output.contains(QStringLiteral("TEXT Ada Admin (Demo Dental Clinic) signed in, but")))
+        << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("NEXT No study selected"))) << output.toStdString();
+    EXPECT_TRUE(home_.log().contains(QStringLiteral("Study closed")));
+    QDirIterator keyImages(
+        home_.path("."), {QStringLiteral("*.png")}, QDir::Files, QDirIterator::Subdirectories);
+    EXPECT_TRUE(keyImages.hasNext()) << "what the reader recorded without a session";
+    const auto audits = service_->auditRecords();
+    for (std::size_t i = before; i < audits.size(); ++i)
+        EXPECT_TRUE(audits[i].userId == demo::readerAccount.id || audits[i].event == "SESSION_START")
+            << audits[i].userId << " " << audits[i].event;
+    expectCleanEnd();
 }
 
 } // namespace

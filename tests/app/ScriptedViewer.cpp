@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
@@ -74,10 +75,8 @@ public:
         else if (name == QLatin1String("stay-at-sign-in"))
             planStay([] { return visible("loginSubmit") != nullptr; });
         else {
-            if (name == QLatin1String("receive-link-at-sign-in")) {
-                add([] { return visible("loginSubmit") != nullptr; }, [] { say("STAYING"); });
-                add([] { return QFile::exists(QDir::temp().filePath(QStringLiteral("go-on"))); }, [] {});
-            }
+            if (name == QLatin1String("receive-link-at-sign-in"))
+                planPause([] { return visible("loginSubmit") != nullptr; });
             planSignIn();
             if (name == QLatin1String("receive-links")) {
                 add([] { return true; }, [] { say("STAYING"); });
@@ -100,6 +99,10 @@ public:
                 planShownStudy();
                 planStay([] { return true; });
             }
+            if (name == QLatin1String("renew-session"))
+                planRenewal();
+            if (name == QLatin1String("sign-in-as-another"))
+                planOtherUser();
             if (name == QLatin1String("stay-with-question"))
                 planStay([] { return isAsked("recoveryBox"); });
             if (name == QLatin1String("recover-after-link"))
@@ -146,16 +149,22 @@ private:
         add([box] { return isAsked(box); },
             [answer] { QTest::mouseClick(messageBox()->button(answer), Qt::LeftButton); });
     }
+    /// Until the test says so.
+    void planPause(std::function<bool()> ready) {
+        add(std::move(ready), [] { say("STAYING"); });
+        add([] { return QFile::exists(QDir::temp().filePath(QStringLiteral("go-on"))); }, [] {});
+    }
+    static void enter(const char* emailVariable, const char* passwordVariable) {
+        auto* email = visible("loginEmail");
+        QTest::keyClick(email, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(email, qEnvironmentVariable(emailVariable));
+        auto* password = visible("loginPassword");
+        QTest::keyClicks(password, qEnvironmentVariable(passwordVariable));
+        QTest::keyClick(password, Qt::Key_Return);
+    }
     void planSignIn() {
         add([] { return visible("loginSubmit"); },
-            [] {
-                auto* email = visible("loginEmail");
-                QTest::keyClick(email, Qt::Key_A, Qt::ControlModifier);
-                QTest::keyClicks(email, qEnvironmentVariable("ZORBEL_DEMO_ACCOUNT"));
-                auto* password = visible("loginPassword");
-                QTest::keyClicks(password, qEnvironmentVariable("ZORBEL_DEMO_PASSWORD"));
-                QTest::keyClick(password, Qt::Key_Return);
-            });
+            [] { enter("ZORBEL_DEMO_ACCOUNT", "ZORBEL_DEMO_PASSWORD"); });
         add(
             [] {
                 const auto* list = visible<QListWidget>("studyList");
@@ -170,6 +179,57 @@ private:
                 return source && !source->text().isEmpty();
             },
             [] { say("SOURCE", visible<QLabel>("statusSource")->text()); });
+    }
+    static void refresh() { QTest::mouseClick(visible("refreshStudies"), Qt::LeftButton); }
+    /// The session ends over an open study; the reader records something meanwhile.
+    void planEndedSession() {
+        add([] { return true; }, [] { openFirstStudy(); });
+        planShownStudy();
+        planPause([] { return true; });
+        add([] { return true; }, [] { refresh(); });
+        add([] { return visible("loginNotNow") && QApplication::focusWidget(); },
+            [] {
+                say("EMAIL", visible<QLineEdit>("loginEmail")->text());
+                say("FOCUS", QApplication::focusWidget()->objectName());
+                QTest::mouseClick(visible("loginNotNow"), Qt::LeftButton);
+            });
+        add([] { return visible("statusSignIn") && !visible("loginNotNow"); },
+            [] {
+                say("SOURCE", visible<QLabel>("statusSource")->text());
+                QTest::mouseClick(visible("rail-report"), Qt::LeftButton);
+            });
+        add([] { return visible<QLabel>("statusText")->text().startsWith(QStringLiteral("Key image")); },
+            [] { say("RECORDED", visible<QLabel>("statusText")->text()); });
+    }
+    void planRenewal() {
+        planEndedSession();
+        add([] { return true; }, [] { QTest::mouseClick(visible("toolbar-retry"), Qt::LeftButton); });
+        add([] { return visible("loginNotNow"); },
+            [] {
+                auto* password = visible("loginPassword");
+                QTest::keyClicks(password, qEnvironmentVariable("ZORBEL_DEMO_PASSWORD"));
+                QTest::keyClick(password, Qt::Key_Return);
+            });
+        add([] { return !visible("loginNotNow") && !visible("statusSession") && !visible("loadingOverlay"); },
+            [] { say("RENEWED", visible<QLabel>("statusSource")->text()); });
+    }
+    void planOtherUser() {
+        planEndedSession();
+        add([] { return true; }, [] { QTest::mouseClick(visible("statusSignIn"), Qt::LeftButton); });
+        add([] { return visible("loginNotNow"); },
+            [] { enter("ZORBEL_OTHER_ACCOUNT", "ZORBEL_OTHER_PASSWORD"); });
+        add([] { return isAsked("otherUserBox"); },
+            [] {
+                say("TEXT", messageBox()->text().replace(QLatin1Char('\n'), QLatin1Char('|')));
+                QTest::mouseClick(messageBox()->defaultButton(), Qt::LeftButton);
+            });
+        add(
+            [] {
+                const auto* name = mainWindow() ? visible<QLabel>("identityText") : nullptr;
+                return name && name->text().startsWith(QStringLiteral("Ada")) &&
+                       visible<QListWidget>("studyList")->count() > 0;
+            },
+            [] { say("NEXT", visible<QLabel>("viewerTitle")->text()); });
     }
     void planDownload() {
         add([] { return true; }, [] { openFirstStudy(); });
