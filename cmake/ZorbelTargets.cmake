@@ -13,6 +13,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     target_compile_options(zorbel_flags INTERFACE -Wno-restrict)
 endif()
 target_compile_definitions(zorbel_flags INTERFACE QT_NO_KEYWORDS)
+# By which the places in a crash dump are found again in the program that wrote it.
+target_link_options(zorbel_flags INTERFACE -Wl,--build-id)
 if(ZORBEL_SANITIZE_ADDRESS)
     # The added checks make GCC 12 warn wrongly about std::regex.
     target_compile_options(zorbel_flags INTERFACE -fsanitize=address,undefined -fno-omit-frame-pointer

@@ -13,7 +13,7 @@ namespace zorbel {
 /// neither locks nor allocates, and may happen within a signal handler while other threads go on logging.
 class RecentLines : public ILogSink {
 public:
-    static constexpr std::size_t lineCount = 64;
+    static constexpr std::size_t lineCount = 200;
     static constexpr std::size_t longestLine = 512; ///< in bytes, line feed included; more is cut off
 
     void write(const char* line, std::size_t length) override;

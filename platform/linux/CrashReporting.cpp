@@ -2,173 +2,146 @@
 
 #include "app/log/Logger.h"
 #include "app/log/RecentLines.h"
-#include "platform/CrashDumpTime.h"
+#include "platform/CrashDumps.h"
 #include "platform/PrivateFile.h"
+#include "platform/linux/CallChain.h"
+#include "platform/linux/CrashDumpFile.h"
+#include "platform/linux/FixedText.h"
+#include "platform/linux/LoadedModules.h"
+#include "platform/linux/OtherThreads.h"
+#include "platform/threads/StackGuard.h"
 
 #include <array>
 #include <atomic>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <ctime>
+#include <cxxabi.h>
 #include <exception>
 #include <memory>
+#include <new>
 #include <string>
-#include <utility>
+#include <typeinfo>
 
-#include <csignal>
-#include <execinfo.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace zorbel {
 
 namespace {
 
-constexpr std::array<std::pair<int, const char*>, 5> fatalSignals{
-    {{SIGSEGV, "SIGSEGV"}, {SIGBUS, "SIGBUS"}, {SIGFPE, "SIGFPE"}, {SIGILL, "SIGILL"}, {SIGABRT, "SIGABRT"}}};
+constexpr std::array fatalSignals{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 
-// Everything the handler needs is laid out before the crash: the handler itself may neither allocate nor
-// lock.
-char dumpPrefix[PATH_MAX];
-char dumpHeader[256];
-char lastLines[RecentLines::lineCount * RecentLines::longestLine];
-RecentLines* recentLines = nullptr;
-alignas(16) char handlerStack[128 * 1024];
-std::atomic<bool> handling = false;
-
-/// A text of fixed capacity; what does not fit is cut off.
-class FixedText {
-public:
-    FixedText& operator<<(const char* text) noexcept {
-        while (*text != '\0' && length_ + 1 < sizeof text_) {
-            text_[length_++] = *text++;
-        }
-        text_[length_] = '\0';
-        return *this;
-    }
-    FixedText& operator<<(unsigned long number) noexcept {
-        char digits[24];
-        char* first = digits + sizeof digits - 1;
-        *first = '\0';
-        do {
-            *--first = static_cast<char>('0' + number % 10);
-            number /= 10;
-        } while (number != 0);
-        return *this << first;
-    }
-    const char* text() const noexcept { return text_; }
-    std::size_t length() const noexcept { return length_; }
-
-private:
-    char text_[PATH_MAX + 64] = {};
-    std::size_t length_ = 0;
+/// What lasts until the process is gone: a crash may come while the program's statics go.
+struct Reporting {
+    std::string prefix;
+    std::string head;
+    std::string program;
+    RecentLines log;
+    std::unique_ptr<CrashDumpFile> dump;
 };
 
-const char* signalName(int number) noexcept {
-    for (const auto& [known, name] : fatalSignals) {
-        if (known == number) {
-            return name;
-        }
-    }
-    return "?";
-}
+Reporting* reporting = nullptr;
+std::atomic<bool> handling = false;
 
-bool writeAll(int file, const char* bytes, std::size_t length) noexcept {
-    while (length > 0) {
-        const ssize_t count = write(file, bytes, length);
-        if (count <= 0) {
-            return false;
-        }
-        bytes += count;
-        length -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
+/// Why this thread ends the program.
+thread_local const char* ownReason = "";
+thread_local const char* exceptionType = "";
 
-void writeDump(int signalNumber, int code) noexcept {
-    const auto time = crashDumpTime(::time(nullptr));
-    const auto process = static_cast<unsigned long>(getpid());
-    FixedText path;
-    path << dumpPrefix << time.data() << "-" << process << ".txt";
-    const int file = open(path.text(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (file < 0) {
-        return;
-    }
-    FixedText head;
-    head << dumpHeader << "time " << time.data() << "\nprocess " << process << "\nsignal "
-         << static_cast<unsigned long>(signalNumber) << " " << signalName(signalNumber) << ", code "
-         << (code < 0 ? "-" : "") << static_cast<unsigned long>(code < 0 ? -static_cast<long>(code) : code)
-         << "\nlast log lines\n";
-    constexpr char chainTitle[] = "call chain\n";
-    // The call chain comes last: following it on a damaged stack may end the handler.
-    if (writeAll(file, head.text(), head.length()) &&
-        writeAll(file, lastLines, recentLines->copy(lastLines, sizeof lastLines)) &&
-        writeAll(file, chainTitle, sizeof chainTitle - 1)) {
-        void* frames[128];
-        backtrace_symbols_fd(frames, backtrace(frames, 128), file);
-    }
-    fsync(file);
-    close(file);
-}
-
-void onFatalSignal(int signalNumber, siginfo_t* info, void*) {
+void onFatalSignal(int signalNumber, siginfo_t* info, void* context) {
+    CallChain::faultWhileFollowing();
     // A second thread that crashes waits for the first one's dump and ends with the process.
-    while (handling.exchange(true)) {
+    while (handling.exchange(true))
         pause();
-    }
-    writeDump(signalNumber, info->si_code);
+    // Whatever holds the dump up, the program ends.
+    constexpr unsigned longestSeconds = 30;
+    std::signal(SIGALRM, SIG_DFL);
+    alarm(longestSeconds);
+    reporting->dump->write(*info, *static_cast<ucontext_t*>(context), ownReason, exceptionType);
     std::signal(signalNumber, SIG_DFL);
     // Still blocked here; it strikes on return from this handler.
     raise(signalNumber);
+}
+
+/// Of an exception the type alone is told: its text may quote a path, or what was read.
+[[noreturn]] void onTerminate() {
+    ownReason = "std::terminate";
+    if (const std::type_info* type = abi::__cxa_current_exception_type()) {
+        ownReason = "an exception that nobody caught";
+        exceptionType = type->name();
+        try {
+            throw;
+        } catch (const std::bad_alloc&) {
+            ownReason = "out of memory";
+        } catch (...) {
+        }
+    }
+    std::abort();
+}
+
+std::string programName() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    return length <= 0 ? "program"
+                       : std::filesystem::path(std::string(path, static_cast<std::size_t>(length)))
+                             .filename()
+                             .string();
+}
+
+/// Throws what the file system throws.
+std::unique_ptr<Reporting>
+prepare(const std::filesystem::path& folder, std::string_view baseName, std::string_view version) {
+    createPrivateFolder(folder);
+    auto made = std::make_unique<Reporting>();
+    made->prefix = (std::filesystem::absolute(folder) / (std::string(baseName) + "-")).string();
+    FixedText<512> buildId;
+    LoadedModules::describeBuildId(buildId, reinterpret_cast<const void*>(&onFatalSignal));
+    made->head = std::string(baseName) + " crash report\nversion " + std::string(version) + "\nbuild id " +
+                 buildId.text() + "\n";
+    made->program = programName();
+    made->dump = std::make_unique<CrashDumpFile>(made->prefix, made->head, made->program, made->log);
+    return made;
+}
+
+/// The first use finds the functions it needs, which must not happen within the handler.
+void rehearse() {
+    ucontext_t here{};
+    getcontext(&here);
+    CallChain chain;
+    chain.follow(here, false);
+    FixedText<512> text;
+    LoadedModules("").describe(text, reinterpret_cast<const void*>(&onFatalSignal));
+}
+
+bool setHandlers() {
+    struct sigaction action {};
+    action.sa_sigaction = onFatalSignal;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    for (const int number : fatalSignals)
+        sigaddset(&action.sa_mask, number);
+    for (const int number : fatalSignals)
+        if (sigaction(number, &action, nullptr) != 0)
+            return false;
+    std::set_terminate(onTerminate);
+    return OtherThreads::install();
 }
 
 } // namespace
 
 bool installCrashReporting(
     const std::filesystem::path& folder, std::string_view baseName, std::string_view version) {
+    if (reporting)
+        return false;
     try {
-        createPrivateFolder(folder);
-        const std::string prefix =
-            (std::filesystem::absolute(folder) / (std::string(baseName) + "-")).string();
-        const std::string header =
-            std::string(baseName) + " crash report\nversion " + std::string(version) + "\n";
-        if (prefix.size() >= sizeof dumpPrefix || header.size() >= sizeof dumpHeader) {
-            return false;
-        }
-        std::strcpy(dumpPrefix, prefix.c_str());
-        std::strcpy(dumpHeader, header.c_str());
-        if (recentLines == nullptr) {
-            recentLines = new RecentLines; // for good: a crash may come while the program's statics go
-            Logger::instance().addSink(std::shared_ptr<ILogSink>(std::shared_ptr<void>(), recentLines));
-        }
+        auto made = prepare(folder, baseName, version);
+        CrashDumps(folder, baseName).removeOldest();
+        Logger::instance().addSink(std::shared_ptr<ILogSink>(std::shared_ptr<void>(), &made->log));
+        reporting = made.release();
     } catch (const std::exception&) {
         return false;
     }
-
-    // The first call loads the unwinder, which must not happen within the handler.
-    void* frame = nullptr;
-    backtrace(&frame, 1);
-
-    stack_t alternate{};
-    alternate.ss_sp = handlerStack;
-    alternate.ss_size = sizeof handlerStack;
-    if (sigaltstack(&alternate, nullptr) != 0) {
-        return false;
-    }
-    struct sigaction action {};
-    action.sa_sigaction = onFatalSignal;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-    for (const auto& entry : fatalSignals) {
-        sigaddset(&action.sa_mask, entry.first);
-    }
-    for (const auto& entry : fatalSignals) {
-        if (sigaction(entry.first, &action, nullptr) != 0) {
-            return false;
-        }
-    }
-    std::set_terminate([] { std::abort(); });
-    return true;
+    guardThreadStack();
+    rehearse();
+    return setHandlers();
 }
 
 } // namespace zorbel

@@ -211,7 +211,7 @@ TEST(RecentLines, KeepsTheLastOnesWholeWhileOthersAreWritten) {
     }
     writer.join();
     const auto text = kept();
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 64);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 200);
     EXPECT_TRUE(text.ends_with("\n" + std::string(200, 'f') + "\n")) << "the last of all";
 }
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-enum class CrashKind { MemoryFault, StackOverflow, Abort };
+enum class CrashKind { MemoryFault, StackOverflow, Abort, Exception, OutOfMemory };
 
 /// Expectations of this system's form of a dump. Returns the lines of the log in it.
 std::string checkCrashDump(

@@ -2,12 +2,15 @@
 
 #include "platform/CrashReporting.h"
 #include "platform/SystemInfo.h"
+#include "tests/platform/CrashReportingTest.h"
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
 #include <dbghelp.h>
+
+const std::string CrashReportingTest::extension = ".dmp";
 
 std::string checkCrashDump(
     const std::filesystem::path& path, const std::string& contents, const std::string& version,
@@ -36,11 +39,18 @@ std::string checkCrashDump(
         EXPECT_EQ(code, static_cast<DWORD>(EXCEPTION_STACK_OVERFLOW));
         break;
     case CrashKind::Abort:
+    case CrashKind::Exception:
+    case CrashKind::OutOfMemory:
         EXPECT_EQ(code, 0xE05A0001U);
         break;
     }
     if (MiniDumpReadDumpStream(bytes.data(), CommentStreamA, &directory, &stream, &size)) {
-        EXPECT_EQ(std::string(static_cast<const char*>(stream)), "ZorbelWorkstation version " + version);
+        const std::string comment(static_cast<const char*>(stream));
+        EXPECT_TRUE(comment.starts_with("ZorbelWorkstation version " + version)) << comment;
+        const std::string reason = kind == CrashKind::Exception ? "\nreason an exception that nobody caught\n"
+                                   : kind == CrashKind::OutOfMemory ? "\nreason out of memory\n"
+                                                                    : "";
+        EXPECT_NE(comment.find(reason), std::string::npos) << comment;
     } else {
         ADD_FAILURE() << "no comment";
     }
