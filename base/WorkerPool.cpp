@@ -1,6 +1,7 @@
 #include "base/WorkerPool.h"
 
 #include "base/WorkCancelled.h"
+#include "platform/threads/StackGuard.h"
 
 #include <algorithm>
 #include <exception>
@@ -51,7 +52,10 @@ void runOnAllCores(
     std::vector<std::jthread> threads;
     try {
         for (std::size_t worker = 1; worker < workerCount(count); ++worker)
-            threads.emplace_back(work, worker);
+            threads.emplace_back([&work, worker] {
+                guardThreadStack();
+                work(worker);
+            });
     } catch (const std::system_error&) {
         // No further thread to be had: those that run, and this one, do it all.
     }

@@ -1,5 +1,7 @@
 #include "imaging/TilePool.h"
 
+#include "platform/threads/StackGuard.h"
+
 #include <algorithm>
 #include <system_error>
 #include <utility>
@@ -31,7 +33,10 @@ TilePool& TilePool::shared() {
 TilePool::TilePool(unsigned threads) {
     try {
         for (unsigned thread = 0; thread < threads; ++thread)
-            threads_.emplace_back([this] { work(); });
+            threads_.emplace_back([this] {
+                guardThreadStack();
+                work();
+            });
     } catch (const std::system_error&) {
         // No further thread to be had: those that run do it all.
     }

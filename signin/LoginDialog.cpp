@@ -1,5 +1,6 @@
 #include "signin/LoginDialog.h"
 
+#include "platform/threads/StackGuard.h"
 #include "resources/Resources.h"
 #include "settings/store/SettingsStore.h"
 
@@ -289,6 +290,7 @@ void LoginDialog::submit() {
     setVerifying(true);
     verification_ = std::make_shared<Verification>();
     watcher_.setFuture(QtConcurrent::run([client = client_, verification = verification_, email, password] {
+        guardThreadStack();
         LoginOutcome outcome = client->signIn(email, password, verification->cancel);
         if (!verification->moveTo(Verification::State::Finished))
             client->signOut();

@@ -4,6 +4,7 @@
 #include "api/HttpRequest.h"
 #include "app/log/Logger.h"
 #include "platform/SystemInfo.h"
+#include "platform/threads/StackGuard.h"
 
 #include <QString>
 
@@ -50,7 +51,10 @@ void trim(std::deque<std::string>& events) {
 TelemetryEmitter::TelemetryEmitter(const QUrl& endpoint)
     : endpoint_(endpoint), enabled_(isAllowed(endpoint)) {
     if (enabled_)
-        worker_ = std::thread([this] { work(); });
+        worker_ = std::thread([this] {
+            guardThreadStack();
+            work();
+        });
     else if (!endpoint.isEmpty())
         Logger::instance().warn(component, "The telemetry address is not allowed; telemetry stays off");
 }

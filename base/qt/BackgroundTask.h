@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/threads/StackGuard.h"
+
 #include <QFutureWatcher>
 #include <QObject>
 #include <QThreadPool>
@@ -21,7 +23,10 @@ void runInBackground(QThreadPool& pool, QObject* receiver, Task task, Receive re
         watcher->deleteLater();
         receive(watcher->result());
     });
-    watcher->setFuture(QtConcurrent::run(&pool, std::move(task)));
+    watcher->setFuture(QtConcurrent::run(&pool, [task = std::move(task)]() mutable {
+        guardThreadStack();
+        return task();
+    }));
 }
 
 } // namespace zorbel

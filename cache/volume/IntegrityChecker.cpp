@@ -5,6 +5,7 @@
 #include "base/WorkCancelled.h"
 #include "base/digest/Sha256.h"
 #include "platform/RegularFile.h"
+#include "platform/threads/StackGuard.h"
 
 #include <algorithm>
 #include <chrono>
@@ -260,7 +261,10 @@ public:
             std::vector<std::jthread> helpers;
             try {
                 while (helpers.size() + 1 < threadCount)
-                    helpers.emplace_back([this] { work(); });
+                    helpers.emplace_back([this] {
+                        guardThreadStack();
+                        work();
+                    });
             } catch (const std::system_error&) {
                 // No further thread to be had: those that run do it all.
             }

@@ -3,6 +3,7 @@
 #include "app/log/Logger.h"
 #include "imaging/display/Downsample.h"
 #include "imaging/display/OutsideAir.h"
+#include "platform/threads/StackGuard.h"
 
 #include <algorithm>
 #include <exception>
@@ -12,6 +13,7 @@ namespace zorbel::imaging {
 PreparedVolume prepareVolume(
     const std::shared_ptr<const Image>& image, int maxSide, std::size_t maxBytes, bool leaveOutsideAirOut,
     const std::shared_ptr<std::atomic<bool>>& cancel) {
+    guardThreadStack();
     PreparedVolume result;
     try {
         result.scale = TissueScale::of(*image);

@@ -1,6 +1,7 @@
 #include "viewer/reading/state/ReadingSaver.h"
 
 #include "app/log/Logger.h"
+#include "platform/threads/StackGuard.h"
 #include "viewer/reading/records/MeasurementRecords.h"
 
 #include <chrono>
@@ -238,6 +239,7 @@ std::optional<SaveScheduler::Duration> ReadingSaver::timeUntilDue() const {
 }
 
 void ReadingSaver::work(const std::filesystem::path& folder, bool previousRunCrashed) {
+    guardThreadStack();
     stores_ = std::make_unique<Stores>(folder, previousRunCrashed);
     Lock lock(mutex_);
     while (!ending_ || !jobs_.empty()) {
