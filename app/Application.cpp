@@ -6,6 +6,7 @@
 #include "app/LinkInbox.h"
 #include "app/LinkReception.h"
 #include "app/LinkRequest.h"
+#include "app/LogFile.h"
 #include "app/ServiceHost.h"
 #include "app/SessionContinuation.h"
 #include "app/SessionLock.h"
@@ -13,8 +14,8 @@
 #include "app/SettingsOpening.h"
 #include "app/UpdateStartUp.h"
 #include "app/WordReportStartUp.h"
+#include "app/crash/CrashNoticeStartUp.h"
 #include "app/identity/Identity.h"
-#include "app/log/FileSink.h"
 #include "app/log/Logger.h"
 #include "app/telemetry/TelemetryEmitter.h"
 #include "app/update/widgets/UpdateController.h"
@@ -47,6 +48,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace zorbel {
 
@@ -54,6 +56,7 @@ namespace {
 
 constexpr char component[] = "App";
 constexpr char version[] = "1.0.0";
+constexpr char crashDumpName[] = "ZorbelWorkstation";
 
 std::filesystem::path configFolder() {
     return QFileInfo(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation))
@@ -82,9 +85,12 @@ std::filesystem::path logFile() {
 
 void openLog() {
     auto& logger = Logger::instance();
+    std::string outcome;
     try {
         createPrivateFolder(logFile().parent_path());
-        logger.addSink(std::make_shared<FileSink>(logFile()));
+        auto file = std::make_shared<LogFile>(logFile());
+        outcome = file->outcome();
+        logger.addSink(std::move(file));
     } catch (const std::exception&) {
         // Without a log the program still serves its user; there is nowhere to report this to.
     }
@@ -93,6 +99,8 @@ void openLog() {
     logger.info(
         component, "Zorbel Desktop Workstation starting",
         {{"platform", std::string(platformName())}, {"version", version}});
+    if (!outcome.empty())
+        logger.warn(component, outcome);
 }
 
 std::filesystem::path crashFolder() {
@@ -224,6 +232,7 @@ int runMainWindow(
     receiveLinks(*surroundings.links, window, client->config().baseUrl, [&window](const LinkRequest& link) {
         window.openLinkedStudy(link.studyInstanceUID);
     });
+    noteLastCrash(window, crashFolder(), crashDumpName);
     window.show();
     window.activateWindow(); // the sign-in dialog had the keyboard until now
     QApplication::setQuitOnLastWindowClosed(true);
@@ -309,7 +318,7 @@ int runApplication(
     applyLooks(application);
     if (applicationReady)
         applicationReady(application);
-    const bool crashReporting = installCrashReporting(crashFolder(), "ZorbelWorkstation", version);
+    const bool crashReporting = installCrashReporting(crashFolder(), crashDumpName, version);
     openLog();
     Surroundings surroundings;
     surroundings.updates = updates;

@@ -25,7 +25,7 @@ bool isStillNamed(int descriptor, const std::filesystem::path& file) {
 
 } // namespace
 
-std::optional<FileLock> FileLock::tryAcquire(const std::filesystem::path& file) {
+std::optional<FileLock> FileLock::take(const std::filesystem::path& file, bool shared) {
     for (;;) {
         const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
         if (descriptor < 0) {
@@ -34,7 +34,7 @@ std::optional<FileLock> FileLock::tryAcquire(const std::filesystem::path& file) 
         FileLock lock(descriptor, file);
         // A lock of the open file description: unlike a process's, it also holds against this process itself.
         struct flock whole {};
-        whole.l_type = F_WRLCK;
+        whole.l_type = shared ? F_RDLCK : F_WRLCK;
         whole.l_whence = SEEK_SET;
         if (fcntl(descriptor, F_OFD_SETLK, &whole) != 0) {
             if (errno == EAGAIN || errno == EACCES) {

@@ -24,11 +24,12 @@ HANDLE systemHandle(std::intptr_t handle) {
 
 } // namespace
 
-std::optional<FileLock> FileLock::tryAcquire(const std::filesystem::path& file) {
+std::optional<FileLock> FileLock::take(const std::filesystem::path& file, bool shared) {
     for (;;) {
-        // Not shared with anybody: the open handle is the lock.
+        // The open handle is the lock: not shared with anybody, or with those that only read.
         const HANDLE handle = CreateFileW(
-            file.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, OPEN_EXISTING,
+            file.c_str(), shared ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE | DELETE,
+            shared ? FILE_SHARE_READ : 0, nullptr, OPEN_EXISTING,
             FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
         if (handle != INVALID_HANDLE_VALUE) {
             return FileLock(reinterpret_cast<std::intptr_t>(handle), file);

@@ -22,6 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const QString crashLock = QStringLiteral("Crash lock found — previous session did not exit cleanly");
+const QString fault = QStringLiteral("The last session ended in a fault");
 const QString cleanExit = QStringLiteral("Zorbel Desktop Workstation exiting cleanly");
 
 /// The program in folders of its own, against a service with one study.
@@ -59,7 +60,7 @@ protected:
     static void end(QProcess& process, int signalNumber) {
         ::kill(static_cast<pid_t>(process.processId()), signalNumber);
         EXPECT_TRUE(process.waitForFinished(-1));
-        if (signalNumber != SIGKILL) {
+        if (signalNumber != SIGKILL && signalNumber != SIGSEGV) {
             EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
             EXPECT_EQ(process.exitCode(), 0);
         }
@@ -190,7 +191,22 @@ TEST_F(ProgramTest, offersTheStudyOfAKilledSessionWhateverElseStartsAndEnds) {
     EXPECT_EQ(outcome.code, 0);
     EXPECT_TRUE(outcome.output.contains(QStringLiteral(": ") + uid_));
     EXPECT_EQ(home_.log().count(crashLock), 1);
+    EXPECT_FALSE(home_.log().contains(fault)) << "a killed program leaves no dump";
     expectCleanEnd();
+}
+
+TEST_F(ProgramTest, theNextStartTellsOnceOfAFaultBesideTheStudyThatWasOpen) {
+    end(*startAndStay("stay-with-study"), SIGSEGV);
+    const Outcome outcome = play("see-crash-note");
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral(
+        "NOTE The last session ended in a fault. A report of it was kept on this computer.\n")));
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral("signal 11 SIGSEGV"))) << "its report";
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral("\nscripted-viewer+0x")));
+    EXPECT_TRUE(outcome.output.contains(QStringLiteral("\nlibQt6Core.so.6 ")));
+    expectCleanEnd();
+    EXPECT_EQ(play("sign-in").code, 0);
+    EXPECT_EQ(home_.log().count(fault), 1);
 }
 
 TEST_F(ProgramTest, aRequestToEndIsAsAClosedWindow) {

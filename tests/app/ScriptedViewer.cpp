@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -105,6 +106,8 @@ public:
                 planOtherUser();
             if (name == QLatin1String("stay-with-question"))
                 planStay([] { return isAsked("recoveryBox"); });
+            if (name == QLatin1String("see-crash-note"))
+                planCrashNote();
             if (name == QLatin1String("recover-after-link"))
                 planAnswer("loadFailureBox", QMessageBox::Ok);
             if (name.startsWith(QLatin1String("recover"))) {
@@ -171,6 +174,20 @@ private:
                 return mainWindow() && list && list->count() > 0;
             },
             [] { say("SIGNED-IN"); });
+    }
+    void planCrashNote() {
+        planAnswer("recoveryBox", QMessageBox::No);
+        add([] { return visible("crashNoticeBar") && !messageBox(); },
+            [] {
+                say("NOTE", visible<QLabel>("crashNoticeText")->text());
+                visible("crashNoticeShow")->setFocus();
+                QTest::keyClick(visible("crashNoticeShow"), Qt::Key_Space);
+            });
+        add([] { return visible("crashReport") && !visible("crashNoticeBar"); },
+            [] {
+                say("REPORT", visible<QPlainTextEdit>("crashReportText")->toPlainText());
+                QTest::keyClick(visible("crashReport"), Qt::Key_Escape);
+            });
     }
     void planShownStudy() {
         add(

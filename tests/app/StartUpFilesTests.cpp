@@ -1,4 +1,7 @@
+#include "app/LogFile.h"
 #include "app/SessionLock.h"
+#include "app/crash/CrashNotice.h"
+#include "tests/support/Files.h"
 
 #include <QTemporaryDir>
 
@@ -58,6 +61,76 @@ TEST_F(SessionLockTest, ofSeveralProgramsTheLastLivingOneRemovesIt) {
     EXPECT_TRUE(exists()) << "nobody has noticed the second's crash";
     start(true)->end();
     EXPECT_FALSE(exists());
+}
+
+TEST(CrashNotice, tellsOfEachDumpOnceWhateverTheClockSays) {
+    const test::TemporaryFolder folder;
+    const auto crash = [&folder](const char* time) {
+        std::ofstream(folder.path() / ("Viewer-" + std::string(time) + "Z-42.txt")) << "report";
+    };
+    const auto told = [&folder]() -> std::string {
+        const CrashNotice notice(folder.path(), "Viewer");
+        const auto due = notice.due();
+        notice.markTold();
+        return due ? due->file.filename().string() : "";
+    };
+    EXPECT_EQ(told(), "");
+    crash("20260101T080000");
+    crash("20260102T080000");
+    EXPECT_EQ(told(), "Viewer-20260102T080000Z-42.txt");
+    EXPECT_EQ(told(), "");
+    crash("20250101T080000");
+    EXPECT_EQ(told(), "Viewer-20250101T080000Z-42.txt");
+    EXPECT_EQ(told(), "");
+}
+
+class LogFileTest : public testing::Test {
+protected:
+    /// A program that starts and logs.
+    std::unique_ptr<LogFile> start(const std::string& line) const {
+        auto log = std::make_unique<LogFile>(file_, LogFile::Limits{.longest = 1000, .kept = 100});
+        log->write((line + "\n").data(), line.size() + 1);
+        log->flush();
+        return log;
+    }
+    void fill() const {
+        std::ofstream lines(file_);
+        for (int line = 100; line < 300; ++line)
+            lines << "line " << line << "\n";
+    }
+
+    const test::TemporaryFolder folder_;
+    const std::filesystem::path file_ = folder_.path() / "viewer.log";
+};
+
+TEST_F(LogFileTest, aFileThatIsTooLargeIsCutToItsLastLines) {
+    EXPECT_EQ(start("small")->outcome(), "");
+    fill();
+    std::ofstream(folder_.path() / ".viewer.log.aB3dEf") << "begun by a program that was killed";
+    EXPECT_NE(start("next")->outcome(), "");
+    const std::string lines = test::readFile(file_);
+    EXPECT_TRUE(lines.starts_with("line 289\n")) << lines;
+    EXPECT_TRUE(lines.ends_with("line 299\nnext\n")) << lines;
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2) << "log and lock";
+}
+
+TEST_F(LogFileTest, whatAnotherProgramWritesIsNotLost) {
+    const auto running = start("first");
+    fill();
+    const auto size = std::filesystem::file_size(file_);
+    EXPECT_NE(start("second")->outcome(), "");
+    EXPECT_GT(std::filesystem::file_size(file_), size);
+    running->write("third\n", 6);
+    running->flush();
+    EXPECT_TRUE(test::readFile(file_).ends_with("second\nthird\n"));
+}
+
+TEST_F(LogFileTest, aFileThatCannotBeCutStaysAndIsWritten) {
+    fill();
+    std::filesystem::create_directory(file_.string() + ".lock");
+    EXPECT_NE(start("next")->outcome(), "");
+    EXPECT_TRUE(test::readFile(file_).starts_with("line 100\n"));
+    EXPECT_TRUE(test::readFile(file_).ends_with("line 299\nnext\n"));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "app/log/CorrelationId.h"
 #include "app/log/FileSink.h"
+#include "app/log/LogTail.h"
 #include "app/log/Logger.h"
 #include "app/log/RecentLines.h"
 #include "tests/support/Files.h"
@@ -185,6 +186,22 @@ TEST_F(LogTest, LinesOfManyThreadsNeverInterleave) {
         seen.insert(line.substr(at - 2, 2) + line.substr(at + tail.size()));
     }
     EXPECT_EQ(seen.size(), static_cast<std::size_t>(threadCount * linesPerThread));
+}
+
+TEST_F(LogTest, TheLastBytesAreWholeLines) {
+    const fs::path path = folder / "tail.log";
+    const auto tail = [&path](const std::string& text, std::size_t most) {
+        std::ofstream(path, std::ios::binary) << text;
+        return lastBytesOfLog(path, most);
+    };
+    EXPECT_EQ(tail("one\ntwo\nthree\n", 100), "one\ntwo\nthree\n");
+    EXPECT_EQ(tail("one\ntwo\nthree\n", 10), "two\nthree\n");
+    EXPECT_EQ(tail("one\ntwo\nthree\n", 9), "three\n");
+    EXPECT_EQ(tail("one\ntwo\nthr", 100), "one\ntwo\n") << "the last one is not written to its end";
+    EXPECT_EQ(tail("one\ntwo\nthree\n", 5), "");
+    EXPECT_EQ(tail("one", 100), "");
+    EXPECT_EQ(tail("", 100), "");
+    EXPECT_THROW(lastBytesOfLog(folder / "absent.log", 100), std::system_error);
 }
 
 TEST_F(LogTest, AnErrorBringsWhatLedToItToTheDisk) {

@@ -46,6 +46,18 @@ TEST_F(FileLockTest, HasOneHolderInThisProcessToo) {
     EXPECT_TRUE(FileLock::tryAcquire(file));
 }
 
+TEST_F(FileLockTest, MayBeSharedAndThenKeepsOutWhoWantsItAlone) {
+    const fs::path file = folder / "shared.lock";
+    auto alone = FileLock::tryAcquire(file);
+    EXPECT_FALSE(FileLock::tryShare(file));
+    alone.reset();
+    auto one = FileLock::tryShare(file);
+    const auto other = FileLock::tryShare(file);
+    EXPECT_TRUE(one && other);
+    one.reset();
+    EXPECT_FALSE(FileLock::tryAcquire(file)) << "the other still holds";
+}
+
 TEST_F(FileLockTest, HoldsAgainstAnotherProcess) {
     const auto tryIt = [this] { std::exit(FileLock::tryAcquire(shared) ? 10 : 11); };
     {

@@ -1,0 +1,48 @@
+#include "app/crash/CrashNoticeBar.h"
+
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+
+namespace zorbel {
+
+CrashNoticeBar::CrashNoticeBar(QWidget* parent) : QToolBar(QStringLiteral("Last session"), parent) {
+    setObjectName(QStringLiteral("crashNoticeBar"));
+    setMovable(false);
+    setContextMenuPolicy(Qt::PreventContextMenu);
+    auto* text = new QLabel(
+        QStringLiteral("The last session ended in a fault. A report of it was kept on this computer."));
+    text->setObjectName(QStringLiteral("crashNoticeText"));
+    text->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    addWidget(text);
+    setAccessibleName(text->text());
+    const auto addButton = [this, text](const char* name, const QString& caption, const QString& spoken) {
+        auto* button = new QPushButton(caption);
+        button->setObjectName(QString::fromLatin1(name));
+        button->setAutoDefault(true); // Enter presses it, too
+        button->installEventFilter(this);
+        button->setAccessibleName(spoken);
+        button->setAccessibleDescription(text->text());
+        addWidget(button);
+        return button;
+    };
+    auto* show = addButton(
+        "crashNoticeShow", QStringLiteral("Show"), QStringLiteral("Show the report of the last fault"));
+    auto* dismiss = addButton(
+        "crashNoticeDismiss", QStringLiteral("Dismiss"),
+        QStringLiteral("Dismiss the note on the last fault"));
+    connect(show, &QPushButton::clicked, this, &CrashNoticeBar::showRequested);
+    connect(show, &QPushButton::clicked, this, &QWidget::close);
+    connect(dismiss, &QPushButton::clicked, this, &QWidget::close);
+}
+
+/// On a button the space bar presses it; elsewhere in the window it is a shortcut.
+bool CrashNoticeBar::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        event->accept();
+        return true;
+    }
+    return QToolBar::eventFilter(watched, event);
+}
+
+} // namespace zorbel

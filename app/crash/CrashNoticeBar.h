@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QToolBar>
+
+namespace zorbel {
+
+/// Below the window's toolbar: that the last session ended in a fault. It takes neither the keyboard nor the
+/// place of anything, and goes with either of its buttons.
+class CrashNoticeBar : public QToolBar {
+    Q_OBJECT
+
+public:
+    explicit CrashNoticeBar(QWidget* parent = nullptr);
+
+Q_SIGNALS:
+    void showRequested();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+};
+
+} // namespace zorbel
