@@ -1,5 +1,6 @@
 #include "api/HttpRequest.h"
 
+#include "api/ConnectionAdvice.h"
 #include "api/ServiceReply.h"
 #include "api/ZorbelApiError.h"
 
@@ -87,6 +88,7 @@ void Exchange::waitForEnd() {
     deadline.setSingleShot(true);
     QTimer poll;
     QNetworkReply* reply = reply_.get();
+    reply->setReadBufferSize(4 * readChunkBytes); // or a fast endless reply fills the memory first
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     QObject::connect(reply, &QNetworkReply::readyRead, &loop, [this] { readAvailable(); });
     QObject::connect(reply, &QNetworkReply::downloadProgress, &loop, [this](qint64 received, qint64 total) {
@@ -122,14 +124,17 @@ QByteArray Exchange::run() {
     readAvailable();
     const int status = reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 
-    if (aborted_ == Abort::TimedOut)
-        throw ZorbelApiError("Zorbel API request timed out", ZorbelApiError::Cause::NoAnswer);
+    if (aborted_ == Abort::TimedOut) {
+        ZorbelApiError failure("Zorbel API request timed out", ZorbelApiError::Cause::NoAnswer);
+        failure.advice = connectionAdvice(QNetworkReply::TimeoutError).toStdString();
+        throw failure;
+    }
     if (aborted_ == Abort::TooLarge)
         throw ZorbelApiError(
             "Zorbel API response exceeded the workstation safety limit", ZorbelApiError::Cause::SafetyLimit);
     if (aborted_ == Abort::Cancelled)
         throw ZorbelApiError("Zorbel API request cancelled");
-    throwUnlessSuccessful(status, body_);
+    throwUnlessSuccessful(status, body_, reply_->error());
     if (reply_->error() != QNetworkReply::NoError)
         throw ZorbelApiError(reply_->errorString().toStdString(), ZorbelApiError::Cause::NoAnswer);
     throwIfCutOff(*reply_, body_.size());
@@ -142,6 +147,8 @@ QNetworkRequest serviceRequest(const QUrl& url, const QByteArray& accept, const 
     QNetworkRequest message(url);
     message.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::SameOriginRedirectPolicy);
     message.setDecompressedSafetyCheckThreshold(-1);
+    // A server that asks for the user's credentials gets none of this computer's own accord.
+    message.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     message.setRawHeader("Accept", accept);
     message.setRawHeader("User-Agent", "ZorbelWorkstation/1.0");
     if (!bearerToken.isEmpty())

@@ -144,9 +144,11 @@ void InstanceDownload::complete(QNetworkReply* reply, Transfer& transfer) {
             "A DICOM instance exceeded the workstation safety limit", ZorbelApiError::Cause::SafetyLimit);
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     throwUnlessSuccessful(
-        status, QByteArray::fromRawData(
-                    reinterpret_cast<const char*>(transfer.bytes.data()),
-                    static_cast<qsizetype>(transfer.bytes.size())));
+        status,
+        QByteArray::fromRawData(
+            reinterpret_cast<const char*>(transfer.bytes.data()),
+            static_cast<qsizetype>(transfer.bytes.size())),
+        reply->error());
     if (reply->error() != QNetworkReply::NoError)
         throw ZorbelApiError(reply->errorString().toStdString(), ZorbelApiError::Cause::NoAnswer);
     throwIfEncoded(*reply);

@@ -1,5 +1,6 @@
 #include "api/ServiceReply.h"
 
+#include "api/ConnectionAdvice.h"
 #include "api/ZorbelApiClient.h"
 
 #include <QJsonDocument>
@@ -34,13 +35,16 @@ QByteArray compactJson(const QJsonObject& object) {
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
-void throwUnlessSuccessful(int httpStatus, const QByteArray& body) {
+void throwUnlessSuccessful(int httpStatus, const QByteArray& body, QNetworkReply::NetworkError error) {
     if (httpStatus >= 200 && httpStatus <= 299)
         return;
     const QString fallback = QStringLiteral("Zorbel API returned HTTP %1").arg(httpStatus);
-    throw ZorbelApiError(
+    ZorbelApiError failure(
         ZorbelApiClient::errorMessage(body, fallback).toStdString(), httpStatus,
         ZorbelApiClient::errorCode(body).toStdString(), causeOf(httpStatus));
+    if (httpStatus == 0)
+        failure.advice = connectionAdvice(error).toStdString();
+    throw failure;
 }
 
 ZorbelApiError::Cause causeOf(int httpStatus) {

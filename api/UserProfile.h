@@ -18,6 +18,7 @@ struct UserProfile {
 struct LoginOutcome {
     bool success = false;
     QString errorMessage;
+    QString advice; ///< what the user can do; empty where that is not known
     UserProfile profile;
 };
 

@@ -158,6 +158,8 @@ ZorbelApiClient::signIn(const QString& email, const QString& password, const Can
         signOut();
         outcome = {};
         outcome.errorMessage = QString::fromUtf8(error.what());
+        if (const auto* failure = dynamic_cast<const ZorbelApiError*>(&error))
+            outcome.advice = QString::fromStdString(failure->advice);
     }
     return outcome;
 }

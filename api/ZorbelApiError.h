@@ -36,6 +36,8 @@ public:
     /// The server's machine-readable error code, empty when it gave none.
     std::string code;
     Cause cause;
+    /// What the user can do, a sentence; empty where that is not known.
+    std::string advice{};
 };
 
 /// Of whatever was thrown.

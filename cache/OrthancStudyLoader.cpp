@@ -1,5 +1,6 @@
 #include "cache/OrthancStudyLoader.h"
 
+#include "api/ConnectionAdvice.h"
 #include "api/LogReason.h"
 #include "app/log/Logger.h"
 #include "base/WorkCancelled.h"
@@ -455,7 +456,7 @@ OrthancImageLoadResult LoadStudyFromOrthanc(
         else if (isSessionEnd(error))
             fail(Outcome::SessionEnded, QString::fromUtf8(error.what()), {});
         else
-            fail(Outcome::Failed, QString::fromUtf8(error.what()), logReason(error));
+            fail(Outcome::Failed, messageWithAdvice(error), logReason(error));
     } catch (...) {
         fail(
             Outcome::Failed, QStringLiteral("Unknown exception while loading from Orthanc"),

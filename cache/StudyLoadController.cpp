@@ -1,5 +1,6 @@
 #include "cache/StudyLoadController.h"
 
+#include "api/ConnectionAdvice.h"
 #include "api/LogReason.h"
 #include "app/log/CorrelationId.h"
 #include "app/log/Logger.h"
@@ -29,7 +30,7 @@ StudyLoadFailure studyLoadFailure(const QString& message) {
         QStringLiteral("Load Error"),
         QStringLiteral("Could not load imaging data.\n\n") + message +
             QStringLiteral("\n\nCheck your Zorbel connection and confirm that the study is still available."),
-        QStringLiteral("Load failed — ") + message};
+        QStringLiteral("Load failed — ") + message.section(QLatin1Char('\n'), 0, 0)};
 }
 
 struct StudyLoadController::ListingResult {
@@ -224,7 +225,7 @@ StudyLoadController::ListingResult StudyLoadController::listSeries(
     } catch (const std::exception& error) {
         Logger::instance().error(
             component, "Listing the study's series failed", {{"reason", logReason(error)}});
-        result.failureText = QString::fromUtf8(error.what());
+        result.failureText = messageWithAdvice(error);
         const auto* apiError = dynamic_cast<const ZorbelApiError*>(&error);
         outage = isCancelled(patience) || (apiError && apiError->isOutage());
         result.sessionEnded = isSessionEnd(error);

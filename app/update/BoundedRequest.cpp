@@ -32,6 +32,7 @@ BoundedRequest::BoundedRequest(
     : largest_(largest), sink_(std::move(sink)) {
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     request.setRawHeader("Accept-Encoding", "identity"); // limits and digests are those of the bytes sent
     request.setTransferTimeout(silenceMs);
     reply_ = network.get(request);

@@ -1,5 +1,6 @@
 #include "settings/model/SettingsModel.h"
 
+#include "api/ConnectionAdvice.h"
 #include "base/qt/BackgroundTask.h"
 #include "settings/store/SettingsStore.h"
 
@@ -26,7 +27,7 @@ QString failureOf(const Call& call) {
         call();
         return {};
     } catch (const std::exception& error) {
-        const QString text = QString::fromUtf8(error.what());
+        const QString text = messageWithAdvice(error);
         return text.isEmpty() ? QStringLiteral("Unknown failure") : text;
     }
 }

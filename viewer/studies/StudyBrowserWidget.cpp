@@ -1,5 +1,6 @@
 #include "viewer/studies/StudyBrowserWidget.h"
 
+#include "api/ConnectionAdvice.h"
 #include "api/LogReason.h"
 #include "app/log/Logger.h"
 #include "base/qt/BackgroundTask.h"
@@ -209,7 +210,7 @@ void StudyBrowserWidget::loadStudiesAsync() {
                 result.failureText =
                     result.sessionEnded
                         ? QStringLiteral("Your session has ended. Sign in again to list the studies.")
-                        : QString::fromUtf8(error.what());
+                        : messageWithAdvice(error);
             } catch (...) {
                 result.failureText = QStringLiteral("The study list could not be loaded.");
             }
