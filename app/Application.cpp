@@ -166,17 +166,24 @@ TelemetryDiagnostics telemetryDiagnostics(TelemetryEmitter& telemetry) {
     return means;
 }
 
+/// A link to another service that the user does not want is dropped.
+QString chooseService(std::optional<LinkRequest>& link, const Surroundings& surroundings) {
+    const QString usual = qEnvironmentVariable("ZORBEL_API_BASE_URL", QString::fromLatin1(defaultApiBaseUrl));
+    if (link && !link->isFor(usual) && !mayLeadElsewhere(*link, usual, [&surroundings](QMessageBox& box) {
+            closeOnTermination(surroundings.termination, box, [&box] { box.reject(); });
+        }))
+        link.reset();
+    return link && !link->apiBase.isEmpty() ? link->apiBase : usual;
+}
+
 /// Null when the endpoint is refused, which the user has then been told.
 std::shared_ptr<ZorbelApiClient>
-buildClient(const std::optional<LinkRequest>& link, const Surroundings& surroundings) {
+buildClient(std::optional<LinkRequest>& link, const Surroundings& surroundings) {
     ApiClientConfig config;
     config.observer = [requests = surroundings.requests](const RequestOutcome& outcome) {
         requests->note(outcome);
     };
-    config.baseUrl =
-        link && !link->apiBase.isEmpty()
-            ? link->apiBase
-            : qEnvironmentVariable("ZORBEL_API_BASE_URL", QString::fromLatin1(defaultApiBaseUrl));
+    config.baseUrl = chooseService(link, surroundings);
     try {
         return std::make_shared<ZorbelApiClient>(config);
     } catch (const std::exception& error) {

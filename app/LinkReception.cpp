@@ -3,6 +3,7 @@
 #include "app/LinkInbox.h"
 
 #include <QMessageBox>
+#include <QPushButton>
 
 namespace zorbel {
 
@@ -43,6 +44,25 @@ void receiveLinks(
             else
                 refuse(link, window, serviceBaseUrl);
         });
+}
+
+bool mayLeadElsewhere(
+    const LinkRequest& link, const QString& usualService, const std::function<void(QMessageBox&)>& prepare) {
+    QMessageBox box(
+        QMessageBox::NoIcon, QStringLiteral("Zorbel Viewer link"),
+        QStringLiteral(
+            "This link opens a study of another imaging service than yours.\n\nThe link's service: %1\nYour "
+            "service: %2\n\nSign in there only if you know that service: your password goes to it.")
+            .arg(link.apiBase, usualService));
+    box.setObjectName(QStringLiteral("linkServiceBox"));
+    box.setTextFormat(Qt::PlainText);
+    const auto* there = box.addButton(QStringLiteral("Sign in there"), QMessageBox::AcceptRole);
+    auto* here = box.addButton(QStringLiteral("Use my service"), QMessageBox::RejectRole);
+    box.setDefaultButton(here);
+    box.setEscapeButton(here);
+    prepare(box);
+    box.exec();
+    return box.clickedButton() == there;
 }
 
 } // namespace zorbel

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+class QMessageBox;
 class QString;
 class QWidget;
 
@@ -15,5 +16,10 @@ struct LinkRequest;
 void receiveLinks(
     LinkInbox& inbox, QWidget& window, const QString& serviceBaseUrl,
     const std::function<void(const LinkRequest&)>& open);
+
+/// Asks whether a link may lead to another service than the usual one, before a password is typed for it.
+/// prepare: is handed the question before it is shown.
+bool mayLeadElsewhere(
+    const LinkRequest& link, const QString& usualService, const std::function<void(QMessageBox&)>& prepare);
 
 } // namespace zorbel
