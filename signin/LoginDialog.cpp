@@ -238,12 +238,17 @@ void LoginDialog::addNotNow(QVBoxLayout* column) {
 }
 
 void LoginDialog::addConnection(QVBoxLayout* column) {
-    auto* dot = styledLabel(QStringLiteral("●"), QStringLiteral("color:#059669;background:transparent;"));
+    const bool encrypted = QUrl(client_->config().baseUrl).scheme() == QLatin1String("https");
+    auto* dot = styledLabel(
+        QStringLiteral("●"), encrypted ? QStringLiteral("color:#059669;background:transparent;")
+                                       : QStringLiteral("color:#B45309;background:transparent;"));
     auto* connection =
         styledLabel({}, QStringLiteral("color:#64748B;font-size:11px;background:transparent;"));
     connection->setObjectName(QStringLiteral("loginConnection"));
     connection->ensurePolished();
-    const QString text = QStringLiteral("Encrypted connection • %1").arg(client_->config().baseUrl);
+    const QString text = (encrypted ? QStringLiteral("Encrypted connection • %1")
+                                    : QStringLiteral("Local connection, not encrypted • %1"))
+                             .arg(client_->config().baseUrl);
     connection->setText(connection->fontMetrics().elidedText(text, Qt::ElideMiddle, contentWidth - 30));
     connection->setToolTip(text);
     auto* row = new QHBoxLayout;
@@ -315,7 +320,8 @@ void LoginDialog::showOutcome() {
     showError(
         outcome.errorMessage.isEmpty()
             ? QStringLiteral("Sign-in failed. Check your credentials and try again.")
-            : outcome.errorMessage);
+        : outcome.advice.isEmpty() ? outcome.errorMessage
+                                   : outcome.errorMessage + QLatin1Char('\n') + outcome.advice);
 }
 
 void LoginDialog::abandonVerification() {
