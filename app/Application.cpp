@@ -150,7 +150,11 @@ void closeOnTermination(const TerminationNotifier& notifier, const QObject& cont
 
 /// What the program is reached by and reports to while it runs.
 struct Surroundings {
-    TelemetryEmitter telemetry{TelemetryEmitter::endpointFromEnvironment()};
+    TelemetryEmitter telemetry{
+        TelemetryEmitter::endpointFromEnvironment(),
+        {.folder = configFolder(),
+         .enabled = SettingsStore().isOn(settings_table::telemetryEnabled),
+         .remember = [](bool enabled) { SettingsStore().set(settings_table::telemetryEnabled, enabled); }}};
     TerminationNotifier termination = watchTermination();
     std::unique_ptr<LinkInbox> links;
     std::optional<UpdateOrigin> updates{};

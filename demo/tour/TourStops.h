@@ -27,6 +27,8 @@ void planRecords(GuidedTour& tour);
 void planReport(GuidedTour& tour, DemoControl& control);
 /// A study of several series.
 void planSeriesChoice(GuidedTour& tour);
+/// A session that ends over the jaw volume, declined and renewed. control: must outlive the tour.
+void planSession(GuidedTour& tour, DemoControl& control);
 /// Each section of the settings, a node connected, the cache cleared; from then on nothing outlives the
 /// session.
 void planSettings(GuidedTour& tour);

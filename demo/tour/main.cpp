@@ -52,6 +52,7 @@ int main(int argc, char** argv) {
         planRecords(*tour);
         planReport(*tour, *control);
         planSeriesChoice(*tour);
+        planSession(*tour, *control);
         planSettings(*tour);
         planUpdates(*tour, *control);
         planFurtherStudies(*tour);

@@ -90,6 +90,18 @@ int SettingsStore::number(const NumberSetting& setting, const QString& organizat
     return setting.defaultValue;
 }
 
+bool SettingsStore::isOn(const SwitchSetting& setting) const {
+    const QString key = keyOf(setting.key, {});
+    if (!settings_->contains(key))
+        return setting.defaultValue;
+    const QString value = textIn(stored(setting.key, {})).value_or(QString()).toLower();
+    for (const bool on : {true, false})
+        if (value == QLatin1String(on ? "true" : "false") || value == QLatin1String(on ? "1" : "0"))
+            return on;
+    tellDamaged(setting.key);
+    return setting.defaultValue;
+}
+
 QString SettingsStore::text(const TextSetting& setting, const QString& organizationId) const {
     if (!settings_->contains(keyOf(setting.key, organizationId)))
         return {};
@@ -114,6 +126,10 @@ QString SettingsStore::folder(const FolderSetting& setting) const {
 void SettingsStore::set(const NumberSetting& setting, int value, const QString& organizationId) {
     settings_->setValue(
         keyOf(setting.key, organizationId), std::clamp(value, setting.least, setting.greatest));
+}
+
+void SettingsStore::set(const SwitchSetting& setting, bool on) {
+    settings_->setValue(keyOf(setting.key, {}), on);
 }
 
 void SettingsStore::set(const TextSetting& setting, const QString& value, const QString& organizationId) {

@@ -24,12 +24,14 @@ public:
 
     // organizationId: for settings whose key holds "%1".
     int number(const NumberSetting& setting, const QString& organizationId = {}) const;
+    bool isOn(const SwitchSetting& setting) const;
     QString text(const TextSetting& setting, const QString& organizationId = {}) const;
     /// Empty only where an empty text is stored.
     QString folder(const FolderSetting& setting) const;
 
     /// A number outside its limits becomes the nearest one within.
     void set(const NumberSetting& setting, int value, const QString& organizationId = {});
+    void set(const SwitchSetting& setting, bool on);
     void set(const TextSetting& setting, const QString& value, const QString& organizationId = {});
     void set(const FolderSetting& setting, const QString& value);
 

@@ -12,6 +12,11 @@ struct NumberSetting {
     int defaultValue;
 };
 
+struct SwitchSetting {
+    const char* key;
+    bool defaultValue;
+};
+
 /// Any text; empty by default.
 struct TextSetting {
     const char* key;
@@ -33,6 +38,7 @@ inline constexpr NumberSetting sourcePreference{
     "viewer/localNode/%1/sourcePreference", 0, 2, 0}; ///< a SourceKind
 inline constexpr TextSetting localNode{"viewer/localNode/%1/clinicId"};
 inline constexpr TextSetting lastEmail{"session/lastEmail"};
+inline constexpr SwitchSetting telemetryEnabled{"telemetry/enabled", true}; ///< where it is configured
 
 /// Of an earlier version, which kept credentials of its archive; removed wherever they are found.
 inline constexpr char legacyCacheDirKey[] = "orthanc/cacheDir";

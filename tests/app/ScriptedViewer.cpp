@@ -204,7 +204,11 @@ private:
         planShownStudy();
         planPause([] { return true; });
         add([] { return true; }, [] { refresh(); });
-        add([] { return visible("loginNotNow") && QApplication::focusWidget(); },
+        add(
+            [] {
+                return visible("loginNotNow") &&
+                       QApplication::activeWindow() == visible("loginNotNow")->window();
+            },
             [] {
                 say("EMAIL", visible<QLineEdit>("loginEmail")->text());
                 say("FOCUS", QApplication::focusWidget()->objectName());

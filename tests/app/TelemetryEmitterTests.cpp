@@ -4,10 +4,13 @@
 #include "tests/support/LogCapture.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -38,12 +41,19 @@ protected:
         return names;
     }
 
+    /// The queues that lie there.
+    QStringList files() const {
+        return QDir(folder_.path()).entryList({QStringLiteral("*.json")}, QDir::Files);
+    }
+
     int argc_ = 1;
     char name_[5] = "test";
     char* argv_[2] = {name_, nullptr};
     QCoreApplication application_{argc_, argv_};
     TelemetryCollector collector_;
     test::LogCapture log_;
+    QTemporaryDir folder_;
+    TelemetryEmitter::Options kept_{.folder = folder_.path().toStdString()};
 };
 
 TEST_F(TelemetryEmitterTest, stampsEventsAndSendsThemOnFlush) {
@@ -121,10 +131,73 @@ TEST_F(TelemetryEmitterTest, aHangingServerHoldsUpNobody) {
     collector_.release();
 }
 
+TEST_F(TelemetryEmitterTest, keepsWhatWasNotSentForTheNextSessionOfOneProgram) {
+    collector_.refuse(true);
+    {
+        // Two programs at once, and one that ends while the others start.
+        TelemetryEmitter first(collector_.url(), kept_);
+        recordMany(first, 0, 3);
+        EXPECT_FALSE(first.flush(patience));
+        TelemetryEmitter second(collector_.url(), kept_);
+        EXPECT_TRUE(second.flush(patience)) << "what the other one keeps is not this one's";
+        recordMany(first, 3, 1);
+        first.shutDown(patience);
+        recordMany(second, 4, 2);
+    }
+    collector_.refuse(false);
+    TelemetryEmitter next(collector_.url(), kept_);
+    TelemetryEmitter another(collector_.url(), kept_);
+    EXPECT_TRUE(next.flush(patience) && another.flush(patience));
+    std::vector<std::string> names = collector_.names();
+    std::sort(names.begin(), names.end()); // which of two programs comes first is no matter
+    EXPECT_EQ(names, namesFrom(0, 6));
+    ASSERT_EQ(next.recentEvents().size() + another.recentEvents().size(), 6U);
+    for (const auto& event : next.recentEvents())
+        EXPECT_TRUE(event.sent && event.json.find("\"event\":\"e") != std::string::npos) << event.json;
+    EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(TelemetryEmitterTest, aDamagedQueueIsAnEmptyOne) {
+    for (const char* damaged : {"", "{", "[]", R"({"events":{"a":1}})", R"({"events":[{"event":7}]})"}) {
+        QFile file(folder_.filePath(QStringLiteral("telemetry-queue-0123456789abcdef.json")));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(damaged);
+        file.close();
+        TelemetryEmitter emitter(collector_.url(), kept_);
+        emitter.record("good");
+        EXPECT_TRUE(emitter.flush(patience)) << damaged;
+        EXPECT_EQ(collector_.names().back(), "good");
+        EXPECT_EQ(emitter.recentEvents().size(), 1U) << damaged;
+    }
+    EXPECT_EQ(log_.count("The telemetry queue is damaged"), 5U);
+    EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(TelemetryEmitterTest, switchedOffItDropsAllAndRecordsNothing) {
+    bool remembered = true;
+    kept_.remember = [&remembered](bool enabled) { remembered = enabled; };
+    collector_.refuse(true);
+    TelemetryEmitter emitter(collector_.url(), kept_);
+    recordMany(emitter, 0, 2);
+    EXPECT_FALSE(emitter.flush(patience));
+    EXPECT_FALSE(files().isEmpty());
+    recordMany(emitter, 2, 1);
+    emitter.setEnabled(false);
+    EXPECT_FALSE(remembered);
+    EXPECT_TRUE(files().isEmpty());
+    emitter.record("off");
+    collector_.refuse(false);
+    emitter.setEnabled(true);
+    EXPECT_TRUE(emitter.isEnabled() && remembered);
+    emitter.record("on");
+    EXPECT_TRUE(emitter.flush(patience));
+    EXPECT_EQ(collector_.names(), std::vector<std::string>{"on"});
+}
+
 TEST_F(TelemetryEmitterTest, isOffWithoutAnAllowedAddress) {
     qunsetenv("ZORBEL_TELEMETRY_URL");
     TelemetryEmitter off(TelemetryEmitter::endpointFromEnvironment());
-    EXPECT_FALSE(off.isEnabled());
+    EXPECT_FALSE(off.isConfigured() || off.isEnabled());
     off.record("dropped");
     EXPECT_TRUE(off.flush(patience));
     off.shutDown();

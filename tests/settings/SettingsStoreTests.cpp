@@ -91,5 +91,22 @@ TEST_F(StoredSettings, tellWhenTheyCannotBeWritten) {
     EXPECT_EQ(store.number(table::cacheMaxGiB), 100) << "within its limits, for this run";
 }
 
+TEST_F(StoredSettings, aSwitchIsOnOrOffAndOtherwiseAsByDefault) {
+    const auto isOn = [this] { return SettingsStore(file).isOn(table::telemetryEnabled); };
+    EXPECT_TRUE(isOn());
+    for (const char* off : {"false", "False", "0"}) {
+        put("[telemetry]\nenabled=" + QByteArray(off));
+        EXPECT_FALSE(isOn()) << off;
+    }
+    put("[telemetry]\nenabled=@Rect(0 0 1 1)");
+    EXPECT_TRUE(isOn());
+    {
+        SettingsStore store(file);
+        store.set(table::telemetryEnabled, false);
+        EXPECT_TRUE(store.save());
+    }
+    EXPECT_FALSE(isOn());
+}
+
 } // namespace
 } // namespace zorbel
