@@ -32,7 +32,8 @@ int ancestors(const QWidget* widget) {
 
 } // namespace
 
-GuidedTour::GuidedTour(QDir pictures, QObject* parent) : QObject(parent), pictures_(std::move(pictures)) {
+GuidedTour::GuidedTour(QDir pictures, int picturesBefore, QObject* parent)
+    : QObject(parent), pictures_(std::move(pictures)), taken_(picturesBefore) {
     sinceProgress_.start();
     connect(&timer_, &QTimer::timeout, this, &GuidedTour::poll);
     qApp->installEventFilter(this);

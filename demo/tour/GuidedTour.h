@@ -20,7 +20,8 @@ class GuidedTour : public QObject {
     Q_OBJECT
 
 public:
-    explicit GuidedTour(QDir pictures, QObject* parent = nullptr);
+    /// picturesBefore: how many numbers of pictures are used.
+    explicit GuidedTour(QDir pictures, int picturesBefore = 0, QObject* parent = nullptr);
 
     TourHands& hands() { return hands_; }
 
@@ -38,6 +39,8 @@ public:
 
     /// Every stop was reached.
     bool succeeded() const { return succeeded_; }
+    /// Those before it included.
+    int picturesTaken() const { return taken_; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -37,4 +37,11 @@ void planUpdates(GuidedTour& tour, DemoControl& control);
 /// Every listed study that was not opened yet: what the user imported.
 void planFurtherStudies(GuidedTour& tour);
 
+// Each in a program of its own, signed in again:
+
+/// A study is open, and the program is ended as by a fault.
+void planCrash(GuidedTour& tour);
+/// What the next start says of it, and the study recovered.
+void planAfterCrash(GuidedTour& tour);
+
 } // namespace zorbel
