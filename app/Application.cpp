@@ -20,6 +20,7 @@
 #include "app/telemetry/TelemetryEmitter.h"
 #include "app/update/widgets/UpdateController.h"
 #include "cache/SessionWorkspace.h"
+#include "diagnostics/widgets/DiagnosticsPane.h"
 #include "imaging/rendering/OpenGlRenderWindowWidget.h"
 #include "platform/CrashReporting.h"
 #include "platform/LinkProtocol.h"
@@ -165,8 +166,16 @@ struct Surroundings {
 /// What the diagnostics see of it.
 TelemetryDiagnostics telemetryDiagnostics(TelemetryEmitter& telemetry) {
     TelemetryDiagnostics means;
-    means.isConfigured = [&telemetry] { return telemetry.isEnabled(); };
-    means.isEnabled = means.isConfigured;
+    means.isConfigured = [&telemetry] { return telemetry.isConfigured(); };
+    means.isEnabled = [&telemetry] { return telemetry.isEnabled(); };
+    means.setEnabled = [&telemetry](bool enabled) { telemetry.setEnabled(enabled); };
+    means.endpoint = [&telemetry] { return telemetry.endpoint().toString().toStdString(); };
+    means.recentEvents = [&telemetry] {
+        std::vector<TelemetryRecord> records;
+        for (const auto& event : telemetry.recentEvents())
+            records.push_back({event.json, event.sent});
+        return records;
+    };
     return means;
 }
 
@@ -231,10 +240,10 @@ int runMainWindow(
     MainWindow window(client, options);
     continuation.attach(window);
     connectSettings(window, client, settings, storage, continuation.request());
-    connectDiagnostics(
+    DiagnosticsPane* diagnostics = connectDiagnostics(
         window, client, settings, storage,
         {surroundings.log, surroundings.requests, telemetryDiagnostics(surroundings.telemetry),
-         configFolder(), logFile(), crashFolder()});
+         configFolder(), logFile(), CrashDumps(crashFolder(), crashDumpName)});
     QObject::connect(&window, &MainWindow::sessionEnding, &window, [&surroundings] {
         surroundings.links.reset();
         surroundings.telemetry.record("SESSION_END");
@@ -243,7 +252,9 @@ int runMainWindow(
     receiveLinks(*surroundings.links, window, client->config().baseUrl, [&window](const LinkRequest& link) {
         window.openLinkedStudy(link.studyInstanceUID);
     });
-    noteLastCrash(window, crashFolder(), crashDumpName);
+    noteLastCrash(window, crashFolder(), crashDumpName, [diagnostics](const std::filesystem::path& dump) {
+        diagnostics->showCrashDump(QString::fromStdU16String(dump.u16string()));
+    });
     window.show();
     window.activateWindow(); // the sign-in dialog had the keyboard until now
     QApplication::setQuitOnLastWindowClosed(true);

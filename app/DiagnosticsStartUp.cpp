@@ -167,7 +167,7 @@ DiagnosticsSources sections(
 
 } // namespace
 
-void connectDiagnostics(
+DiagnosticsPane* connectDiagnostics(
     MainWindow& window, const std::shared_ptr<ZorbelApiClient>& client, const SettingsStore& settings,
     const SessionStorage& storage, DiagnosticsSurroundings surroundings) {
     auto* seen = new SeenStudies(window);
@@ -176,14 +176,14 @@ void connectDiagnostics(
     means.log = surroundings.log;
     means.telemetry = surroundings.telemetry;
     means.rotationTrace = {RotationTrace::isEnabled, RotationTrace::setEnabled};
-    means.crashFolder = surroundings.crashFolder;
+    means.crashDumps = surroundings.crashDumps;
     means.bundle = [client, seen, &settings, surroundings] {
         SupportBundleSources sources;
         sources.settings = settingsSection(settings, client->profile().organizationId);
         if (surroundings.telemetry.recentEvents)
             sources.telemetry = surroundings.telemetry.recentEvents();
         sources.log = surroundings.logFile;
-        sources.crashFolder = surroundings.crashFolder;
+        sources.crashDumps = surroundings.crashDumps;
         sources.keyFile = surroundings.configFolder / "diagnostics.key";
         sources.secrets = sessionSecrets(*client);
         seen->addTo(sources.secrets);
@@ -202,6 +202,7 @@ void connectDiagnostics(
         window.findChild<MainToolBar*>()->setDiagnosticsShown(visible);
     });
     QObject::connect(&window, &MainWindow::studyDisplayed, pane, &DiagnosticsPane::refresh);
+    return pane;
 }
 
 } // namespace zorbel

@@ -2,12 +2,14 @@
 
 #include "diagnostics/LiveLog.h"
 #include "diagnostics/TelemetryDiagnostics.h"
+#include "platform/CrashDumps.h"
 
 #include <filesystem>
 #include <memory>
 
 namespace zorbel {
 
+class DiagnosticsPane;
 class LastRequests;
 class MainWindow;
 class SessionStorage;
@@ -21,11 +23,11 @@ struct DiagnosticsSurroundings {
     TelemetryDiagnostics telemetry;
     std::filesystem::path configFolder;
     std::filesystem::path logFile;
-    std::filesystem::path crashFolder;
+    CrashDumps crashDumps{{}, {}};
 };
 
-/// Gives the main window its diagnostics pane. All must outlive the window.
-void connectDiagnostics(
+/// Gives the main window its diagnostics pane, which is the window's. All must outlive the window.
+DiagnosticsPane* connectDiagnostics(
     MainWindow& window, const std::shared_ptr<ZorbelApiClient>& client, const SettingsStore& settings,
     const SessionStorage& storage, DiagnosticsSurroundings surroundings);
 

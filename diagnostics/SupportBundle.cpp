@@ -1,7 +1,8 @@
 #include "diagnostics/SupportBundle.h"
 
+#include "app/log/LogTail.h"
 #include "base/WorkCancelled.h"
-#include "diagnostics/CrashDumps.h"
+#include "diagnostics/CrashDumpText.h"
 #include "platform/PrivateFile.h"
 
 #include <QBuffer>
@@ -9,40 +10,21 @@
 #include <private/qzipwriter_p.h>
 
 #include <algorithm>
-#include <set>
 #include <stdexcept>
 
 namespace zorbel {
 
 namespace {
 
-constexpr qint64 lastOfLog = qint64{5} << 20;
+constexpr std::size_t lastOfLog = std::size_t{5} << 20;
 
-/// Whole lines.
-std::string lastBytesOfLog(const std::filesystem::path& log) {
-    QFile file(log);
-    if (!file.open(QIODevice::ReadOnly))
+/// Empty where there is none.
+std::string logTail(const std::filesystem::path& log) {
+    try {
+        return lastBytesOfLog(log, lastOfLog);
+    } catch (const std::exception&) {
         return {};
-    const qint64 skipped = std::max<qint64>(file.size() - lastOfLog, 0);
-    file.seek(skipped);
-    QByteArray bytes = file.read(lastOfLog);
-    if (skipped > 0)
-        bytes.remove(0, bytes.indexOf('\n') + 1);
-    return bytes.toStdString();
-}
-
-/// A name without what a patient's or a user's would leave, and no other entry's.
-std::string
-entryName(const Redactor& redactor, const std::filesystem::path& file, std::set<std::string>& taken) {
-    const std::u8string stem = file.stem().u8string();
-    std::string name = redactor.text({reinterpret_cast<const char*>(stem.data()), stem.size()});
-    for (char& c : name)
-        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '_' && c != '.')
-            c = '_';
-    std::string unique = "crashes/" + name + file.extension().string();
-    for (int number = 2; !taken.insert(unique).second; ++number)
-        unique = "crashes/" + name + "-" + std::to_string(number) + file.extension().string();
-    return unique;
+    }
 }
 
 DiagnosticsJson telemetryJson(const std::vector<TelemetryRecord>& records, const Redactor& redactor) {
@@ -86,12 +68,11 @@ std::vector<SupportBundleEntry> supportBundleEntries(const SupportBundleSources&
     add("report.txt", reportText(report));
     add("settings.json", jsonText(redactor.json(sources.settings)));
     add("telemetry.json", jsonText(telemetryJson(sources.telemetry, redactor)));
-    add("zorbel-desktop.log", redactor.lines(lastBytesOfLog(sources.log)));
-    std::set<std::string> taken;
-    for (const CrashDump& dump : crashDumps(sources.crashFolder)) {
-        std::string name = entryName(redactor, dump.file, taken);
-        if (dump.holdsMemory)
-            entries.push_back({std::move(name), dump.bytes, {}, dump.file});
+    add("zorbel-desktop.log", redactor.lines(logTail(sources.log)));
+    for (const CrashDumps::Dump& dump : sources.crashDumps.list()) {
+        std::string name = "crashes/" + dump.file.filename().string();
+        if (holdsMemory(dump.file))
+            entries.push_back({std::move(name), dump.size, {}, dump.file});
         else
             add(std::move(name), redactor.lines(crashDumpText(dump.file)));
     }

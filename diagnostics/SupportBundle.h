@@ -3,6 +3,7 @@
 #include "diagnostics/DiagnosticsReport.h"
 #include "diagnostics/Redactor.h"
 #include "diagnostics/TelemetryDiagnostics.h"
+#include "platform/CrashDumps.h"
 
 #include <atomic>
 #include <cstdint>
@@ -19,7 +20,7 @@ struct SupportBundleSources {
     DiagnosticsJson settings;
     std::vector<TelemetryRecord> telemetry;
     std::filesystem::path log;
-    std::filesystem::path crashFolder;
+    CrashDumps crashDumps{{}, {}};
     std::filesystem::path keyFile; ///< of the short names
     KnownSecrets secrets;
 };

@@ -1,6 +1,5 @@
 #include "app/crash/CrashNoticeBar.h"
 
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 
@@ -20,7 +19,6 @@ CrashNoticeBar::CrashNoticeBar(QWidget* parent) : QToolBar(QStringLiteral("Last 
         auto* button = new QPushButton(caption);
         button->setObjectName(QString::fromLatin1(name));
         button->setAutoDefault(true); // Enter presses it, too
-        button->installEventFilter(this);
         button->setAccessibleName(spoken);
         button->setAccessibleDescription(text->text());
         addWidget(button);
@@ -34,15 +32,6 @@ CrashNoticeBar::CrashNoticeBar(QWidget* parent) : QToolBar(QStringLiteral("Last 
     connect(show, &QPushButton::clicked, this, &CrashNoticeBar::showRequested);
     connect(show, &QPushButton::clicked, this, &QWidget::close);
     connect(dismiss, &QPushButton::clicked, this, &QWidget::close);
-}
-
-/// On a button the space bar presses it; elsewhere in the window it is a shortcut.
-bool CrashNoticeBar::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
-        event->accept();
-        return true;
-    }
-    return QToolBar::eventFilter(watched, event);
 }
 
 } // namespace zorbel

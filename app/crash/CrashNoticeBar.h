@@ -14,9 +14,6 @@ public:
 
 Q_SIGNALS:
     void showRequested();
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
 };
 
 } // namespace zorbel

@@ -2,7 +2,6 @@
 
 #include "app/crash/CrashNotice.h"
 #include "app/crash/CrashNoticeBar.h"
-#include "app/crash/CrashReportView.h"
 #include "app/log/Logger.h"
 
 #include <QMainWindow>
@@ -26,15 +25,8 @@ void noteLastCrash(
     window.addToolBarBreak(Qt::TopToolBarArea);
     window.addToolBar(Qt::TopToolBarArea, bar);
     QObject::connect(
-        bar, &CrashNoticeBar::showRequested, &window, [&window, dump = *dump, show = std::move(show)] {
-            if (show) {
-                show(dump.file);
-                return;
-            }
-            auto* view = new CrashReportView(dump, &window);
-            view->setAttribute(Qt::WA_DeleteOnClose);
-            view->show(); // beside the reading, which goes on
-        });
+        bar, &CrashNoticeBar::showRequested, &window,
+        [file = dump->file, show = std::move(show)] { show(file); });
     try {
         notice.markTold();
     } catch (const std::exception&) {

@@ -16,7 +16,7 @@ namespace zorbel {
 namespace {
 
 const QString barName = QStringLiteral("crashNoticeBar");
-const QString reportName = QStringLiteral("crashReport");
+const QString reportName = QStringLiteral("diagnosticsCrashText");
 const QString questionName = QStringLiteral("recoveryBox");
 
 void planSignInAgain(GuidedTour& tour) {
@@ -62,16 +62,13 @@ void planAfterCrash(GuidedTour& tour) {
     tour.add(
         QStringLiteral("fault-report"), [&hands] { hands.click(QStringLiteral("crashNoticeShow")); },
         [&hands] {
-            const auto* text = hands.find<QPlainTextEdit>(QStringLiteral("crashReportText"));
+            const auto* text = hands.find<QPlainTextEdit>(reportName);
             return text && text->toPlainText().contains(QStringLiteral("\ncall chain\n")) &&
                    !hands.visible(barName);
         });
     tour.add(
         QStringLiteral("after-fault-report"),
-        [&hands] {
-            if (auto* report = hands.visible(reportName))
-                QTest::keyClick(report, Qt::Key_Escape);
-        },
+        [&hands] { hands.click(QStringLiteral("toolbar-utilities-terminal")); },
         [&hands] { return !hands.visible(reportName); }, false);
 }
 

@@ -33,9 +33,7 @@ void planSession(GuidedTour& tour, DemoControl& control) {
             hands.type(QStringLiteral("loginPassword"), QString::fromLatin1(demo::readerAccount.password));
             hands.click(QStringLiteral("loginSubmit"));
         },
-        [&hands] {
-            return !hands.visible(notNow) && !hands.visible(QStringLiteral("statusSession"));
-        });
+        [&hands] { return !hands.visible(notNow) && !hands.visible(QStringLiteral("statusSession")); });
 }
 
 } // namespace zorbel

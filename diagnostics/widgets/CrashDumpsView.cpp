@@ -43,8 +43,8 @@ void CrashDumpsView::refresh() {
     if (std::exchange(looking_, true))
         return;
     runInBackground(
-        *QThreadPool::globalInstance(), this, [folder = folder_] { return crashDumps(folder); },
-        [this](const std::vector<CrashDump>& dumps) {
+        *QThreadPool::globalInstance(), this, [dumps = dumps_] { return dumps.list(); },
+        [this](const std::vector<CrashDumps::Dump>& dumps) {
             looking_ = false;
             showDumps(dumps);
         });
@@ -55,9 +55,9 @@ void CrashDumpsView::select(const QString& path) {
     refresh();
 }
 
-void CrashDumpsView::showDumps(const std::vector<CrashDump>& dumps) {
+void CrashDumpsView::showDumps(const std::vector<CrashDumps::Dump>& dumps) {
     QStringList paths;
-    for (const CrashDump& dump : dumps)
+    for (const CrashDumps::Dump& dump : dumps)
         paths += QFileInfo(dump.file).absoluteFilePath();
     QStringList listed;
     for (int row = 0; row < list_->count(); ++row)
@@ -67,11 +67,11 @@ void CrashDumpsView::showDumps(const std::vector<CrashDump>& dumps) {
             list_->currentItem() ? list_->currentItem()->data(pathRole).toString() : QString();
         list_->clear();
         for (std::size_t i = 0; i < dumps.size(); ++i) {
-            auto* item = new QListWidgetItem(
-                QStringLiteral("%1  (%2)")
-                    .arg(
-                        QFileInfo(dumps[i].file).fileName(),
-                        QLocale().formattedDataSize(static_cast<qint64>(dumps[i].bytes))));
+            auto* item =
+                new QListWidgetItem(QStringLiteral("%1  (%2)")
+                                        .arg(
+                                            QFileInfo(dumps[i].file).fileName(),
+                                            QLocale().formattedDataSize(static_cast<qint64>(dumps[i].size))));
             item->setData(pathRole, paths[static_cast<qsizetype>(i)]);
             item->setToolTip(item->text());
             list_->addItem(item);

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "diagnostics/CrashDumps.h"
+#include "platform/CrashDumps.h"
 
 #include <QString>
 #include <QWidget>
 
-#include <filesystem>
 #include <vector>
 
 class QListWidget;
@@ -18,17 +17,17 @@ class CrashDumpsView : public QWidget {
     Q_OBJECT
 
 public:
-    explicit CrashDumpsView(std::filesystem::path folder, QWidget* parent = nullptr);
+    explicit CrashDumpsView(CrashDumps dumps, QWidget* parent = nullptr);
 
     void refresh();
     /// Shows this file, as soon as it is listed.
     void select(const QString& path);
 
 private:
-    void showDumps(const std::vector<CrashDump>& dumps);
+    void showDumps(const std::vector<CrashDumps::Dump>& dumps);
     void showText();
 
-    const std::filesystem::path folder_;
+    const CrashDumps dumps_;
     QString wanted_;
     QString shownFile_;
     QListWidget* list_ = nullptr;

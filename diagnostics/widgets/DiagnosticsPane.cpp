@@ -77,7 +77,7 @@ DiagnosticsPane::DiagnosticsPane(DiagnosticsMeans means, QWidget* parent)
     report_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     log_ = new LogView(means_.log, means_.rotationTrace.isOn, means_.rotationTrace.set);
     telemetry_ = new TelemetryView(means_.telemetry);
-    crashes_ = new CrashDumpsView(means_.crashFolder);
+    crashes_ = new CrashDumpsView(means_.crashDumps);
     pages_ = new QTabWidget;
     pages_->setObjectName(QStringLiteral("diagnosticsPages"));
     pages_->setAccessibleName(QStringLiteral("Diagnostics pages"));

@@ -34,7 +34,7 @@ struct DiagnosticsMeans {
     std::shared_ptr<LiveLog> log;
     TelemetryDiagnostics telemetry;
     DiagnosticsSwitch rotationTrace;
-    std::filesystem::path crashFolder;
+    CrashDumps crashDumps{{}, {}};
     /// What a support bundle is made of, but for the report.
     std::function<SupportBundleSources()> bundle;
 };

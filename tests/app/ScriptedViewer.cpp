@@ -183,11 +183,12 @@ private:
                 visible("crashNoticeShow")->setFocus();
                 QTest::keyClick(visible("crashNoticeShow"), Qt::Key_Space);
             });
-        add([] { return visible("crashReport") && !visible("crashNoticeBar"); },
+        add(
             [] {
-                say("REPORT", visible<QPlainTextEdit>("crashReportText")->toPlainText());
-                QTest::keyClick(visible("crashReport"), Qt::Key_Escape);
-            });
+                const auto* text = visible<QPlainTextEdit>("diagnosticsCrashText");
+                return text && !text->toPlainText().isEmpty() && !visible("crashNoticeBar");
+            },
+            [] { say("REPORT", visible<QPlainTextEdit>("diagnosticsCrashText")->toPlainText()); });
     }
     void planShownStudy() {
         add(

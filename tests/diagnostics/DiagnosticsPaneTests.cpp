@@ -37,7 +37,7 @@ protected:
              {},
              folder_.path(),
              folder_.path() / "none.log",
-             folder_.path() / "crashes"});
+             CrashDumps(folder_.path() / "crashes", "ZorbelWorkstation")});
         pane_ = window_->findChild<DiagnosticsPane*>();
     }
     ~DiagnosticsWindow() override {

@@ -75,9 +75,10 @@ protected:
                 {"meta", {{"studyInstanceUID", studyUid}, {everything(), "x"}, {"accessToken", "opaque"}}}}
                     .dump() +
                 "\n{\"message\":\"M\\u0075stermann\"}\n" + everything() + "\n");
-        test::writeFile(crashes_ / "ZorbelWorkstation-Mustermann-1.txt", "Signal 11\n" + everything());
-        test::writeFile(crashes_ / "ZorbelWorkstation-Erika-1.txt", "Signal 6\n" + everything());
-        test::writeFile(crashes_ / "ZorbelWorkstation-2.dmp", "stack memory " + everything());
+        test::writeFile(crashes_ / "ZorbelWorkstation-20260102T030405Z-1.txt", "Signal 11\n" + everything());
+        test::writeFile(crashes_ / "ZorbelWorkstation-20260102T030406Z-1.txt", "Signal 6\n" + everything());
+        test::writeFile(
+            crashes_ / "ZorbelWorkstation-20260102T030405Z-2.dmp", "stack memory " + everything());
         sources_.report = [] {
             return DiagnosticsReport{
                 {"study", "Open study", {{"studyInstanceUID", studyUid}, {"source", everything()}}},
@@ -90,7 +91,7 @@ protected:
         sources_.telemetry = {
             {R"({"event":"app.startup","payload":{"x":")" + archiveId + "\"}}", true}, {everything(), false}};
         sources_.log = folder_.path() / "zorbel-desktop.log";
-        sources_.crashFolder = crashes_;
+        sources_.crashDumps = CrashDumps(crashes_, "ZorbelWorkstation");
         sources_.keyFile = folder_.path() / "private" / "diagnostics.key";
         sources_.secrets = {
             .patients = {"Mustermann^Erika", "Li^Wu", "Müller-Lüdenscheidt"},
@@ -144,8 +145,8 @@ TEST_F(SupportBundle, HoldsNothingThatNamesAnybodyOrLetsAnybodyIn) {
         EXPECT_NE(log.find(kept), std::string::npos) << kept;
     EXPECT_NE(bundle.at("telemetry.json").find("app.startup"), std::string::npos);
     EXPECT_EQ(nlohmann::json::parse(bundle.at("report.json")).at("storage").at("folder"), "~/cache");
-    EXPECT_EQ(bundle.count("crashes/ZorbelWorkstation-_person_-1.txt"), 1U);
-    EXPECT_EQ(bundle.count("crashes/ZorbelWorkstation-_person_-1-2.txt"), 1U);
+    EXPECT_EQ(bundle.count("crashes/ZorbelWorkstation-20260102T030405Z-1.txt"), 1U);
+    EXPECT_EQ(bundle.count("crashes/ZorbelWorkstation-20260102T030406Z-1.txt"), 1U);
 }
 
 TEST_F(SupportBundle, NamesAStudyTheSameEverywhereOnOneComputerAlone) {
@@ -178,7 +179,8 @@ TEST_F(SupportBundle, IsThereWholeOrNotAtAll) {
     EXPECT_GT(log.size(), (std::size_t{5} << 20) - 200);
     EXPECT_TRUE(log.starts_with("line ") && lines.ends_with(log)) << log.substr(0, 50);
     // A dump that was ticked comes as it is.
-    EXPECT_TRUE(written(entries).at("crashes/ZorbelWorkstation-2.dmp").starts_with("stack memory"));
+    EXPECT_TRUE(
+        written(entries).at("crashes/ZorbelWorkstation-20260102T030405Z-2.dmp").starts_with("stack memory"));
 
     const auto before = folder_.files();
     const std::atomic<bool> cancelled{true};
@@ -186,7 +188,7 @@ TEST_F(SupportBundle, IsThereWholeOrNotAtAll) {
     EXPECT_THROW(writeSupportBundle(file, entries, &cancelled), WorkCancelled);
     EXPECT_THROW(
         writeSupportBundle(folder_.path() / "missing" / "b.zip", entries, nullptr), std::runtime_error);
-    std::filesystem::remove(crashes_ / "ZorbelWorkstation-2.dmp");
+    std::filesystem::remove(crashes_ / "ZorbelWorkstation-20260102T030405Z-2.dmp");
     EXPECT_THROW(writeSupportBundle(file, entries, nullptr), std::runtime_error);
     EXPECT_EQ(folder_.files(), before);
 }
