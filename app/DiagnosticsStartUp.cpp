@@ -199,7 +199,8 @@ DiagnosticsPane* connectDiagnostics(
     QObject::connect(
         pane, &DiagnosticsPane::left, &window.workspace(), [&window] { window.workspace().setFocus(); });
     QObject::connect(pane, &DiagnosticsPane::visibleChanged, &window, [&window](bool visible) {
-        window.findChild<MainToolBar*>()->setDiagnosticsShown(visible);
+        if (auto* toolBar = window.findChild<MainToolBar*>())
+            toolBar->setDiagnosticsShown(visible);
     });
     QObject::connect(&window, &MainWindow::studyDisplayed, pane, &DiagnosticsPane::refresh);
     return pane;

@@ -225,7 +225,7 @@ void DiagnosticsPane::copy() {
 }
 
 void DiagnosticsPane::exportBundle() {
-    auto* dialog = new SupportBundleDialog(bundleSources(), window());
+    auto* dialog = new SupportBundleDialog(bundleSources(), parentWidget());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->open();
 }

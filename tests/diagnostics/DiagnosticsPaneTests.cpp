@@ -86,6 +86,16 @@ TEST_F(DiagnosticsWindow, OpensByItsKeyShowsTheStudyAndCopiesWithoutItsNames) {
     EXPECT_FALSE(copied.contains(QString::fromStdString(uid)));
     EXPECT_FALSE(copied.contains(QStringLiteral("mustermann"), Qt::CaseInsensitive));
 
+    // The views keep their room.
+    EXPECT_FALSE(pane_->isFloating());
+    window_->resize(1100, 700);
+    EXPECT_TRUE(waitFor([this] { return pane_->isFloating(); }));
+    window_->resize(1400, 900);
+    EXPECT_TRUE(waitFor([this] { return !pane_->isFloating(); }));
+    window_->activateWindow();
+    child<QTextEdit>(QStringLiteral("diagnosticsReport"))->setFocus();
+    EXPECT_TRUE(waitFor([this] { return window_->isActiveWindow(); }));
+
     // A key in the pane is the pane's, and its own key closes it.
     const int slice = view(0).navigation().currentSlice();
     press(Qt::Key_Down);
