@@ -126,7 +126,7 @@ QStatusBar { background: #FFFFFF; border-top: 1px solid #D8E2EC; }
 QStatusBar::item { border: 0; }
 QStatusBar QLabel#statusUnsaved, QStatusBar QLabel#statusUnsynced, QStatusBar QLabel#statusSession { color: #991B1B; background: #FEE2E2; border-radius: 6px; font-weight: 600; }
 QStatusBar QLabel#statusNotice { color: #92400E; background: #FEF3C7; border-radius: 6px; font-weight: 600; }
-QStatusBar QToolButton { font-size: 12px; color: #002B5B; background: #FFFFFF; border: 1px solid #CBD5E1; border-radius: 6px; padding: 1px 9px; }
+QStatusBar QToolButton { font-size: 12px; color: #002B5B; background: #FFFFFF; border: 1px solid #CBD5E1; border-radius: 6px; padding: 1px 9px; margin-right: 6px; }
 QStatusBar QToolButton:hover, QStatusBar QToolButton:focus { border-color: #18B6D9; background: #DFF4FA; }
 QStatusBar QLabel { font-size: 12px; color: #475569; padding: 2px 8px; }
 

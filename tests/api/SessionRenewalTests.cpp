@@ -1,9 +1,11 @@
 #include "EndingSessions.h"
 
-#include "signin/session/SessionCheckSchedule.h"
+#include "signin/session/SessionCheck.h"
 #include "signin/session/SessionRenewal.h"
 #include "tests/support/Waiting.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QStringList>
 #include <QThreadPool>
 
@@ -102,6 +104,30 @@ TEST_F(SessionRenewalTest, KeepsAnotherUsersSessionApart) {
     renewal_.stop();
     require();
     EXPECT_EQ(asks_, 1);
+}
+
+TEST(SessionCheck, findsOutThatTheSessionHasEndedWhenSomebodyComesBack) {
+    EndingSessions service;
+    std::atomic<std::int64_t> time = 1'700'000'000;
+    ApiClientConfig config = service.config();
+    config.clock = [&time] { return time.load(); };
+    const auto client = std::make_shared<ZorbelApiClient>(config);
+    ASSERT_TRUE(EndingSessions::signIn(*client, "anna"));
+    SessionCheck check(client);
+    const std::size_t before = service.requests().size();
+    const auto comeBack = [] {
+        QEvent activation(QEvent::ApplicationActivate);
+        QCoreApplication::sendEvent(QCoreApplication::instance(), &activation);
+    };
+    comeBack();
+    service.endAll();
+    time += SessionCheckSchedule::interval;
+    comeBack();
+    comeBack();
+    EXPECT_TRUE(test::waitFor([&] { return client->hasSessionEnded(); }));
+    comeBack();
+    EXPECT_EQ(service.requests().size(), before + 1);
+    EXPECT_TRUE(service.requests().back().isFor("/api/auth/me"));
 }
 
 TEST(SessionCheckSchedule, AsksWhileSomebodyIsThereAndAroundTheKnownEnd) {

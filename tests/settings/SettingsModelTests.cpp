@@ -55,9 +55,12 @@ TEST_F(SettingsModelTest, tellsHowSessionAndNodesStand) {
     EXPECT_EQ(session_.text, QStringLiteral("Verifying…"));
     EXPECT_TRUE(test::waitFor([this] { return session_.text == QStringLiteral("Connected securely"); }));
     expired_ = true;
+    QSignalSpy ended(model_.get(), &SettingsModel::sessionEnded);
     model_->verify();
     EXPECT_TRUE(test::waitFor([this] { return session_.tone == StatusTone::Failure; }));
     EXPECT_EQ(session_.text, QStringLiteral("Connection verification failed"));
+    EXPECT_EQ(ended.count(), 1);
+    EXPECT_EQ(model_->sessionStatus().text, QStringLiteral("Session ended"));
 
     EXPECT_EQ(listed().text, QString());
     EXPECT_EQ(model_->addressOf(QStringLiteral("n1")), QStringLiteral("http://10.0.0.5"));
