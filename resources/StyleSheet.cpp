@@ -36,7 +36,7 @@ QToolBar#mainToolBar QToolButton:checked { background: #DFF4FA; border-color: #7
 QToolBar#mainToolBar QToolButton:disabled { color: #94A3B8; }
 QToolBar#crashNoticeBar { background: #FEF3C7; border: 0; border-bottom: 1px solid #F5D98A; padding: 5px 10px; spacing: 8px; }
 QToolBar#crashNoticeBar QLabel { color: #92400E; font-weight: 600; padding: 0 6px; }
-QToolBar#crashNoticeBar QPushButton { padding: 4px 14px; }
+QToolBar#crashNoticeBar QPushButton { padding: 4px 14px; margin-left: 8px; }
 QToolBar#crashNoticeBar QPushButton:focus { padding: 3px 13px; }
 QLabel#identityText { font-weight: 600; color: #0F172A; }
 QLabel#identityCaption { font-size: 11px; color: #64748B; }

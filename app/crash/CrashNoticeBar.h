@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QToolBar>
 
 namespace zorbel {
@@ -14,6 +15,12 @@ public:
 
 Q_SIGNALS:
     void showRequested();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    QPointer<QWidget> focusBefore_; ///< what had the keyboard before the bar's buttons
 };
 
 } // namespace zorbel

@@ -85,7 +85,7 @@ bool TourHands::isChecked(const QString& objectName) const {
 
 bool TourHands::takeKeyboard() {
     auto* window = mainWindow();
-    if (!window || QApplication::activeModalWidget() || window->isActiveWindow())
+    if (!window || QApplication::activeModalWidget() || QApplication::activeWindow())
         return true;
     window->activateWindow();
     return false;
