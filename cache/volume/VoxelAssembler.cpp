@@ -4,6 +4,7 @@
 #include "base/WorkCancelled.h"
 #include "cache/volume/ChunkDecompressor.h"
 #include "imaging/volume/VoxelBuffer.h"
+#include "platform/threads/StackGuard.h"
 
 #include <algorithm>
 #include <chrono>
@@ -40,6 +41,7 @@ placeOf(const ChunkEntry& chunk, std::uint64_t sliceBytes, const ZorbelVolumeDat
 std::jthread prepareMemory(const ZorbelVolumeData& volume) {
     const auto prepare = [begin = volume.voxels.get(),
                           length = volume.byteLength](const std::stop_token& stop) {
+        guardThreadStack();
         constexpr std::size_t step = std::size_t{8} << 20U;
         for (std::size_t offset = 0; offset < length && !stop.stop_requested(); offset += step)
             imaging::provideMemory(begin + offset, std::min(step, length - offset));

@@ -45,27 +45,18 @@ Place placeOf(const siginfo_t& signal, const ucontext_t& context) noexcept {
     return address + near > stack && address < stack + near ? Place::NearStackPointer : Place::Elsewhere;
 }
 
-bool cameFromOutside(const siginfo_t& signal) noexcept {
-    return signal.si_code <= 0 && signal.si_pid != getpid();
-}
-
 bool isMemoryFault(const siginfo_t& signal) noexcept {
     return (signal.si_signo == SIGSEGV || signal.si_signo == SIGBUS) && signal.si_code > 0;
 }
 
 std::string_view reasonOf(const siginfo_t& signal, const ucontext_t& context) noexcept {
-    if (cameFromOutside(signal))
-        return "a signal from another program";
+    if (signal.si_signo == SIGABRT)
+        return "the program ended itself";
+    if (signal.si_code <= 0)
+        return "a signal that somebody sent";
     if (isMemoryFault(signal))
         return placeOf(signal, context) == Place::NearStackPointer ? "stack overflow" : "memory fault";
-    switch (signal.si_signo) {
-    case SIGFPE:
-        return "arithmetic fault";
-    case SIGILL:
-        return "illegal instruction";
-    default:
-        return "the program ended itself";
-    }
+    return signal.si_signo == SIGFPE ? "arithmetic fault" : "illegal instruction";
 }
 
 std::string_view nameOf(Place place) noexcept {

@@ -1,6 +1,7 @@
 #include "app/LogFile.h"
 #include "app/SessionLock.h"
 #include "app/crash/CrashNotice.h"
+#include "base/qt/BackgroundTask.h"
 #include "tests/support/Files.h"
 
 #include <QTemporaryDir>
@@ -10,6 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+
+#include <csignal>
 
 namespace zorbel {
 namespace {
@@ -61,6 +64,17 @@ TEST_F(SessionLockTest, ofSeveralProgramsTheLastLivingOneRemovesIt) {
     EXPECT_TRUE(exists()) << "nobody has noticed the second's crash";
     start(true)->end();
     EXPECT_FALSE(exists());
+}
+
+TEST(BackgroundTask, canReportAnOverflowOfItsStack) {
+    QThreadPool pool;
+    QObject receiver;
+    stack_t stack{};
+    stack.ss_flags = SS_DISABLE;
+    const auto look = [&stack] { return sigaltstack(nullptr, &stack); };
+    runInBackground(pool, &receiver, look, [](int) {});
+    pool.waitForDone();
+    EXPECT_EQ(stack.ss_flags & SS_DISABLE, 0);
 }
 
 TEST(CrashNotice, tellsOfEachDumpOnceWhateverTheClockSays) {

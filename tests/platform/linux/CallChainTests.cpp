@@ -111,7 +111,7 @@ TEST_F(CrashReportingTest, ASignalFromOutsideIsToldAsThat) {
         },
         "");
     const auto dump = contents(zorbel::CrashDumps(dumps, baseName).list().front().file);
-    EXPECT_NE(dump.find("\nreason a signal from another program\nsignal 11 SIGSEGV, code 0\n"), dump.npos);
+    EXPECT_NE(dump.find("\nreason a signal that somebody sent\nsignal 11 SIGSEGV, code 0\n"), dump.npos);
 }
 
 } // namespace
