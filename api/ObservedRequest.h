@@ -36,7 +36,7 @@ auto observed(const ApiClientConfig& config, const QString& path, bool isLocalNo
         telling.outcome.failure = error.cause == ZorbelApiError::Cause::NoAnswer ? QStringLiteral("no answer")
                                   : error.cause == ZorbelApiError::Cause::SafetyLimit
                                       ? QStringLiteral("too much data")
-                                  : error.status != 0 ? QStringLiteral("refused")
+                                  : error.status != 0 ? QStringLiteral("HTTP error")
                                                       : QStringLiteral("failed");
         throw;
     } catch (...) {

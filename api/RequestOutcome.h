@@ -11,8 +11,8 @@ namespace zorbel {
 struct RequestOutcome {
     QString path; ///< "/apps/pacs/api/studies"; "…" for each part that may be an identifier
     bool isLocalNode = false;
-    std::int32_t status = 0; ///< HTTP status of a refusal; 200 for any success, 0 without an answer
-    QString failure;         ///< a word: "no answer", "too much data", "refused", "failed"; empty on success
+    std::int32_t status = 0; ///< HTTP status of a failure; 200 for any success, 0 without an answer
+    QString failure; ///< a word: "no answer", "too much data", "HTTP error", "failed"; empty on success
     std::chrono::milliseconds took{0};
 };
 

@@ -21,6 +21,7 @@
 #include <chrono>
 #include <exception>
 #include <mutex>
+#include <set>
 #include <utility>
 
 namespace zorbel {
@@ -38,8 +39,8 @@ public:
                 load_->image.reset(); // the reading holds it, and nobody else
                 displayedMs_.reset();
                 note(result.study, result.image ? &result.image->metadata() : nullptr);
-                seriesUids_.push_back(result.series.seriesInstanceUID.toStdString());
-                identifiers_.push_back(result.series.orthancId.toStdString());
+                seriesUids_.insert(result.series.seriesInstanceUID.toStdString());
+                identifiers_.insert(result.series.orthancId.toStdString());
             });
         connect(&window, &MainWindow::studyDisplayed, this, [this](qint64 milliseconds) {
             displayedMs_ = milliseconds;
@@ -69,22 +70,22 @@ private:
     }
 
     void note(const StudyIdentity& study, const imaging::ImageMetadata* metadata) {
-        studyUids_.push_back(study.studyInstanceUid);
-        identifiers_.push_back(study.orthancId);
-        patients_.push_back(study.patientName);
+        studyUids_.insert(study.studyInstanceUid);
+        identifiers_.insert(study.orthancId);
+        patients_.insert(study.patientName);
         if (metadata) {
-            patients_.push_back(metadata->patientName);
-            seriesUids_.push_back(metadata->seriesInstanceUID);
+            patients_.insert(metadata->patientName);
+            seriesUids_.insert(metadata->seriesInstanceUID);
         }
     }
 
     MainWindow& window_;
     std::optional<OrthancImageLoadResult> load_;
     std::optional<qint64> displayedMs_;
-    std::vector<std::string> patients_;
-    std::vector<std::string> studyUids_;
-    std::vector<std::string> seriesUids_;
-    std::vector<std::string> identifiers_;
+    std::set<std::string> patients_;
+    std::set<std::string> studyUids_;
+    std::set<std::string> seriesUids_;
+    std::set<std::string> identifiers_;
 };
 
 /// The cache folder is not walked through each time that the pane looks.

@@ -77,7 +77,7 @@ TEST(ApiRequest, TellsItsObserverWhatItCameToAndNoIdentifier) {
     failureOf([&] { get(client, server.url("/refused")); });
     outcome = last.of(false).last.value().outcome;
     EXPECT_EQ(outcome.status, 403);
-    EXPECT_EQ(outcome.failure.toStdString(), "refused");
+    EXPECT_EQ(outcome.failure.toStdString(), "HTTP error");
     failureOf([&] { get(client, server.url("/broken")); });
     EXPECT_EQ(last.of(false).last.value().outcome.failure.toStdString(), "no answer");
     EXPECT_EQ(last.of(false).requests, 3u);

@@ -150,7 +150,10 @@ std::vector<DisplayProperties> MprMode::displayProperties() const {
         return views;
     for (const MprPane* pane : panes_) {
         const auto& navigation = pane->view().navigation();
-        DisplayProperties view{navigation.sliceLabel(), {}};
+        const std::string label = navigation.sliceLabel();
+        DisplayProperties view{label.substr(0, label.find(' ')), {}};
+        view.add("slice", navigation.currentSlice());
+        view.add("slices", navigation.sliceCount());
         view.addWindow(pane->view().window());
         view.addSlab(slab(), linesShown_);
         const auto list = [](const imaging::Vector3& vector) {
