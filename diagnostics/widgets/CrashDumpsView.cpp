@@ -1,6 +1,7 @@
 #include "diagnostics/widgets/CrashDumpsView.h"
 
 #include "base/qt/BackgroundTask.h"
+#include "diagnostics/CrashDumpText.h"
 
 #include <QFileInfo>
 #include <QLabel>
@@ -19,8 +20,8 @@ constexpr int pathRole = Qt::UserRole;
 
 } // namespace
 
-CrashDumpsView::CrashDumpsView(std::filesystem::path folder, QWidget* parent)
-    : QWidget(parent), folder_(std::move(folder)) {
+CrashDumpsView::CrashDumpsView(CrashDumps dumps, QWidget* parent)
+    : QWidget(parent), dumps_(std::move(dumps)) {
     list_ = new QListWidget;
     list_->setObjectName(QStringLiteral("diagnosticsCrashes"));
     list_->setAccessibleName(QStringLiteral("Files that faults left behind"));
