@@ -42,8 +42,8 @@ void throwIt() {
 }
 
 void askForAllMemory() {
-#ifdef __SANITIZE_ADDRESS__
-    throw std::bad_alloc(); // its allocator ends the program by itself
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    throw std::bad_alloc(); // their allocators end the program by themselves
 #else
     volatile std::size_t all = std::numeric_limits<std::size_t>::max() / 4;
     char* const volatile memory = new char[all];
