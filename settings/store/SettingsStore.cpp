@@ -2,6 +2,7 @@
 
 #include "app/log/Logger.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
@@ -42,6 +43,14 @@ void tellUnreadable(const QSettings& settings) {
             component, "The settings are damaged or cannot be read; what is missing has its default");
 }
 
+/// Where they are a file: its owner's alone. It says who works with which organization.
+void keepPrivate(const QSettings& settings) {
+    const QString file = settings.fileName();
+    constexpr auto owners = QFile::ReadOwner | QFile::WriteOwner;
+    if (QFileInfo(file).isFile() && (QFile::permissions(file) & (QFile::ReadGroup | QFile::ReadOther)))
+        QFile::setPermissions(file, owners);
+}
+
 /// A stored text; nothing where it is none, as a list, bytes, or what could not be decoded.
 std::optional<QString> textIn(const QVariant& value) {
     switch (value.typeId()) {
@@ -67,14 +76,18 @@ std::optional<int> numberIn(const QVariant& value) {
 
 SettingsStore::SettingsStore() : settings_(std::make_unique<QSettings>()) {
     tellUnreadable(*settings_);
+    keepPrivate(*settings_);
 }
 
 SettingsStore::SettingsStore(const QString& file)
     : settings_(std::make_unique<QSettings>(file, QSettings::IniFormat)) {
     tellUnreadable(*settings_);
+    keepPrivate(*settings_);
 }
 
-SettingsStore::~SettingsStore() = default;
+SettingsStore::~SettingsStore() {
+    save();
+}
 
 QVariant SettingsStore::stored(const char* key, const QString& organizationId) const {
     return settings_->value(keyOf(key, organizationId));
@@ -155,6 +168,7 @@ void SettingsStore::removeLegacy() {
 
 bool SettingsStore::save() {
     settings_->sync();
+    keepPrivate(*settings_);
     return settings_->status() != QSettings::AccessError;
 }
 

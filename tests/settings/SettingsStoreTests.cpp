@@ -44,6 +44,7 @@ TEST_F(StoredSettings, areReadAsTheyWereWritten) {
         node.write(store, QStringLiteral("org-1"));
         EXPECT_TRUE(store.save());
     }
+    EXPECT_FALSE(QFile::permissions(file) & (QFile::ReadGroup | QFile::ReadOther));
     EXPECT_EQ(cache(), chosen);
     EXPECT_TRUE(cache().isSessionOnly());
     EXPECT_EQ(cache().policy().quotaBytes, 107'374'182'400U);
