@@ -19,21 +19,18 @@
 #include "viewer/window/ShortcutSheet.h"
 #include "viewer/window/StandardModes.h"
 #include "viewer/window/StatusLine.h"
+#include "viewer/window/WindowStatus.h"
 #include "viewer/workspace/LoadingOverlay.h"
 #include "viewer/workspace/ViewerWorkspace.h"
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QLabel>
 #include <QMessageBox>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
-#include <QStatusBar>
 #include <QTimer>
-#include <QToolButton>
 #include <QVBoxLayout>
 
 #include <new>
@@ -127,41 +124,9 @@ void MainWindow::buildToolBar() {
 }
 
 void MainWindow::buildStatusBar() {
-    status_ = new StatusLine;
-    status_->setObjectName(QStringLiteral("statusText"));
-    status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    status_->setMinimumWidth(260);
-    notice_ = new QLabel;
-    notice_->setObjectName(QStringLiteral("statusNotice"));
-    notice_->setTextFormat(Qt::PlainText);
-    notice_->hide();
-    source_ = new ElidedLabel;
-    source_->setObjectName(QStringLiteral("statusSource"));
-    busy_ = new QProgressBar;
-    busy_->setObjectName(QStringLiteral("statusBusy"));
-    busy_->setRange(0, 0);
-    busy_->setMaximumWidth(200);
-    busy_->setTextVisible(false);
-    busy_->hide();
-    statusBar()->setSizeGripEnabled(false);
-    statusBar()->addWidget(status_, 1);
-    unsaved_ = new ElidedLabel;
-    unsaved_->setObjectName(QStringLiteral("statusUnsaved"));
-    unsaved_->setMaximumWidth(420);
-    unsaved_->hide();
-    statusBar()->addPermanentWidget(unsaved_);
-    unsynced_ = new ElidedLabel;
-    unsynced_->setObjectName(QStringLiteral("statusUnsynced"));
-    unsynced_->setMaximumWidth(420);
-    unsynced_->hide();
-    statusBar()->addPermanentWidget(unsynced_);
-    syncReports_ = new QToolButton;
-    syncReports_->setObjectName(QStringLiteral("statusSync"));
-    syncReports_->hide();
-    statusBar()->addPermanentWidget(syncReports_);
-    statusBar()->addPermanentWidget(notice_);
-    statusBar()->addPermanentWidget(source_);
-    statusBar()->addPermanentWidget(busy_);
+    bar_ = new WindowStatus;
+    setStatusBar(bar_);
+    status_ = &bar_->line();
 }
 
 void MainWindow::connectLoading() {
@@ -169,8 +134,7 @@ void MainWindow::connectLoading() {
         &workspace_->loadingOverlay(), &LoadingOverlay::cancelRequested, loader_,
         &StudyLoadController::cancel);
     connect(loader_, &StudyLoadController::loadingChanged, this, [this](bool loading) {
-        busy_->setVisible(loading);
-        status_->setBusy(loading);
+        bar_->setLoading(loading);
         toolBar_->setRetryAvailable(loader_->currentStudy().has_value(), loading);
         if (!loading) {
             workspace_->loadingOverlay().hide();
@@ -271,10 +235,7 @@ void MainWindow::present(const std::shared_ptr<StudyReading>& reading, const Ort
 
 void MainWindow::connectReading() {
     connect(reading_.get(), &ReadingSession::statusText, status_, &StatusLine::say);
-    connect(reading_.get(), &ReadingSession::unsavedChanged, this, [this](const QString& text) {
-        unsaved_->setText(text);
-        unsaved_->setVisible(!text.isEmpty());
-    });
+    connect(reading_.get(), &ReadingSession::unsavedChanged, bar_, &WindowStatus::setUnsaved);
     connect(reading_.get(), &ReadingSession::recentStudiesChanged, this, &MainWindow::showRecentStudies);
     connect(workspace_, &ViewerWorkspace::captureRequested, this, &MainWindow::captureKeyImage);
     connect(workspace_, &ViewerWorkspace::findingsRequested, this, &MainWindow::showFindings);
@@ -287,20 +248,9 @@ void MainWindow::connectReports(WordReportOptions options) {
     connect(reports_, &WordReportController::statusText, status_, &StatusLine::say);
     connect(reports_, &WordReportController::preparingChanged, toolBar_, &MainToolBar::setReportPreparing);
     connect(reports_, &WordReportController::keyImagesRequested, this, &MainWindow::showKeyImages);
-    connect(
-        reports_, &WordReportController::unsyncedChanged, this, [this](const QString& text, bool ofThisRun) {
-            unsynced_->setText(text);
-            unsynced_->setVisible(!text.isEmpty());
-            syncReports_->setText(ofThisRun ? QStringLiteral("Retry") : QStringLiteral("Show…"));
-            syncReports_->setVisible(!text.isEmpty());
-            retriesReports_ = ofThisRun;
-        });
-    connect(syncReports_, &QToolButton::clicked, this, [this] {
-        if (retriesReports_)
-            reports_->retry();
-        else
-            reports_->showUnsynced();
-    });
+    connect(reports_, &WordReportController::unsyncedChanged, bar_, &WindowStatus::setUnsynced);
+    connect(bar_, &WindowStatus::retryRequested, reports_, &WordReportController::retry);
+    connect(bar_, &WindowStatus::unsyncedRequested, reports_, &WordReportController::showUnsynced);
 }
 
 void MainWindow::useStorage(
@@ -420,15 +370,14 @@ void MainWindow::askForRecovery(const StudyIdentity& study) {
 }
 
 void MainWindow::tellSource(const OrthancImageLoadResult& result) {
-    notice_->setText(result.notice);
-    notice_->setVisible(!result.notice.isEmpty());
+    bar_->setNotice(result.notice);
     const std::string& uid = result.study.studyInstanceUid;
     const QString shownUid = QString::fromStdString(uid);
     auto& logger = Logger::instance();
     if (result.source == ImageSource::VolumeCache && result.volumetric) {
         const auto& dims = result.image->geometry().dimensions();
         status_->say(QStringLiteral("Volumetric study loaded in MPR mode (%1).").arg(result.modality));
-        source_->setText(QStringLiteral("Loaded from local cache: %1").arg(shownUid));
+        bar_->setSource(QStringLiteral("Loaded from local cache: %1").arg(shownUid));
         logger.info(
             component, "Volume displayed",
             {{"study", uid},
@@ -441,12 +390,12 @@ void MainWindow::tellSource(const OrthancImageLoadResult& result) {
     if (result.volumetric) {
         status_->say(QStringLiteral("Volumetric DICOM fallback loaded in MPR mode (%1).%2")
                          .arg(result.modality, series));
-        source_->setText(QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, shownUid));
+        bar_->setSource(QStringLiteral("Loaded volume from %1: %2").arg(result.sourceLabel, shownUid));
         logger.info(component, "DICOM fallback volume displayed", {{"study", uid}, {"mode", "MPR"}});
     } else {
         status_->say(
             QStringLiteral("Non-volumetric study loaded in 2D mode (%1).%2").arg(result.modality, series));
-        source_->setText(QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, shownUid));
+        bar_->setSource(QStringLiteral("Loaded in 2D mode from %1: %2").arg(result.sourceLabel, shownUid));
         logger.info(component, "DICOM fallback image displayed in 2D mode", {{"study", uid}, {"mode", "2D"}});
     }
 }
@@ -496,8 +445,8 @@ void MainWindow::closeStudy() {
     if (workspace_->viewMode() == ViewMode::None)
         return;
     workspace_->reset();
-    notice_->hide();
-    source_->clear();
+    bar_->setNotice({});
+    bar_->setSource({});
     status_->say(QStringLiteral("Study closed"));
     Logger::instance().info(component, "Study closed");
 }

@@ -13,10 +13,7 @@
 #include <memory>
 #include <optional>
 
-class QLabel;
 class QMessageBox;
-class QProgressBar;
-class QToolButton;
 
 namespace zorbel {
 
@@ -26,6 +23,7 @@ class StatusLine;
 class StudyBrowserWidget;
 class StudyReading;
 class ViewerWorkspace;
+class WindowStatus;
 class WordReportController;
 
 /// The one top-level window of the workstation: study list, tool rail, viewports, toolbar and status bar. It
@@ -118,17 +116,11 @@ private:
     StudyBrowserWidget* browser_ = nullptr;
     ViewerWorkspace* workspace_ = nullptr;
     MainToolBar* toolBar_ = nullptr;
-    StatusLine* status_ = nullptr;
-    QLabel* unsaved_ = nullptr;  ///< what was recorded and is not on the disk
-    QLabel* unsynced_ = nullptr; ///< Word reports
-    QToolButton* syncReports_ = nullptr;
-    QLabel* notice_ = nullptr; ///< what the reader should know about the image's way here
-    QLabel* source_ = nullptr;
-    QProgressBar* busy_ = nullptr;
+    WindowStatus* bar_ = nullptr;
+    StatusLine* status_ = nullptr; ///< of the bar
     QPointer<QMessageBox> recoveryBox_;
     QElapsedTimer sinceRequest_;
     QPointer<QMessageBox> unsavedBox_;
-    bool retriesReports_ = false;  ///< what the button beside them does
     bool signsOut_ = false;        ///< when it closes
     bool closing_ = false;         ///< once all is written
     bool mayClose_ = false;        ///< whatever is not written
