@@ -61,6 +61,8 @@ protected:
 TEST_F(LoginDialogTest, AsksForBothFieldsWithoutAnyRequest) {
     open([](Exchange& exchange) { serveSession(exchange); });
     EXPECT_EQ(dialog_->size(), QSize(520, 650));
+    EXPECT_TRUE(dialog_->findChild<QLabel*>("loginConnection")->toolTip().startsWith("Local connection"))
+        << "it is HTTP";
     EXPECT_FALSE(error()->isVisible());
     enter("   ", "secret");
     QTest::mouseClick(button(), Qt::LeftButton);

@@ -1,4 +1,5 @@
 #include "ApiTestSupport.h"
+#include "api/ConnectionAdvice.h"
 
 #include "api/LastRequests.h"
 
@@ -120,6 +121,13 @@ TEST(ApiRequest, ReportsTransportFailures) {
     EXPECT_STREQ(refused.what(), "Zorbel API returned HTTP 0");
     EXPECT_EQ(refused.status, 0);
     EXPECT_TRUE(refused.isOutage());
+    EXPECT_EQ(
+        messageWithAdvice(refused), "Zorbel API returned HTTP 0\nThe server is there, but takes no "
+                                    "connection. It may be switched off; try again later.");
+    for (const auto error :
+         {QNetworkReply::HostNotFoundError, QNetworkReply::SslHandshakeFailedError,
+          QNetworkReply::ProxyTimeoutError, QNetworkReply::TemporaryNetworkFailureError})
+        EXPECT_FALSE(connectionAdvice(error).isEmpty()) << error;
 
     const auto hang = [](Exchange& exchange) { exchange.waitForHangUp(); };
     EXPECT_STREQ(failureAgainst(hang, -5).what(), "Zorbel API request timed out");
