@@ -7,6 +7,7 @@
 #include <QDialog>
 #include <QLabel>
 #include <QMessageBox>
+#include <QSignalSpy>
 #include <QToolButton>
 
 #include <atomic>
@@ -95,11 +96,13 @@ TEST_F(WordReportWindowTest, bringsAReportToTheServiceOrSaysWhatIsNotThere) {
     saveInWord();
     ASSERT_TRUE(chipSays("sync failed"));
     EXPECT_EQ(find<QLabel>("statusUnsynced")->text(), QStringLiteral("Word report not synced: Not now"));
+    QSignalSpy givenUp(window_.get(), &MainWindow::closingGivenUp);
     window_->close();
     ASSERT_TRUE(shows("unsyncedBox"));
     find<QMessageBox>("unsyncedBox")->button(QMessageBox::Cancel)->click();
     test::settle();
     EXPECT_TRUE(window_->isVisible());
+    EXPECT_EQ(givenUp.count(), 1);
     service_->clearFaults();
     find<QToolButton>("statusSync")->click();
     ASSERT_TRUE(chipSays("version 3"));
