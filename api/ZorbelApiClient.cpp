@@ -55,7 +55,7 @@ QByteArray ZorbelApiClient::request(
     const QByteArray& method, const QUrl& url, const QByteArray& body, const QByteArray& contentType,
     const QString& bearerToken, std::int32_t timeoutMs, std::uint64_t maxBytes,
     const CancelFlag& cancel) const {
-    const bool atService = url.toString().startsWith(config_.baseUrl);
+    const bool atService = url.toString().startsWith(config_.baseUrl + QLatin1Char('/'));
     return observed(config_, pathWords(url.path()), !atService, [&] {
         return performHttpRequest({method, url, body, contentType, bearerToken, timeoutMs, maxBytes, cancel});
     });
