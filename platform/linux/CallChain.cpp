@@ -1,18 +1,14 @@
 #include "platform/linux/CallChain.h"
 
+#include "platform/linux/FaultGuard.h"
 #include "platform/linux/LoadedModules.h"
 
-#include <csetjmp>
-#include <csignal>
 #include <cstdint>
 #include <unwind.h>
 
 namespace zorbel {
 
 namespace {
-
-/// Where this thread goes on when the stack that it follows cannot be read.
-thread_local sigjmp_buf* afterFault = nullptr;
 
 void* instructionOf(const ucontext_t& context) noexcept {
     return reinterpret_cast<void*>(context.uc_mcontext.gregs[REG_RIP]);
@@ -31,11 +27,6 @@ void undoCall(ucontext_t& context) noexcept {
 }
 
 } // namespace
-
-void CallChain::faultWhileFollowing() noexcept {
-    if (afterFault)
-        siglongjmp(*afterFault, 1);
-}
 
 bool CallChain::addFrame(const void* at, bool isReturnAddress) noexcept {
     if (!reached_) {
@@ -68,22 +59,7 @@ void CallChain::followFrames(ucontext_t& context, bool jumpedToNowhere) noexcept
 }
 
 void CallChain::follow(ucontext_t& context, bool jumpedToNowhere) noexcept {
-    sigset_t faults;
-    sigemptyset(&faults);
-    for (const int fault : {SIGSEGV, SIGBUS, SIGABRT})
-        sigaddset(&faults, fault);
-    sigset_t before;
-    pthread_sigmask(SIG_SETMASK, nullptr, &before);
-    sigjmp_buf here;
-    if (sigsetjmp(here, 1) == 0) {
-        afterFault = &here;
-        pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
-        followFrames(context, jumpedToNowhere);
-    } else {
-        broken_ = true;
-    }
-    afterFault = nullptr;
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    broken_ = !FaultGuard::run([&] { followFrames(context, jumpedToNowhere); });
 }
 
 } // namespace zorbel

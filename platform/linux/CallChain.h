@@ -12,7 +12,7 @@ namespace zorbel {
 class CallChain {
 public:
     /// Follows the stack from where the signal met the thread. A damaged stack ends the chain, not the
-    /// program: needs faultWhileFollowing() in the handlers of the signals that reading it may raise. What a
+    /// program: needs FaultGuard::onFault() in the handlers of the signals that reading it may raise. What a
     /// jump to nowhere was called from is found only where `jumpedToNowhere` allows to change `context`,
     /// which the thread then cannot return to.
     void follow(ucontext_t& context, bool jumpedToNowhere) noexcept;
@@ -21,10 +21,6 @@ public:
     const void* operator[](std::size_t frame) const noexcept { return frames_[frame]; }
     /// The stack could not be read to its end.
     bool isBroken() const noexcept { return broken_; }
-
-    /// To be called first in the handler of a fault: does not return where the fault comes from following a
-    /// chain in this thread.
-    static void faultWhileFollowing() noexcept;
 
 private:
     /// Whether further ones are wanted.

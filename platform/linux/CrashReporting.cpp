@@ -6,6 +6,7 @@
 #include "platform/PrivateFile.h"
 #include "platform/linux/CallChain.h"
 #include "platform/linux/CrashDumpFile.h"
+#include "platform/linux/FaultGuard.h"
 #include "platform/linux/FixedText.h"
 #include "platform/linux/LoadedModules.h"
 #include "platform/linux/OtherThreads.h"
@@ -48,7 +49,7 @@ thread_local const char* ownReason = "";
 thread_local const char* exceptionType = "";
 
 void onFatalSignal(int signalNumber, siginfo_t* info, void* context) {
-    CallChain::faultWhileFollowing();
+    FaultGuard::onFault();
     // A second thread that crashes waits for the first one's dump and ends with the process.
     while (handling.exchange(true))
         pause();

@@ -1,5 +1,7 @@
 #include "platform/linux/LoadedModules.h"
 
+#include "platform/linux/FaultGuard.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -74,28 +76,34 @@ std::string_view LoadedModules::nameOf(const link_map& module) const noexcept {
 }
 
 void LoadedModules::describe(FixedText<512>& to, const void* code) noexcept {
+    FixedText<512> place;
+    const bool there = FaultGuard::run([&] { describeModule(place, code); });
+    to << (there ? place.view() : "?");
+}
+
+void LoadedModules::describeModule(FixedText<512>& place, const void* code) noexcept {
     dl_find_object found{};
     if (!find(code, found)) {
-        to << "?";
+        place << "?";
         return;
     }
     const link_map* const module = found.dlfo_link_map;
-    to << nameOf(*module) << "+0x";
-    to.hex(reinterpret_cast<std::uintptr_t>(code) - module->l_addr);
+    place << nameOf(*module) << "+0x";
+    place.hex(reinterpret_cast<std::uintptr_t>(code) - module->l_addr);
     const auto isModule = [module](const Seen& seen) { return seen.module == module; };
     const auto end = seen_.begin() + seenCount_;
-    if (seenCount_ < seen_.size() && std::none_of(seen_.begin(), end, isModule))
-        seen_[seenCount_++] = {module, code};
+    if (seenCount_ == seen_.size() || std::any_of(seen_.begin(), end, isModule))
+        return;
+    FixedText<512> line;
+    line << nameOf(*module) << " ";
+    describeBuildId(line, code);
+    line << "\n";
+    seen_[seenCount_++] = {module, line};
 }
 
 void LoadedModules::writeBuildIds(int file) const noexcept {
-    for (std::size_t i = 0; i < seenCount_; ++i) {
-        FixedText<512> line;
-        line << nameOf(*seen_[i].module) << " ";
-        describeBuildId(line, seen_[i].code);
-        line << "\n";
-        writeAll(file, line.view());
-    }
+    for (std::size_t i = 0; i < seenCount_; ++i)
+        writeAll(file, seen_[i].line.view());
 }
 
 bool LoadedModules::contain(const void* code) noexcept {

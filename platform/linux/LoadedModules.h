@@ -13,7 +13,7 @@ namespace zorbel {
 
 /// Where code lies: in which of the program's modules and how far from its start, which with the module's
 /// build id is enough to find the line of the source. Neither allocates nor locks: usable within a signal
-/// handler, by one thread.
+/// handler that calls FaultGuard::onFault(), by one thread.
 class LoadedModules {
 public:
     /// program: the executable's file name; must outlive this.
@@ -29,11 +29,13 @@ public:
     static void describeBuildId(FixedText<512>& to, const void* code) noexcept;
 
 private:
+    void describeModule(FixedText<512>& place, const void* code) noexcept;
     std::string_view nameOf(const link_map& module) const noexcept;
 
+    /// Read at once: a module may be unloaded by another thread while the dump is written.
     struct Seen {
         const link_map* module = nullptr;
-        const void* code = nullptr;
+        FixedText<512> line;
     };
     std::string_view program_;
     std::array<Seen, 64> seen_{};

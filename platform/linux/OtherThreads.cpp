@@ -2,6 +2,7 @@
 
 #include "platform/linux/FixedText.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -18,6 +19,7 @@ namespace zorbel {
 namespace {
 
 constexpr long patienceMs = 5000; ///< for all together
+constexpr long startingMs = 200;  ///< further, for those that hold signals back, as a thread that starts does
 
 int questionSignal() noexcept {
     return SIGRTMIN + 9;
@@ -29,7 +31,7 @@ long nowMs() noexcept {
     return now.tv_sec * 1000 + now.tv_nsec / 1'000'000;
 }
 
-/// Libraries' own threads often block all signals: those need not be waited for.
+/// Libraries' own threads often block all signals: those need not be waited for as long.
 bool holdsBack(pid_t thread, int signalNumber) noexcept {
     FixedText<64> path;
     path << "/proc/self/task/" << thread << "/status";
@@ -127,13 +129,16 @@ void OtherThreads::awaitAnswer(const Thread& thread, long deadline) noexcept {
 
 void OtherThreads::ask() noexcept {
     collect();
-    std::array<bool, std::tuple_size_v<decltype(threads_)>> asked{};
+    std::array<bool, std::tuple_size_v<decltype(threads_)>> waits{};
     for (std::size_t i = 0; i < size_; ++i)
-        asked[i] = !holdsBack(threads_[i].id, questionSignal()) && send(threads_[i]);
+        waits[i] = send(threads_[i]) && !holdsBack(threads_[i].id, questionSignal());
     const long deadline = nowMs() + patienceMs;
     for (std::size_t i = 0; i < size_; ++i)
-        if (asked[i])
+        if (waits[i])
             awaitAnswer(threads_[i], deadline);
+    const long soon = nowMs() + startingMs;
+    for (std::size_t i = 0; i < size_; ++i)
+        awaitAnswer(threads_[i], std::min(soon, deadline));
 }
 
 } // namespace zorbel
