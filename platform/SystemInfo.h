@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace zorbel {
@@ -9,6 +10,9 @@ std::string_view platformName() noexcept;
 
 /// What a message calls the system's error numbers: "Windows error" or "system error".
 std::string_view systemErrorName() noexcept;
+
+/// Which build of the program this is, as its crash dumps name it; "unknown" where the linker left no mark.
+std::string buildId();
 
 /// Whether the installer of an update, a Windows program, runs here.
 bool runsInstallers() noexcept;

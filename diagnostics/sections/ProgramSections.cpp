@@ -2,6 +2,7 @@
 
 #include "imaging/rendering/OpenGlCapabilities.h"
 #include "platform/MemoryInfo.h"
+#include "platform/SystemInfo.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -43,6 +44,7 @@ std::string compiler() {
 DiagnosticsJson programSection() {
     return {
         {"version", text(QCoreApplication::applicationVersion())},
+        {"build", buildId()},
         {"system", text(QSysInfo::prettyProductName())},
         {"kernel", text(QSysInfo::kernelType() + QLatin1Char(' ') + QSysInfo::kernelVersion())},
         {"architecture", text(QSysInfo::currentCpuArchitecture())},

@@ -1,5 +1,7 @@
 #include "platform/SystemInfo.h"
 
+#include "platform/linux/LoadedModules.h"
+
 namespace zorbel {
 
 std::string_view platformName() noexcept {
@@ -8,6 +10,12 @@ std::string_view platformName() noexcept {
 
 std::string_view systemErrorName() noexcept {
     return "system error";
+}
+
+std::string buildId() {
+    FixedText<512> id;
+    LoadedModules::describeBuildId(id, reinterpret_cast<const void*>(&buildId));
+    return std::string(id.view());
 }
 
 bool runsInstallers() noexcept {
