@@ -3,6 +3,7 @@
 #include "base/qt/BackgroundTask.h"
 #include "diagnostics/CrashDumpText.h"
 
+#include <QDateTime>
 #include <QFileInfo>
 #include <QLabel>
 #include <QListWidget>
@@ -25,7 +26,7 @@ CrashDumpsView::CrashDumpsView(CrashDumps dumps, QWidget* parent)
     list_ = new QListWidget;
     list_->setObjectName(QStringLiteral("diagnosticsCrashes"));
     list_->setAccessibleName(QStringLiteral("Files that faults left behind"));
-    list_->setTextElideMode(Qt::ElideMiddle);
+    list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list_->setMaximumHeight(120);
     text_ = new QPlainTextEdit;
     text_->setObjectName(QStringLiteral("diagnosticsCrashText"));
@@ -68,13 +69,14 @@ void CrashDumpsView::showDumps(const std::vector<CrashDumps::Dump>& dumps) {
             list_->currentItem() ? list_->currentItem()->data(pathRole).toString() : QString();
         list_->clear();
         for (std::size_t i = 0; i < dumps.size(); ++i) {
-            auto* item =
-                new QListWidgetItem(QStringLiteral("%1  (%2)")
-                                        .arg(
-                                            QFileInfo(dumps[i].file).fileName(),
-                                            QLocale().formattedDataSize(static_cast<qint64>(dumps[i].size))));
+            const auto when = QDateTime::fromSecsSinceEpoch(dumps[i].time.time_since_epoch().count());
+            auto* item = new QListWidgetItem(
+                QStringLiteral("%1  •  %2")
+                    .arg(
+                        QLocale::c().toString(when, QStringLiteral("d MMM yyyy HH:mm:ss")),
+                        QLocale::c().formattedDataSize(static_cast<qint64>(dumps[i].size))));
             item->setData(pathRole, paths[static_cast<qsizetype>(i)]);
-            item->setToolTip(item->text());
+            item->setToolTip(QFileInfo(dumps[i].file).fileName());
             list_->addItem(item);
         }
         list_->setCurrentRow(std::max<int>(0, static_cast<int>(paths.indexOf(chosen))));
