@@ -181,7 +181,7 @@ private:
             [] {
                 say("NOTE", visible<QLabel>("crashNoticeText")->text());
                 visible("crashNoticeShow")->setFocus();
-                QTest::keyClick(visible("crashNoticeShow"), Qt::Key_Space);
+                QTest::keyClick(visible("crashNoticeShow"), Qt::Key_Return);
             });
         add(
             [] {

@@ -17,6 +17,12 @@ namespace {
 using test::barriersIn;
 
 struct AccessibilityTest : test::ReadingWindowTest {
+    static void reachByTab(QWidget& control) {
+        control.setFocus();
+        QTest::keyClick(&control, Qt::Key_Tab);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+        EXPECT_TRUE(control.hasFocus());
+    }
     static void expectNoBarriers(const QWidget& window, const char* what) {
         const QStringList barriers = barriersIn(window);
         EXPECT_TRUE(barriers.isEmpty()) << what << "\n" << barriers.join(QLatin1Char('\n')).toStdString();
@@ -51,12 +57,12 @@ TEST_F(AccessibilityTest, SpacePressesTheButtonThatTabHasReached) {
     auto* preset = window_->findChild<QComboBox*>("volumePreset");
     QSignalSpy asked(window_.get(), &MainWindow::settingsRequested);
     for (QWidget* control : {static_cast<QWidget*>(lines), static_cast<QWidget*>(settings)}) {
-        control->setFocus(Qt::TabFocusReason);
+        reachByTab(*control);
         QTest::keyClick(control, Qt::Key_Space);
     }
     EXPECT_FALSE(lines->isChecked());
     EXPECT_EQ(asked.count(), 1);
-    preset->setFocus(Qt::TabFocusReason);
+    reachByTab(*preset);
     QTest::keyClick(preset, Qt::Key_Down);
     EXPECT_EQ(preset->currentIndex(), 1);
     EXPECT_EQ(workspace_->mode()->layout().layout(), Layout::Quad) << "Space maximises no viewport";
