@@ -106,6 +106,24 @@ protected:
     QTemporaryDir folder_;
 };
 
+TEST_F(ReadingSessionTest, keepsWhatIsRecordedOfTheOpenStudyWhenTheCacheIsCleared) {
+    open("1.2.3");
+    measure(10.0);
+    capture(1);
+    bool cleared = false;
+    window_->clearKept(
+        [this] {
+            std::filesystem::remove_all(folder());
+            return QString();
+        },
+        [&cleared](const QString& failure) { cleared = failure.isEmpty(); });
+    ASSERT_TRUE(test::waitFor([&cleared] { return cleared; }));
+    restart();
+    open("1.2.3");
+    EXPECT_EQ(measurements().size(), 1U);
+    EXPECT_FALSE(QImage(picture(1)).isNull());
+}
+
 TEST_F(ReadingSessionTest, findsEverythingAgain) {
     open("1.2.3");
     measure(10.0);
