@@ -6,6 +6,7 @@
 #include "diagnostics/widgets/DiagnosticsPane.h"
 #include "settings/model/ViewerCacheSettings.h"
 #include "settings/store/SettingsStore.h"
+#include "tests/support/Accessibility.h"
 #include "tests/support/Files.h"
 #include "tests/viewer/ReadingWindowTest.h"
 #include "viewer/reading/planes/RotationTrace.h"
@@ -72,6 +73,7 @@ TEST_F(DiagnosticsWindow, OpensByItsKeyShowsTheStudyAndCopiesWithoutItsNames) {
     EXPECT_FALSE(pane_->isVisible());
     press(Qt::Key_D, Qt::ControlModifier);
     ASSERT_TRUE(pane_->isVisible());
+    EXPECT_EQ(barriersIn(*pane_), QStringList());
     EXPECT_TRUE(child<QToolButton>(QStringLiteral("toolbar-utilities-terminal"))->isChecked());
     const auto* report = child<QTextEdit>(QStringLiteral("diagnosticsReport"));
     for (const char* fact :

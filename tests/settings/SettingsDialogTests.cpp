@@ -1,5 +1,6 @@
 #include "SettingsFixture.h"
 #include "settings/SettingsDialog.h"
+#include "tests/support/Accessibility.h"
 #include "tests/support/Waiting.h"
 
 #include <QComboBox>
@@ -48,6 +49,7 @@ TEST_F(SettingsDialogTest, isUsedByKeyboardAndSavesWhatItShows) {
         QTest::keyClick(dialog_->focusWidget(), Qt::Key_Tab);
     }
     EXPECT_FALSE(find<QPushButton>("settingsConnect")->toolTip().isEmpty()) << "why it cannot be used";
+    EXPECT_EQ(test::barriersIn(*dialog_), QStringList());
     find<QComboBox>("settingsSource")->setCurrentIndex(1);
     find<QComboBox>("settingsNode")->setCurrentIndex(1);
     EXPECT_EQ(find<QLineEdit>("settingsAddress")->text(), QStringLiteral("http://10.0.0.5"));
