@@ -1,4 +1,5 @@
 #include "imaging/dicom/FrameDecoder.h"
+#include "imaging/dicom/Jpeg2000Head.h"
 #include "imaging/dicom/JpegHead.h"
 #include "imaging/dicom/LosslessJpegScan.h"
 
@@ -81,11 +82,35 @@ gdcm::PhotometricInterpretation photometric(const DicomFileHeader& header) {
     }
 }
 
+/// A sound stream of an even picture takes hardly any bytes, whatever its size. But no reader misses a
+/// picture of hundreds of megabytes that holds nothing.
+void refuseInvented(const DicomFileHeader& header, std::size_t streamBytes) {
+    constexpr std::uint64_t large = std::uint64_t{256} << 20;
+    constexpr std::uint64_t mostPixelsOfAByte = 8192;
+    const auto pixels = static_cast<std::uint64_t>(header.rows) * static_cast<std::uint64_t>(header.columns);
+    if (pixels * header.format.samples * header.format.bitsAllocated / 8 > large &&
+        pixels / mostPixelsOfAByte > streamBytes)
+        throw std::runtime_error("the compressed pixel data is too short for the image size");
+}
+
+void checkJpeg2000(const DicomFileHeader& header, DecodedFrame& frame) {
+    const auto stream = jpeg2000Codestream(frame.scratch);
+    const Jpeg2000Head head = readJpeg2000Head(stream);
+    if (head.rows != header.rows || head.columns != header.columns ||
+        head.components != header.format.samples)
+        throw std::runtime_error(otherImage);
+    if (stream.size() != frame.scratch.size())
+        frame.scratch = std::vector<std::byte>(stream.begin(), stream.end());
+}
+
 template <class Codec>
 void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, DecodedFrame& frame) {
     gdcm::PixelFormat pixels = pixelFormat(header.format);
     constexpr bool isJpeg = std::is_same_v<Codec, gdcm::JPEGCodec>;
     JpegHead head;
+    refuseInvented(header, frame.scratch.size());
+    if constexpr (std::is_same_v<Codec, gdcm::JPEG2000Codec>)
+        checkJpeg2000(header, frame);
     if (isJpeg) {
         head = readJpegHead(frame.scratch);
         if (head.rows != header.rows || head.columns != header.columns ||

@@ -18,6 +18,9 @@ namespace {
 constexpr std::uint32_t undefinedLength = 0xffffffffU;
 constexpr int deepestNesting = 32;
 constexpr std::size_t largestInflated = std::size_t{2} << 30;
+// Beyond the first, an image that deflates better than this holds nothing.
+constexpr std::size_t freelyInflated = std::size_t{32} << 20;
+constexpr std::size_t densestImage = 200;
 constexpr Tag item{0xfffe, 0xe000};
 constexpr Tag itemEnd{0xfffe, 0xe00d};
 constexpr Tag sequenceEnd{0xfffe, 0xe0dd};
@@ -228,7 +231,8 @@ std::string inflateRest(ByteSource& source, std::uint64_t position) {
     int status = Z_OK;
     while (status == Z_OK) {
         const std::size_t before = result.size();
-        if (before >= largestInflated)
+        const std::size_t used = packed.size() - stream.avail_in;
+        if (before >= largestInflated || (before >= freelyInflated && before / used > densestImage))
             throw std::runtime_error("the deflated data set is too large");
         result.resize(before + std::max<std::size_t>(before, std::size_t{1} << 20));
         stream.next_out = reinterpret_cast<Bytef*>(result.data() + before);

@@ -3,10 +3,34 @@
 #include "imaging/DicomSeriesReader.h"
 #include "imaging/dicom/ByteSource.h"
 #include "imaging/dicom/DicomHeaderParts.h"
+#include "imaging/dicom/FrameDecoder.h"
+
+#include <algorithm>
 
 namespace zorbel::imaging {
 
 namespace {
+
+/// Before anything is made for each of the frames: there are bytes for all of them.
+void refuseMissingFrames(const DicomFileHeader& header, std::size_t frames, std::uint64_t sourceBytes) {
+    const PixelDataLocation& location = header.pixelData;
+    if (frames <= 1)
+        return;
+    if (!location.encapsulated) {
+        const std::uint64_t needed = nativeByteCount(header, frames);
+        if (needed > location.native.length)
+            throw std::runtime_error("the pixel data is shorter than the image size");
+        if (needed > sourceBytes - std::min(location.native.offset, sourceBytes))
+            throw std::runtime_error("the file is truncated");
+        return;
+    }
+    std::uint64_t bytes = 0;
+    for (const FileRange& fragment : location.fragments)
+        bytes += fragment.length;
+    constexpr std::uint64_t shortestFrame = 16;
+    if (frames > bytes / shortestFrame)
+        throw std::runtime_error("the compressed pixel data is shorter than the number of frames");
+}
 
 void readHeader(DicomFileHeader& header) {
     FileSource source(header.file);
@@ -27,6 +51,7 @@ void readHeader(DicomFileHeader& header) {
     header.sopInstanceUID = root.text({0x0008, 0x0018});
     header.instanceNumber = root.number({0x0020, 0x0013}).value_or(0.0);
     const std::size_t frames = readPixelDescription(root, header);
+    refuseMissingFrames(header, frames, file.inflated ? file.inflated->size() : source.size());
     readFrames(root, frames, header);
     readMetadata(root, header);
     header.metadata.transferSyntax = file.transferSyntax;

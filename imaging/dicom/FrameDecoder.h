@@ -47,6 +47,9 @@ private:
 /// at least nativeFrameRange() bytes. Undoes the byte order and packing of less than 8 bits.
 void unpackNative(const DicomFileHeader& header, std::size_t frameIndex, DecodedFrame& frame);
 
+/// What uncompressed frames take; throws where nothing holds that much.
+std::uint64_t nativeByteCount(const DicomFileHeader& header, std::uint64_t frames);
+
 /// Where a frame lies within uncompressed pixel data of `available` bytes; throws when that is too short for
 /// all of the file's frames.
 FileRange nativeFrameRange(const DicomFileHeader& header, std::size_t frameIndex, std::uint64_t available);

@@ -1,5 +1,6 @@
 #include "imaging/dicom/DicomHeaderParts.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
@@ -140,7 +141,9 @@ std::vector<LevelWindow> readWindows(const DicomAttributes& attributes) {
     const std::vector<std::string> explanations = attributes.texts({0x0028, 0x1055});
     const std::string function = attributes.text({0x0028, 0x1056});
     std::vector<LevelWindow> windows;
-    for (std::size_t i = 0; i < std::min(centers.size(), widths.size()); ++i) {
+    // Each frame has its own list; nobody chooses among more.
+    constexpr std::size_t most = 64;
+    for (std::size_t i = 0; i < std::min({centers.size(), widths.size(), most}); ++i) {
         if (widths[i] <= 0.0)
             continue;
         LevelWindow window{centers[i], widths[i], VoiFunction::Linear, {}};

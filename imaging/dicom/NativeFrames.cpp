@@ -8,6 +8,8 @@ namespace zorbel::imaging {
 
 namespace {
 
+constexpr auto tooShort = "the pixel data is shorter than the image size";
+
 std::uint64_t frameBits(const DicomFileHeader& header) {
     const auto pixels = static_cast<std::uint64_t>(header.rows) * static_cast<std::uint64_t>(header.columns);
     if (header.format.halfChroma)
@@ -38,11 +40,17 @@ void unpackBits(const DicomFileHeader& header, std::size_t frameIndex, DecodedFr
 
 } // namespace
 
+std::uint64_t nativeByteCount(const DicomFileHeader& header, std::uint64_t frames) {
+    const std::uint64_t bits = frameBits(header);
+    if (bits > (~std::uint64_t{0} - 7) / frames)
+        throw std::runtime_error(tooShort);
+    return (bits * frames + 7) / 8;
+}
+
 FileRange nativeFrameRange(const DicomFileHeader& header, std::size_t frameIndex, std::uint64_t available) {
     const std::uint64_t bits = frameBits(header);
-    const std::uint64_t frames = header.frames.size();
-    if (bits > ~std::uint64_t{0} / frames || (bits * frames + 7) / 8 > available)
-        throw std::runtime_error("the pixel data is shorter than the image size");
+    if (nativeByteCount(header, header.frames.size()) > available)
+        throw std::runtime_error(tooShort);
     const std::uint64_t begin = bits * frameIndex / 8;
     std::uint64_t end = (bits * (frameIndex + 1) + 7) / 8;
     // A last odd byte of big-endian words lies behind its padding byte.

@@ -5,7 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <random>
+
+#include <zlib.h>
 
 namespace zorbel::imaging::test {
 namespace {
@@ -116,6 +119,93 @@ TEST_F(DamagedFile, AJpegStreamTooShortForItsSizeIsRefused) {
     bytes.replace(bytes.find("\xff\xc3") + 5, 4, "\x10\0\x10\0", 4);
     writeFile(folder_.path() / "claims", bytes);
     EXPECT_EQ(complaint(folder_.path() / "claims"), "claims: the compressed pixel data is damaged");
+}
+
+/// The file with its one fragment's bytes changed.
+std::string withStream(const std::string& bytes, const std::function<std::string(std::string)>& change) {
+    const std::string mark("OB\0\0\xff\xff\xff\xff", 8);
+    const auto table = bytes.find(mark) + mark.size();
+    const auto item = table + 8 + static_cast<unsigned char>(bytes[table + 4]);
+    std::uint32_t length = 0;
+    std::memcpy(&length, bytes.data() + item + 4, 4);
+    std::string stream = change(bytes.substr(item + 8, length));
+    stream.resize(stream.size() + stream.size() % 2);
+    length = static_cast<std::uint32_t>(stream.size());
+    return bytes.substr(0, item + 4) + std::string(reinterpret_cast<const char*>(&length), 4) + stream +
+           std::string("\xfe\xff\xdd\xe0\0\0\0\0", 8);
+}
+
+std::string box(const std::string& type, const std::string& content) {
+    const auto length = static_cast<std::uint32_t>(content.size() + 8);
+    std::string result;
+    for (const int shift : {24, 16, 8, 0})
+        result += static_cast<char>(length >> shift & 0xffU);
+    return result + type + content;
+}
+
+TEST_F(DamagedFile, Jpeg2000IsWalkedThroughBeforeItsCodecSeesIt) {
+    const auto file = sound();
+    compress(file, TransferSyntax::JPEG2000Lossless);
+    const std::string bytes = readFile(file);
+    const auto complaintWith = [&](const std::function<std::string(std::string)>& change) {
+        writeFile(file, withStream(bytes, change));
+        return complaint(file);
+    };
+    const std::string signature = box("jP  ", "\r\n\x87\n");
+    EXPECT_EQ(
+        complaintWith([&](const std::string& stream) {
+            return signature + box("jp2h", box("ihdr", std::string(14, '\0'))) + box("jp2c", stream);
+        }),
+        "");
+    EXPECT_EQ(
+        complaintWith([&](const std::string& stream) {
+            return signature + box("jp2h", box("pclr", std::string(20, '\1'))) + box("jp2c", stream);
+        }),
+        "sound.dcm: the compressed pixel data holds a palette of its own");
+    const std::string damaged = "sound.dcm: the compressed pixel data is damaged";
+    EXPECT_EQ(
+        complaintWith([&](const std::string& stream) { return signature + "\0\0\0\4" + stream; }), damaged);
+    // Offsets in SIZ, its length first, and behind it: capabilities, the grid, components, their depth.
+    for (const std::size_t at : {4U, 11U, 15U, 41U, 42U, 43U, 45U, 46U})
+        EXPECT_NE(
+            complaintWith([at](std::string stream) {
+                stream[at] = static_cast<char>(stream[at] ^ 0x40);
+                return stream;
+            }),
+            "")
+            << at;
+    for (std::size_t at = 4; at < 100; ++at) // none of them ends the program
+        complaintWith([at](std::string stream) {
+            stream[at] = '\xff';
+            return stream;
+        });
+}
+
+TEST_F(DamagedFile, WhatClaimsMoreThanItsBytesHoldIsRefusedAheadOfAnyMemory) {
+    const std::string small = readFile(sound("small", TransferSyntax::DeflatedExplicitVRLittleEndian));
+    std::uint32_t metaLength = 0;
+    std::memcpy(&metaLength, small.data() + 140, 4);
+    const std::string air(std::size_t{64} << 20, '\0');
+    std::string packed(air.size() / 100, '\0');
+    z_stream stream{};
+    ASSERT_EQ(deflateInit2(&stream, 9, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY), Z_OK);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(air.data()));
+    stream.avail_in = static_cast<uInt>(air.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    ASSERT_EQ(deflate(&stream, Z_FINISH), Z_STREAM_END);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    writeFile(folder_.path() / "air", small.substr(0, 144 + metaLength) + packed);
+    EXPECT_EQ(complaint(folder_.path() / "air"), "air: the deflated data set is too large");
+
+    const auto file = sound();
+    compress(file, TransferSyntax::JPEG2000Lossless);
+    std::string bytes = readFile(file);
+    for (const auto& mark : {std::string("\x28\0\x10\0US", 6), std::string("\x28\0\x11\0US", 6)})
+        bytes.replace(bytes.find(mark) + 8, 2, "\x20\x4e", 2);
+    writeFile(file, bytes);
+    EXPECT_EQ(complaint(file), "sound.dcm: the compressed pixel data is too short for the image size");
 }
 
 TEST_F(DamagedFile, ElementsThatMatterToNobodyMayBeOdd) {
