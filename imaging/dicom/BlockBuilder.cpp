@@ -58,11 +58,12 @@ bool samePixelSpacing(const Candidate& a, const Candidate& b) {
     return sameNumber(p->first, q->first) && sameNumber(p->second, q->second);
 }
 
-bool sameOrientation(const Candidate& a, const Candidate& b) {
-    const Orientation p = a.orientation();
-    const Orientation q = b.orientation();
+constexpr double sameCosine = 1e-4;
+
+bool sameOrientation(const Orientation& p, const Orientation& q) {
     const auto close = [](const Vector3& u, const Vector3& v) {
-        return std::abs(u[0] - v[0]) < 1e-4 && std::abs(u[1] - v[1]) < 1e-4 && std::abs(u[2] - v[2]) < 1e-4;
+        return std::abs(u[0] - v[0]) < sameCosine && std::abs(u[1] - v[1]) < sameCosine &&
+               std::abs(u[2] - v[2]) < sameCosine;
     };
     return close(p.first, q.first) && close(p.second, q.second);
 }
@@ -77,6 +78,31 @@ std::vector<Candidates> partition(const Candidates& all, Same same) {
             groups.push_back({candidate});
         else
             group->push_back(candidate);
+    }
+    return groups;
+}
+
+/// As partition() by sameOrientation(), in the time of a search even where each frame has its own: the same
+/// ones lie near each other along any line through their six numbers.
+std::vector<Candidates> partitionByOrientation(const Candidates& all) {
+    constexpr Vector3 rowWeights{0.31, 0.57, 0.83};
+    constexpr Vector3 columnWeights{0.91, 0.43, 0.67};
+    constexpr double reach = sameCosine * (0.31 + 0.57 + 0.83 + 0.91 + 0.43 + 0.67);
+    std::vector<Candidates> groups;
+    std::multimap<double, std::pair<std::size_t, Orientation>> places; ///< of each group's first
+    for (const Candidate& candidate : all) {
+        const Orientation orientation = candidate.orientation();
+        const double place = dot(orientation.first, rowWeights) + dot(orientation.second, columnWeights);
+        std::size_t group = groups.size();
+        for (auto at = places.lower_bound(place - reach); at != places.end() && at->first <= place + reach;
+             ++at)
+            if (at->second.first < group && sameOrientation(at->second.second, orientation))
+                group = at->second.first;
+        if (group == groups.size()) {
+            groups.emplace_back();
+            places.emplace(place, std::pair(group, orientation));
+        }
+        groups[group].push_back(candidate);
     }
     return groups;
 }
@@ -323,7 +349,7 @@ private:
     }
 
     void addGroup(const Candidates& group, const std::vector<SplitReason>& reasons) {
-        const std::vector<Candidates> orientations = partition(group, sameOrientation);
+        const std::vector<Candidates> orientations = partitionByOrientation(group);
         for (const Candidates& frames : orientations) {
             std::vector<SplitReason> own = reasons;
             if (orientations.size() > 1)
