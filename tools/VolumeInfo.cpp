@@ -46,10 +46,19 @@ int runVolumeInfo(std::span<const std::string> arguments, const Streams& streams
     const imaging::DicomAnalysis analysis = analyzeFolder(folder);
     // Printed only once all blocks are decoded: half a list would look like a whole one.
     Json blocks = Json::array();
+    std::vector<std::string> leftOut;
+    for (const imaging::RejectedFile& rejected : analysis.rejected)
+        leftOut.push_back(rejected.reason);
     {
         const SilentStandardError silence;
         for (const imaging::ImageBlock& block : analysis.blocks)
-            blocks.push_back(describe(block));
+            try {
+                blocks.push_back(describe(block));
+            } catch (const imaging::DicomReadError& error) {
+                leftOut.emplace_back(error.what());
+                if (analysis.blocks.size() == leftOut.size() - analysis.rejected.size())
+                    throw; // there is no other
+            }
     }
     if (json) {
         streams.out << jsonText(blocks) << '\n';
@@ -60,8 +69,8 @@ int runVolumeInfo(std::span<const std::string> arguments, const Streams& streams
         }
     }
     std::ostream& notes = json ? streams.error : streams.out;
-    for (const imaging::RejectedFile& rejected : analysis.rejected)
-        notes << "left out: " << rejected.reason << '\n';
+    for (const std::string& reason : leftOut)
+        notes << "left out: " << reason << '\n';
     return 0;
 }
 

@@ -69,6 +69,12 @@ TEST_F(VolumeInfo, FailsWithOneLine) {
     EXPECT_EQ(run({"volume", "info", folder(), "--json"}), 1);
     EXPECT_TRUE(oneLine()) << error_.str();
     EXPECT_NE(error_.str().find("short.dcm"), std::string::npos);
+
+    // It does not hide what is sound.
+    FileMaker(4, 4).series("1.2.3").write(folder_.path() / "whole.dcm");
+    EXPECT_EQ(run({"volume", "info", folder(), "--json"}), 0);
+    EXPECT_EQ(nlohmann::json::parse(out_.str()).size(), 1U);
+    EXPECT_NE(error_.str().find("left out: short.dcm"), std::string::npos) << error_.str();
 }
 
 } // namespace
