@@ -155,7 +155,9 @@ private:
                 if (bits == 0 || at > end)
                     return false;
             }
-        return true;
+        // Ones fill the last byte; some encoders add another one.
+        constexpr std::uint64_t mostFilling = 15;
+        return end - at <= mostFilling;
     }
 
     std::span<const std::byte> stream_;

@@ -181,6 +181,19 @@ TEST_F(DamagedFile, Jpeg2000IsWalkedThroughBeforeItsCodecSeesIt) {
         });
 }
 
+TEST_F(DamagedFile, LosslessJpegWhoseCodeWordsDoNotEndWithTheLastSampleIsRefused) {
+    const auto file = sound();
+    compress(file, TransferSyntax::JPEGLosslessProcess14_1);
+    const std::string bytes = readFile(file);
+    for (const std::string& inserted : {std::string(4, '\x55'), std::string(16, '\0')}) {
+        writeFile(file, withStream(bytes, [&](const std::string& stream) {
+                      const auto end = stream.rfind("\xff\xd9");
+                      return stream.substr(0, end) + inserted + stream.substr(end);
+                  }));
+        EXPECT_EQ(complaint(file), "sound.dcm: the compressed pixel data is damaged");
+    }
+}
+
 TEST_F(DamagedFile, WhatClaimsMoreThanItsBytesHoldIsRefusedAheadOfAnyMemory) {
     const std::string small = readFile(sound("small", TransferSyntax::DeflatedExplicitVRLittleEndian));
     std::uint32_t metaLength = 0;
