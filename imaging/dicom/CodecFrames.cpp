@@ -186,13 +186,16 @@ void run(const DicomFileHeader& header, const gdcm::TransferSyntax& syntax, Deco
 void decodeWithCodec(const DicomFileHeader& header, DecodedFrame& frame) {
     const gdcm::TransferSyntax syntax(
         gdcm::TransferSyntax::GetTSType(header.pixelData.transferSyntax.c_str()));
+    const bool isJpeg = gdcm::JPEGCodec().CanDecode(syntax);
+    if (isJpeg) // some writers leave more behind it
+        frame.scratch.resize(jpegLength(frame.scratch));
     if (!endsProperly(frame.scratch))
         throw std::runtime_error("the compressed pixel data is truncated or damaged");
     if (gdcm::JPEGLSCodec().CanDecode(syntax))
         run<gdcm::JPEGLSCodec>(header, syntax, frame);
     else if (gdcm::JPEG2000Codec().CanDecode(syntax))
         run<gdcm::JPEG2000Codec>(header, syntax, frame);
-    else if (gdcm::JPEGCodec().CanDecode(syntax))
+    else if (isJpeg)
         run<gdcm::JPEGCodec>(header, syntax, frame);
     else
         throw std::runtime_error("unsupported transfer syntax " + header.pixelData.transferSyntax);

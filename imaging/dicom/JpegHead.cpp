@@ -100,4 +100,23 @@ JpegHead readJpegHead(std::span<const std::byte> stream) {
     return Reader(stream).head();
 }
 
+std::size_t jpegLength(std::span<const std::byte> stream) {
+    const auto byte = [&](std::size_t at) { return std::to_integer<unsigned>(stream[at]); };
+    constexpr std::byte mark{0xff};
+    for (std::size_t at = 2; at < stream.size();) {
+        // The data of a scan hold no marks but those of restarts, and a zero behind each such byte.
+        const auto found = std::find(stream.begin() + static_cast<std::ptrdiff_t>(at), stream.end(), mark);
+        at = static_cast<std::size_t>(found - stream.begin()) + 1;
+        if (at >= stream.size())
+            break;
+        const unsigned marker = byte(at);
+        if (marker == 0xd9)
+            return at + 1;
+        const bool segment = marker >= 0xc0 && marker < 0xff && (marker < 0xd0 || marker > 0xd8);
+        if (segment && at + 2 < stream.size())
+            at += byte(at + 1) << 8 | byte(at + 2);
+    }
+    return stream.size();
+}
+
 } // namespace zorbel::imaging

@@ -22,4 +22,7 @@ struct JpegHead {
 /// std::runtime_error.
 JpegHead readJpegHead(std::span<const std::byte> stream);
 
+/// Bytes up to the end mark and with it, whatever follows; all of them where there is none.
+std::size_t jpegLength(std::span<const std::byte> stream);
+
 } // namespace zorbel::imaging

@@ -185,6 +185,8 @@ TEST_F(DamagedFile, LosslessJpegWhoseCodeWordsDoNotEndWithTheLastSampleIsRefused
     const auto file = sound();
     compress(file, TransferSyntax::JPEGLosslessProcess14_1);
     const std::string bytes = readFile(file);
+    writeFile(file, withStream(bytes, [](const std::string& stream) { return stream + "left behind"; }));
+    EXPECT_EQ(complaint(file), "") << "what follows the end mark is no part of it";
     for (const std::string& inserted : {std::string(4, '\x55'), std::string(16, '\0')}) {
         writeFile(file, withStream(bytes, [&](const std::string& stream) {
                       const auto end = stream.rfind("\xff\xd9");
