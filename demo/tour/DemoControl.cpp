@@ -43,7 +43,7 @@ void DemoControl::publishRelease(const QString& installer, const QString& versio
         json(
             {{QStringLiteral("kind"), QStringLiteral("throttle")},
              {QStringLiteral("path"), QLatin1String(demo::ReleaseDesk::installerPath)},
-             {QStringLiteral("bytes"), 2 << 20}}));
+             {QStringLiteral("bytes"), 1 << 20}}));
 }
 
 void DemoControl::withdrawRelease() {

@@ -68,11 +68,11 @@ void planWriting(GuidedTour& tour, DemoControl& control) {
         [word] { word.addAndSave(QStringLiteral("Reviewed together with the key images.")); },
         [&hands] { return chip(hands).contains(QStringLiteral("version 2")); });
     tour.add(
+        QStringLiteral("reports-off"), [&control] { control.switchReportsOff(); },
+        [&control] { return control.isIdle(); }, false);
+    tour.add(
         QStringLiteral("report-sync-failed"),
-        [word, &control] {
-            control.switchReportsOff();
-            word.addAndSave(QStringLiteral(" Second opinion asked for."));
-        },
+        [word] { word.addAndSave(QStringLiteral(" Second opinion asked for.")); },
         [&hands] { return !hands.text(QStringLiteral("statusUnsynced")).isEmpty(); });
     tour.add(
         QStringLiteral("report-sync-recovered"),
