@@ -13,8 +13,7 @@ inline QString resourcePath(const QString& name) {
 }
 
 /// The icon of a tool or action by its id.
-inline QIcon toolIcon(const QString& id) {
-    return QIcon(resourcePath(QStringLiteral("icons/%1.svg").arg(id)));
-}
+/// Faint where its control is disabled, on light and on dark grounds alike.
+QIcon toolIcon(const QString& id);
 
 } // namespace zorbel
