@@ -21,6 +21,9 @@ bool FocusKeys::eventFilter(QObject* watched, QEvent* event) {
         return QObject::eventFilter(watched, event);
     const auto& keys = static_cast<const QKeyEvent&>(*event);
     tabPressed_ = keys.key() == Qt::Key_Tab || keys.key() == Qt::Key_Backtab;
+    if (tabPressed_) // it leads on at once, or nowhere; a click that follows is none of it
+        QMetaObject::invokeMethod(
+            this, [this] { tabPressed_ = false; }, Qt::QueuedConnection);
     if (!isOwn(keys))
         return QObject::eventFilter(watched, event);
     event->accept();
